@@ -23,8 +23,7 @@ set(HARDEN_COMPILE
     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wzero-as-null-pointer-constant
     -Werror -Werror=format-security
     -fstack-clash-protection -fstack-protector-strong
-    -fno-delete-null-pointer-checks -fno-strict-overflow -fno-strict-aliasing -ftrivial-auto-var-init=zero
-    -fPIC)
+    -fno-delete-null-pointer-checks -fno-strict-overflow -fno-strict-aliasing -ftrivial-auto-var-init=zero)
 set(HARDEN_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed -Wl,--no-copy-dt-needed-entries)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -52,7 +51,7 @@ set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g")
 
 function(target_harden_common target)
   get_target_property(type ${target} TYPE)
-  target_compile_options(${target} PRIVATE ${HARDEN_COMPILE})
+  target_compile_options(${target} PRIVATE ${HARDEN_COMPILE} $<IF:$<STREQUAL:${type},SHARED_LIBRARY>,-fPIC,-fPIE>)
   target_link_options(${target} PRIVATE ${HARDEN_LINK})
   if(type STREQUAL "EXECUTABLE")
     target_link_options(${target} PRIVATE -pie)

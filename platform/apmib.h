@@ -3,8 +3,8 @@
 // Declarations only: the dynamic linker binds them to the router's own library, or to the virtual router's. Nothing but
 // store/ includes this header; everything else uses the typed items of store/items.h.
 //
-// The store holds a working copy, which belongs to the router and not to the process: what one request writes is seen by
-// the next, committed or not. A commit makes the working copy survive a reboot.
+// The store holds a working copy, which belongs to the router and not to the process: what one request writes is seen
+// by the next, committed or not. A commit makes the working copy survive a reboot.
 #ifndef PLATFORM_APMIB_H
 #define PLATFORM_APMIB_H
 

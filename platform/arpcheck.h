@@ -8,8 +8,8 @@
 extern "C" {
 
 struct ArpEntry {
-    uint32_t ip;          // IPv4 address in network order
-    uint8_t mac[6];       // all zeros: the entry was weeded out as a duplicate
+    uint32_t ip;     // IPv4 address in network order
+    uint8_t mac[6];  // all zeros: the entry was weeded out as a duplicate
     uint8_t reserved[2];
 };
 
