@@ -1,0 +1,18 @@
+// Reading texts from files and pipes.
+#ifndef BASE_INPUT_H
+#define BASE_INPUT_H
+
+#include <cstdio>
+
+#include "base/text.h"
+
+// Reads the next line, its line feed included; of a longer line than `line` holds, the rest is the next line. False:
+// there is none, and `line` is empty.
+bool read_line(FILE *file, Out line);
+
+// Reads into `text`, which is `size` zero bytes, until the file ends or the last byte but one is used. It goes line by
+// line, and a zero byte ends a line: what follows it is overwritten by the next line, and a line that begins with one
+// ends the text.
+void read_text(FILE *file, char *text, int size);
+
+#endif

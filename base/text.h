@@ -1,0 +1,29 @@
+// Fixed-size texts: one way to fill them, which cannot write past their end.
+#ifndef BASE_TEXT_H
+#define BASE_TEXT_H
+
+#include <cstddef>
+
+// A char array together with its size, so that no caller counts bytes.
+struct Out {
+    char *text;
+    size_t size;  // in bytes, terminator included; never 0
+    // Implicit, so that a caller passes its array and nothing else.
+    template <size_t N>
+    // cppcheck-suppress noExplicitConstructor
+    Out(char (&array)[N]) : text(array), size(N) {}  // NOLINT(google-explicit-constructor)
+};
+
+// Formats into `out`, always terminated. False: the text did not fit and was cut; it is then not what was asked for.
+bool put(Out out, const char *format, ...) __attribute__((format(printf, 2, 3)));
+
+// What the C library prints for a text that is not there, so that a log line or a diagnostic can be printed without
+// one.
+inline const char *printable(const char *text) {
+    return text != nullptr ? text : "(null)";
+}
+
+// Turns ASCII A-Z into a-z, in place.
+void str_to_lower(char *text);
+
+#endif
