@@ -1,0 +1,129 @@
+#include "login/login.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "base/command.h"
+#include "base/debug_log.h"
+#include "base/json.h"
+#include "base/text.h"
+#include "gateway/reply.h"
+#include "login/session_id.h"
+#include "store/items.h"
+#include "store/store.h"
+
+namespace {
+
+constexpr char kModule[] = "applogin";
+
+constexpr char kSessionPath[] = "/var/app_sessionid";
+
+// The "msg" of the login reply.
+char login_msg[1024];
+
+struct LoginText {
+    int code;
+    const char *text;
+};
+constexpr LoginText kLoginTexts[] = {
+    {kLoginSuccess, "login success"},
+    {kNeedLogin,    "need login"   },
+    {kLoginFail,    "login fail"   },
+};
+
+const char *find_login_text(int code) {
+    for (const LoginText &row : kLoginTexts) {
+        if (row.code == code) {
+            return row.text;
+        }
+    }
+    return "unknow error";
+}
+
+}  // namespace
+
+int app_action_login(cJSON *request) {
+    if (request == nullptr) {
+        return -1;
+    }
+    Json reply(cJSON_CreateObject());
+    echo_guid(request, reply.get());
+
+    const cJSON *given = find_item(request, "info");
+    const char *user = find_text(given, "user");
+    const char *password = find_text(given, "pwd");
+    StoreText<32> stored_user;
+    bool known = false;
+    if (user != nullptr && password != nullptr) {
+        DebugLog("user=%s,pwd=%s\n", user, password);
+        StoreText<65> stored_password;
+        // An account that can't be read is nobody's: empty texts must not open the router then.
+        known = store_read(MIB_USER_NAME, stored_user) && store_read(MIB_USER_PASSWORD, stored_password) &&
+                strcmp(stored_user.c_str(), user) == 0 && strcmp(stored_password.c_str(), password) == 0;
+    }
+    if (known) {
+        DebugLog("loginSuccess\n");
+    }
+
+    cJSON *info = cJSON_AddObjectToObject(reply.get(), "info");  // also in the reply of a failure
+    if (!known) {
+        send_login_response(std::move(reply), kLoginFail);
+        return 0;
+    }
+    File file(fopen(kSessionPath, "w"));
+    if (file) {
+        char id[kSessionIdSize] = {};
+        gen_sessionid(stored_user.c_str(), id);
+        DebugLog("id=%s\n\n", id);
+        fprintf(file.get(), "sessionid=%s", id);
+        file.reset();
+        cJSON_AddStringToObject(info, "sessionid", id);
+    }
+    // Without the file there is no session, but name and password were right: the app is told so.
+    send_login_response(std::move(reply), kLoginSuccess);
+    return 0;
+}
+
+int checkLogin(const cJSON *request) {
+    const char *given = find_text(request, "sessionid");
+    if (given == nullptr) {
+        return -1;
+    }
+    const File file(fopen(kSessionPath, "r"));
+    if (!file) {
+        return -1;
+    }
+    char id[1024] = {};
+    const int fields = fscanf(file.get(), "sessionid=%1023s", id);
+    DebugLog("id=%s\n\n", id);
+    // A file without an id lets nobody in, and neither does an id that fills the buffer, since its rest was not read.
+    const bool whole = fields == 1 && strlen(id) < sizeof id - 1;
+    return whole && strcmp(id, given) == 0 ? 0 : -1;
+}
+
+void send_login_response(Json reply, int code) {
+    if (!reply) {
+        reply.reset(cJSON_CreateObject());
+    }
+    put(login_msg, "%s", find_login_text(code));
+    cJSON_AddStringToObject(reply.get(), "action", "loginRsp");
+    cJSON *result = cJSON_AddObjectToObject(reply.get(), "result");
+    cJSON_AddNumberToObject(result, "error", code);
+    cJSON_AddStringToObject(result, "msg", login_msg);
+    print_reply(std::move(reply));
+}
+
+int app_set_logout_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
+    const cJSON *logout = find_item(request, name);
+    if (logout == nullptr) {
+        return -1;
+    }
+    DebugLog("logoutInfo.val=%d\n", integer_value(logout));
+    if (integer_value(logout) != 1) {
+        return -1;
+    }
+    run_command("rm /var/app_sessionid");
+    DebugLog("logout done\n");
+    return 0;
+}
