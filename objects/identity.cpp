@@ -1,0 +1,67 @@
+#include "objects/identity.h"
+
+#include <cstdio>
+
+#include "base/command.h"
+#include "base/input.h"
+#include "base/text.h"
+#include "store/store.h"
+
+namespace {
+constexpr char kType[] = "Mesh";
+constexpr char kModel[] = "KT7094HZM";
+constexpr char kSoftwareVersion[] = "1.0.0(515)";
+}  // namespace
+
+bool read_bridge_mac(MacText &mac) {
+    const Pipe output = open_command("ifconfig br0");
+    if (!output) {
+        return false;
+    }
+    char line[kLineSize];
+    while (read_line(output.get(), line)) {
+        // "br0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC": the fourth word behind the name.
+        char word[kLineSize];
+        if (sscanf(line, "br0%1022s%1022s%1022s%1022s", word, word, word, mac.text) == 4) {
+            return true;
+        }
+        mac.text[0] = '\0';
+    }
+    return false;
+}
+
+void strip_mac_colons(char *text) {
+    constexpr size_t kMacDigits = 12;
+    size_t kept = 0;
+    for (const char *next = text; *next != '\0' && kept < kMacDigits; ++next) {
+        if (*next != ':') {
+            text[kept++] = *next;
+        }
+    }
+    text[kept] = '\0';
+}
+
+Identity read_identity() {
+    Identity identity = {};
+    store_read(MIB_DUT_SN, identity.serial);
+    str_to_lower(identity.serial.text);
+    store_read(MIB_DUT_NAME, identity.name);
+    identity.board_version = store_get(MIB_BOARD_VER);
+    identity.init = store_get(MIB_DUT_INIT);
+    return identity;
+}
+
+void add_identity(cJSON *reply, const MacText &mac, const Identity &identity, const char *date) {
+    char hardware_version[12];  // a sign, ten digits and the terminator
+    put(hardware_version, "%d", identity.board_version);
+    cJSON *info = cJSON_AddObjectToObject(reply, "dutInfo");
+    cJSON_AddStringToObject(info, "mac", mac.text);
+    cJSON_AddStringToObject(info, "type", kType);
+    cJSON_AddStringToObject(info, "model", kModel);
+    cJSON_AddStringToObject(info, "sn", identity.serial.c_str());
+    cJSON_AddStringToObject(info, "name", identity.name.c_str());
+    cJSON_AddStringToObject(info, "sVersion", kSoftwareVersion);
+    cJSON_AddStringToObject(info, "hVersion", hardware_version);
+    cJSON_AddStringToObject(info, "date", date);
+    cJSON_AddNumberToObject(info, "init", identity.init);
+}

@@ -1,0 +1,13 @@
+// The rule for a time zone index.
+#ifndef OBJECTS_TIME_ZONE_H
+#define OBJECTS_TIME_ZONE_H
+
+#include <cstring>
+
+// Its length must be 3 to 7 characters; what the text means is the firmware's affair.
+inline bool is_time_zone_index(const char *text) {
+    const size_t length = strlen(text);
+    return length >= 3 && length <= 7;
+}
+
+#endif
