@@ -1,0 +1,28 @@
+#include "gateway/debug_switch.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/input.h"
+#include "base/resource.h"
+
+namespace {
+constexpr char kSwitchPath[] = "/var/appdebug";
+}
+
+int read_debug_switch() {
+    struct stat status;
+    if (stat(kSwitchPath, &status) != 0) {
+        return 0;
+    }
+    const File file(fopen(kSwitchPath, "r"));
+    if (!file) {
+        fprintf(stderr, "Read %s error!\n", kSwitchPath);
+        return 0;
+    }
+    char line[10];
+    read_line(file.get(), line);
+    return atoi(line);
+}

@@ -1,0 +1,158 @@
+// The entry: one process, one request. main() is the road of a request from top to bottom.
+
+#include <arpa/inet.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "base/debug_log.h"
+#include "base/json.h"
+#include "base/resource.h"
+#include "base/text.h"
+#include "gateway/actions.h"
+#include "gateway/body.h"
+#include "gateway/debug_switch.h"
+#include "gateway/default_gateway.h"
+#include "gateway/dispatch.h"
+#include "gateway/message.h"
+#include "gateway/reply.h"
+#include "gateway/request_state.h"
+#include "login/login.h"
+#include "store/items.h"
+#include "store/store.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+constexpr char kLoopback[] = "127.0.0.1";
+constexpr int32_t kMeshAgent = 2;
+
+// A mesh agent obeys its controller, which is its default gateway.
+bool is_from_controller(const char *remote_address) {
+    if (store_get(MIB_MESH_ROLE) != kMeshAgent) {
+        return false;
+    }
+    in_addr gateway;
+    get_default_gateway(gateway);  // unreadable routes leave an address that no client has
+    char text[INET_ADDRSTRLEN];
+    inet_ntop(AF_INET, &gateway, text, sizeof text);
+    return strcmp(text, remote_address) == 0;
+}
+
+// Hands the request, without its "ip", to the device of that address.
+void forward(Json request, const char *ip) {
+    char target[16];
+    put(target, "%s", ip);  // an address has at most 15 characters; a longer text is none and is cut
+    cJSON_DeleteItemFromObject(request.get(), "ip");
+    OwnedText text(cJSON_Print(request.get()));
+    request.reset();
+    char *reply = nullptr;
+    route_to_ip(target, text.get(), &reply);
+    text.reset();
+    if (reply != nullptr) {
+        print_reply_text(OwnedText(reply));
+    }
+}
+
+// What the system daemon is to restart, the widest first; nullptr when no flag is raised. One request, one restart:
+// each includes those below it.
+const char *pending_sysconf() {
+    if (wifi_reinit_flag != 0) {
+        return "init gw all";
+    }
+    if (lan_reinit_flag != 0) {
+        return "initlan";
+    }
+    return wan_reinit_flag != 0 ? "initwan" : nullptr;
+}
+
+}  // namespace
+
+int main() {
+    app_debug = read_debug_switch();
+    if (!store_open()) {
+        DebugLog("Initialize AP MIB failed !\n\n");
+        return -1;
+    }
+
+    const char *content_length = getenv("CONTENT_LENGTH");
+    if (content_length == nullptr) {
+        fprintf(stderr, "==>Not found CONTENT_LENGTH\n");
+        return -1;
+    }
+    OwnedText body;
+    if (read_body(content_length, body) == Intake::kOutOfMemory) {
+        return -1;
+    }
+    DebugLog("content=%s\n\n", printable(body.get()));
+
+    Json request(cJSON_Parse(body.get()));
+    if (!request) {
+        fprintf(stderr, "cJSON_Parse error:%s\n", printable(cJSON_GetErrorPtr()));
+        return -1;
+    }
+    if (find_item(request.get(), "action") == nullptr) {
+        DebugLog("error action_json \n\n");
+        send_error_request();
+        return -1;
+    }
+    const ActionRow &action = find_action(find_text(request.get(), "action"));
+
+    const char *remote_address = getenv("REMOTE_ADDR");
+    if (remote_address == nullptr) {
+        fprintf(stderr, "==>Not found REMOTE_ADDR\n");
+        return -1;
+    }
+    DebugLog("REMOTE_ADDR=%s\n\n", remote_address);
+
+    if (!action.open_to_guests && strcmp(remote_address, kLoopback) != 0) {
+        if (is_from_controller(remote_address)) {
+            DebugLog("request is from gateway ip\n");
+        } else if (checkLogin(request.get()) != 0) {
+            DebugLog("not login,need log\n\n");
+            send_login_response(Json(), kNeedLogin);
+            return -1;
+        }
+    }
+
+    const char *ip = find_text(request.get(), "ip");
+    if (ip != nullptr) {
+        DebugLog("route to ip\n");
+        forward(std::move(request), ip);
+        return 0;
+    }
+
+    if (action.handler == nullptr) {
+        DebugLog("error not Find valid action\n\n");
+        send_error_request();
+        return -1;
+    }
+    action.handler(request.get());
+    // The reply has left the process; what follows is not waited for by the client.
+    body.reset();
+    request.reset();
+
+    if (save_config_flag != 0) {
+        store_commit();
+    }
+    SysMsgRecord record = {};
+    if (app_reinit_flag != 0) {
+        record.msg_type = MSG_APP_REINIT;
+        msg_send(record);  // Deliberately not checked: the settings are stored, and nobody could be told.
+        app_reinit_flag = 0;
+        return 0;
+    }
+    const char *sysconf = pending_sysconf();
+    if (sysconf == nullptr) {
+        return 0;
+    }
+    record.msg_type = MSG_CALL_SYSCONF;
+    put(record.sysconfArgv, "%s", sysconf);
+    if (wifi_reinit_flag != 0) {
+        DebugLog("sysconfArgv=%s\n", record.sysconfArgv);
+    }
+    return msg_send(record) == 0 ? 0 : fail("ERROR: send MSG_CALL_SYSCONF fail");
+}

@@ -1,0 +1,70 @@
+#include "gateway/message.h"
+
+#include <sys/ipc.h>
+#include <sys/msg.h>
+
+#include <cstring>
+
+#include "base/debug_log.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+constexpr char kQueuePath[] = "/dev/null";
+constexpr int kQueueProject = 'u';
+
+// The log line of a type. The daemon's name stands in the log only for the types listed.
+struct TypeName {
+    int32_t type;
+    const char *log_line;
+};
+constexpr TypeName kTypeNames[] = {
+    {MSG_APP_START,     "CASE:MSG_APP_START\n\n"    },
+    {MSG_APP_REINIT,    "CASE:MSG_APP_REINIT\n\n"   },
+    {MSG_RESET,         "CASE:MSG_RESET\n\n"        },
+    {MSG_REBOOT,        "CASE:MSG_REBOOT\n\n"       },
+    {MSG_APP_SCHREBOOT, "CASE:MSG_APP_SCHREBOOT\n\n"},
+    {MSG_APP_FWUPG,     "CASE:MSG_APP_FWUPG\n"      },
+};
+
+const char *find_log_line(int32_t type) {
+    for (const TypeName &row : kTypeNames) {
+        if (row.type == type) {
+            return row.log_line;
+        }
+    }
+    return nullptr;
+}
+
+// What msgsnd() takes: a long, which is wider than the record's type on a 64-bit machine, and the rest of the record.
+struct QueueEntry {
+    long type;
+    char payload[sizeof(SysMsgRecord) - sizeof(int32_t)];
+};
+static_assert(sizeof QueueEntry::payload == 360, "the daemon receives 360 bytes behind the type");
+
+}  // namespace
+
+int msg_send(const SysMsgRecord &record) {
+    const key_t key = ftok(kQueuePath, kQueueProject);
+    const int queue = msgget(key, IPC_CREAT | 0666);
+    if (queue < 0) {
+        DebugLog("msgget failed\n\n");
+        return -1;
+    }
+    const char *log_line = find_log_line(record.msg_type);
+    if (log_line != nullptr) {
+        DebugLog("%s", log_line);
+    } else {
+        DebugLog("CASE:%d\n", record.msg_type);
+    }
+    QueueEntry entry = {};
+    entry.type = record.msg_type;
+    memcpy(entry.payload, reinterpret_cast<const char *>(&record) + sizeof record.msg_type, sizeof entry.payload);
+    if (msgsnd(queue, &entry, sizeof entry.payload, 0) != 0) {
+        DebugLog("msgsnd failed\n\n");
+        return -1;
+    }
+    return 0;
+}

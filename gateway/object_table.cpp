@@ -1,0 +1,41 @@
+#include "gateway/dispatch.h"
+#include "login/login.h"
+#include "objects/device.h"
+#include "objects/diagnostics.h"
+
+namespace {
+
+// The product has this handler, this version not yet. Until then the object answers like one that is not offered: a get
+// passes over it, a set fails with "ERROR:not support set".
+constexpr ObjectHandler kNotServedYet = nullptr;
+
+}  // namespace
+
+// A row is the only place where an object is named for dispatch. The order is part of the protocol.
+// Columns: name, get, set.
+const ObjectRow ObjectHandlerTable[] = {
+    {"dutInfo",     app_get_dutInfo_handler,  app_set_dutInfo_handler },
+    {"wanInfo",     kNotServedYet,            kNotServedYet           },
+    {"wanAdvance",  kNotServedYet,            kNotServedYet           },
+    {"wanStatus",   kNotServedYet,            nullptr                 },
+    {"wifi",        kNotServedYet,            kNotServedYet           },
+    {"wifiAdvance", kNotServedYet,            kNotServedYet           },
+    {"wifiguest",   kNotServedYet,            kNotServedYet           },
+    {"wps",         kNotServedYet,            kNotServedYet           },
+    {"wifiAcc",     kNotServedYet,            kNotServedYet           },
+    {"opMode",      app_get_opMode_handler,   app_set_opMode_handler  },
+    {"timeZone",    app_get_timeZone_handler, app_set_timeZone_handler},
+    {"lan",         kNotServedYet,            kNotServedYet           },
+    {"lanStatus",   kNotServedYet,            nullptr                 },
+    {"logout",      nullptr,                  app_set_logout_handler  },
+    {"sys",         kNotServedYet,            kNotServedYet           },
+    {"mesh",        kNotServedYet,            kNotServedYet           },
+    {"meshStatus",  kNotServedYet,            nullptr                 },
+    {"Sec",         kNotServedYet,            kNotServedYet           },
+    {"netAcc",      kNotServedYet,            kNotServedYet           },
+    {"urlfilter",   kNotServedYet,            kNotServedYet           },
+    {"netDig",      app_get_netDig_handler,   nullptr                 },
+    {"app",         app_get_app_handler,      app_set_app_handler     },
+    {"qos",         kNotServedYet,            kNotServedYet           },
+    {"",            nullptr,                  nullptr                 },
+};

@@ -1,0 +1,17 @@
+// Printing replies. Every reply is cJSON's formatted print and a line feed, on standard output.
+#ifndef GATEWAY_REPLY_H
+#define GATEWAY_REPLY_H
+
+#include "base/resource.h"
+
+// Prints the reply in one write and releases it. When this returns, the reply has left the process: the client does not
+// wait for what comes after. A client that has hung up does not end the process.
+void print_reply(Json reply);
+
+// Prints a reply that is a text already, in the same way.
+void print_reply_text(OwnedText text);
+
+// Adds the request's "guid" to the reply when it is a string.
+void echo_guid(const cJSON *request, cJSON *reply);
+
+#endif

@@ -1,0 +1,20 @@
+// What a handler leaves behind for the end of the request. One process serves one request, so nothing here is ever
+// reset.
+#ifndef GATEWAY_REQUEST_STATE_H
+#define GATEWAY_REQUEST_STATE_H
+
+// The message of a failed get or set, returned as "msg". Empty at start; the last writer wins. Handlers write it with
+// fail() before they return; the dispatchers read it.
+extern char err_msg[1024];
+
+// Work that is done after the reply. 0 at start; handlers raise them to 1; the entry acts on them.
+extern int save_config_flag;  // commit the store
+extern int app_reinit_flag;   // have the system daemon restart everything; overrides the three below
+extern int wifi_reinit_flag;  // have it restart the radios; overrides LAN and WAN
+extern int lan_reinit_flag;   // have it restart the LAN; overrides WAN
+extern int wan_reinit_flag;   // have it restart the WAN
+
+// Copies a message into `err_msg`, cut to its size, and returns -1, the common failure code of handlers.
+int fail(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+#endif
