@@ -1,0 +1,111 @@
+// The store's two copies and the records in them, shared by libapmib.so and the `flash` command.
+//
+// A copy is one LMDB file. Its records are keyed by item id; a record holds the item's definition and its value in
+// every slot, so a reader needs no table of items of its own. Records never change their size between two boots.
+//
+// Locks. LMDB's own lock file is not used (MDB_NOLOCK): its reader table keeps the slots of killed processes, and
+// setting it up costs each short-lived process more than all its reads. Kernel file locks take its place; the kernel
+// drops them when their holder dies. Readers of a copy share its lock, a writer has it alone, which is what LMDB asks
+// of its callers.
+//   commit lock   a file of its own beside the committed copy; whoever opens the committed copy holds it
+//   working lock  on the working copy's file, which is only ever rewritten in place
+// Order: the commit lock first, then the working lock. A snapshot for a commit is taken with the commit lock held, so
+// that an older snapshot never overwrites a newer one.
+//
+// Not for several threads of one process.
+#ifndef VIRTUAL_ROUTER_APMIB_STORE_H
+#define VIRTUAL_ROUTER_APMIB_STORE_H
+
+#include <lmdb.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace store {
+
+constexpr char kWorkingPath[] = "/var/mib/working.mdb";
+constexpr char kCommittedPath[] = "/flash/mib/committed.mdb";
+constexpr char kCommitLockPath[] = "/flash/mib/commit.lock";
+constexpr char kSettingsPath[] = "/flash/mib/settings.txt";
+constexpr mode_t kFileMode = 0600;
+
+// Upper limit of a copy's file. A full house of items takes about a fiftieth of it.
+constexpr size_t kMapSize = size_t{4} << 20;
+
+constexpr int kRadioCount = 2;
+constexpr int kVirtualCount = 6;  // the main access point and five virtual ones
+constexpr int kInterfaceCount = kRadioCount * kVirtualCount;
+
+// Ids of table operations lie above this one (see resolve_id).
+constexpr uint32_t kIdLimit = 0x8000;
+
+enum Kind : uint8_t { kByte, kSignedByte, kInt32, kIpv4, kText, kTable };
+constexpr int kKindCount = 6;
+
+// What a record begins with; `slots` values of slot_size() bytes follow.
+struct Item {
+    Kind kind;
+    uint8_t slots;   // 1: global; kInterfaceCount: one value per wireless interface
+    uint16_t limit;  // tables: the most entries, 1 to 255 since a read names its entry in one byte
+    uint16_t match;  // tables: leading bytes of an entry that a delete compares
+    uint16_t width;  // of the value in bytes; of one entry for tables
+    char name[56];
+};
+static_assert(sizeof(Item) == 64, "records are compared and summed as bytes: no padding");
+
+// A table's slot is an int32 count and room for `limit` entries, unused ones zero.
+constexpr size_t kCountSize = sizeof(int32_t);
+
+inline size_t slot_size(const Item &item) {
+    return item.kind == kTable ? kCountSize + size_t{item.limit} * item.width : item.width;
+}
+
+inline size_t record_size(const Item &item) {
+    return sizeof(Item) + item.slots * slot_size(item);
+}
+
+// Splits a record into its definition and the address of its first slot. False: `data` is no record.
+bool read_record(const MDB_val &data, Item *item, const uint8_t **slots);
+
+// The record with this key belongs to the committed copy alone: the checksum of all others.
+constexpr uint32_t kChecksumKey = 0;
+
+struct Checksum {
+    uint64_t magic;
+    uint64_t sum;
+};
+constexpr uint64_t kChecksumMagic = 0x31304249'4d5041'00;  // format of the records; another number is another format
+
+// Folds a record into a running sum, in the order of keys. Start with 0.
+uint64_t add_to_sum(uint64_t sum, uint32_t key, const void *data, size_t size);
+
+struct Copy {
+    MDB_env *env = nullptr;
+    MDB_dbi dbi = 0;
+};
+
+// Opens a copy. `flags` are LMDB's: MDB_RDONLY for reading, MDB_NOSYNC where a power cut takes the file with it anyway.
+// Returns 0 or an error for mdb_strerror(). A file that does not exist is created, empty, unless opened with
+// MDB_RDONLY.
+int open_copy(Copy *copy, const char *path, unsigned flags);
+void close_copy(Copy *copy);
+
+// Starts a transaction and names the copy's only database. Call it with the copy's lock held.
+int begin(Copy *copy, unsigned flags, MDB_txn **txn);
+
+// Takes (LOCK_SH, LOCK_EX) or drops (LOCK_UN) the lock of a file; waits. False: failed.
+bool lock_file(int fd, int operation);
+bool lock_copy(const Copy &copy, int operation);
+
+// Takes the commit lock and waits for it. Returns the descriptor whose closing drops it, or -1.
+int take_commit_lock();
+
+// Makes the working copy the committed one, durably, in one transaction. Returns 0 or an error for mdb_strerror().
+int commit(Copy *working);
+
+// Writes the committed copy as text to kSettingsPath, replacing it whole. Returns 0 or an error for mdb_strerror().
+int save_settings();
+
+}  // namespace store
+
+#endif
