@@ -1,0 +1,312 @@
+"""Cases as data: finds them, checks their keys, fills in rows, macros and defaults. README.md describes the format."""
+
+import itertools
+import json
+import pathlib
+import re
+import tomllib
+
+REQUEST_KEYS = {"body", "content_length", "remote_addr", "env", "args", "stdin", "pieces"}
+EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "queue", "files_after"}
+WORLD_KEYS = {"store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "arp"}
+STEP_KEYS = REQUEST_KEYS | EXPECT_KEYS | {"commands"}
+CASE_KEYS = STEP_KEYS | WORLD_KEYS | {"skip", "then"}
+HEAD_KEYS = {"name", "about", "rows", "columns"}
+MERGED_KEYS = {"store", "files", "commands", "env", "fail_syscalls", "skip", "files_after"}  # defaults stay, key by key
+
+TYPES = {
+    "body": str, "content_length": (str, bool), "remote_addr": (str, bool), "env": dict, "args": list, "stdin": str,
+    "pieces": int, "reply": str, "exit": int, "stderr": str, "console": list, "events": list, "reads": list,
+    "queue": list, "files_after": dict, "commands": dict, "store": dict, "unset": list, "fail": list, "files": dict,
+    "shell": bool, "fail_syscalls": dict, "memory": int, "queue_exists": bool, "arp": list, "skip": dict, "then": list,
+}
+
+
+class CaseError(Exception):
+    """A case file says something that it cannot mean."""
+
+
+class Number(str):
+    """A JSON number as its text, so that it is printed as it was written."""
+
+
+# ---- texts: bytes that are no UTF-8 travel through str as surrogates
+
+def to_bytes(text):
+    return text.encode("utf-8", "surrogateescape")
+
+
+def to_text(data):
+    return data.decode("utf-8", "surrogateescape")
+
+
+PATTERN = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_"
+STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|NUL)\(([^)]*)\)%")
+
+
+def expand(text):
+    """Fills in the macros whose value does not depend on the time."""
+
+    def value(match):
+        kind, argument = match.groups()
+        if kind == "REPEAT":
+            unit, count = argument.rsplit(",", 1)
+            return unit * int(count)
+        if kind == "TEXT":  # no two neighbouring characters alike, so that a shifted text is seen
+            return "".join(itertools.islice(itertools.cycle(PATTERN), int(argument)))
+        if kind == "BYTE":
+            return to_text(bytes.fromhex(argument)) if int(argument, 16) < 128 else chr(0xDC00 + int(argument, 16))
+        return "\0"
+
+    return STATIC_MACRO.sub(value, text)
+
+
+# ---- replies: compact JSON in the case, the product's formatted print on the wire
+
+def format_json(node, depth=1):
+    """cJSON's formatted print. Objects are lists of (key, value), as parse_json() makes them."""
+    if isinstance(node, dict):
+        members = node["members"]
+        lines = [f"{'	' * depth}{quote(key)}:\t{format_json(value, depth + 1)}" for key, value in members]
+        inner = ",\n".join(lines) + "\n" if lines else ""
+        return "{\n" + inner + "\t" * (depth - 1) + "}"
+    if isinstance(node, list):
+        return "[" + ", ".join(format_json(item, depth + 1) for item in node) + "]"
+    if isinstance(node, Number):
+        return str(node)
+    if isinstance(node, str):
+        return quote(node)
+    return {True: "true", False: "false", None: "null"}[node]
+
+
+ESCAPES = {'"': '\\"', "\\": "\\\\", "\b": "\\b", "\f": "\\f", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
+
+
+def quote(text):
+    return '"' + re.sub('[\0-\x1f"\\\\]', lambda m: ESCAPES.get(m[0]) or f"\\u{ord(m[0]):04x}", text) + '"'
+
+
+def parse_json(text):
+    return json.loads(text, object_pairs_hook=lambda pairs: {"members": pairs}, parse_int=Number, parse_float=Number)
+
+
+# ---- store items
+
+class Items:
+    """The items of tests/cases/items.toml: their numbers, types and widths."""
+
+    WIDTHS = {"int32": 4, "byte": 1, "sbyte": 1, "ipv4": 4}
+    TABLE_CALLS = {0x8001: "", 0x10002: "add ", 0x20003: "delete ", 0x40004: "delete all "}
+
+    def __init__(self, path):
+        self.by_name = tomllib.loads(path.read_text())
+        for name, item in self.by_name.items():
+            item["name"] = name
+            item["width"] = item.get("width") or self.WIDTHS[item["type"]]
+        self.by_id = {item["id"]: item for item in self.by_name.values()}
+
+    def find(self, name):
+        """The item and its interface ("W.V" or None) of a name like MIB_WLAN_SSID@0.1."""
+        base, _, interface = name.partition("@")
+        if base not in self.by_name:
+            raise CaseError(f"no such store item: {base}")
+        return self.by_name[base], interface or None
+
+    def encode(self, item, value):
+        kind, width = item["type"], item["width"]
+        if isinstance(value, dict) and set(value) == {"hex"}:
+            data = bytes.fromhex(value["hex"])
+        elif kind == "text" and isinstance(value, str):
+            data = to_bytes(expand(value)).ljust(width, b"\0")
+        elif kind == "ipv4" and isinstance(value, str):
+            data = bytes(int(part) for part in value.split("."))
+        elif kind in ("int32", "byte", "sbyte") and isinstance(value, int):
+            data = value.to_bytes(width, "little", signed=kind != "byte")
+        else:
+            raise CaseError(f"{item['name']}: not a value of its type: {value!r}")
+        if len(data) != width:
+            raise CaseError(f"{item['name']}: {len(data)} bytes instead of {width}")
+        return data
+
+    def show(self, item, data):
+        """The bytes that were written, as an event names them."""
+        kind = item["type"]
+        if kind in ("int32", "byte", "sbyte"):
+            return str(int.from_bytes(data, "little", signed=kind != "byte"))
+        if kind == "ipv4":
+            return ".".join(str(byte) for byte in data)
+        if kind == "text":
+            text, _, rest = data.partition(b"\0")
+            shown = json.dumps(to_text(text), ensure_ascii=False)
+            return shown + (f" then {rest.hex()}" if rest.strip(b"\0") else "")
+        return data.hex()
+
+    def table_call(self, number):
+        """(call prefix, item) of an id that reads or changes a table; None for others."""
+        for offset, prefix in self.TABLE_CALLS.items():
+            item = self.by_id.get(number - offset)
+            if item is not None and "record" in item:
+                return prefix, item
+        return None
+
+
+# ---- case files
+
+def find_files(folder):
+    return sorted(path for path in folder.rglob("*.toml") if path.name != "items.toml")
+
+
+def load_cases(folder, items):
+    """All cases below `folder`, in the order of their files. Raises CaseError with the file's name in it."""
+    cases = []
+    for path in find_files(folder):
+        try:
+            cases += load_file(path, path.relative_to(folder), items)
+        except (CaseError, KeyError, ValueError, TypeError) as error:
+            raise CaseError(f"{path}: {error}") from error
+    names = [case["name"] for case in cases]
+    doubles = sorted({name for name in names if names.count(name) > 1}) if len(set(names)) < len(names) else []
+    if doubles:
+        raise CaseError("names used twice: " + ", ".join(doubles))
+    return cases
+
+
+def load_file(path, relative, items):
+    data = read_files(tomllib.loads(path.read_text()), path.parent)
+    if path.name == "case.toml":  # a case with a folder of its own
+        area = relative.parent
+        head = {"defaults": {}, "replies": {}, "case": [{"name": "", **data}]}
+    else:
+        area = relative.with_suffix("")
+        head = {"defaults": {}, "replies": {}, "case": [], **data}
+    unknown = set(head) - {"defaults", "replies", "case"}
+    if unknown:
+        raise CaseError(f"unknown tables: {', '.join(sorted(unknown))}")
+    check_keys(head["defaults"], CASE_KEYS, "defaults")
+    cases = []
+    for raw in head["case"]:
+        for row in rows_of(raw):
+            case = merge(head["defaults"], row)
+            name = f"{area}: {case.pop('name')}".rstrip(": ")
+            try:
+                cases.append(finish(name, case, head["replies"], items))
+            except (CaseError, ValueError, KeyError) as error:
+                raise CaseError(f"{name}: {error}") from error
+    return cases
+
+
+def read_files(node, folder):
+    """Replaces every {file = "NAME"} by the content of that file beside the case."""
+    if isinstance(node, dict):
+        if set(node) == {"file"}:
+            return to_text((folder / node["file"]).read_bytes())
+        return {key: read_files(value, folder) for key, value in node.items()}
+    if isinstance(node, list):
+        return [read_files(value, folder) for value in node]
+    return node
+
+
+def rows_of(raw):
+    """The cases that a [[case]] table stands for: itself, or one for each of its rows."""
+    raw = dict(raw)
+    rows, columns = raw.pop("rows", None), raw.pop("columns", None)
+    if "name" not in raw:
+        raise CaseError("a case without a name")
+    check_keys(raw, CASE_KEYS | HEAD_KEYS, raw["name"])
+    raw.pop("about", None)
+    if rows is None:
+        return [raw]
+    filled = []
+    for row in rows:
+        if columns is not None:
+            if len(row) != len(columns):
+                raise CaseError(f"{raw['name']}: a row with {len(row)} columns: {row}")
+            row = dict(zip(columns, row))
+        own = {key: value for key, value in row.items() if key in CASE_KEYS}
+        variables = {key: value for key, value in row.items() if key not in CASE_KEYS}
+        used = set()
+        filled.append(substitute(merge(raw, own), variables, used))
+        unused = set(variables) - used
+        if unused:
+            raise CaseError(f"{raw['name']}: neither a key nor a variable in use: {', '.join(sorted(unused))}")
+    return filled
+
+
+VARIABLE = re.compile(r"%([a-z_0-9]+)%")
+
+
+def substitute(node, variables, used):
+    """Fills in %variable%. A text that is nothing but a variable takes the variable's type."""
+    if isinstance(node, dict):
+        return {substitute(key, variables, used): substitute(value, variables, used) for key, value in node.items()}
+    if isinstance(node, list):
+        return [substitute(value, variables, used) for value in node]
+    if not isinstance(node, str):
+        return node
+    whole = VARIABLE.fullmatch(node)
+    if whole and whole[1] in variables:
+        used.add(whole[1])
+        return variables[whole[1]]
+
+    def value(match):
+        if match[1] not in variables:
+            return match[0]
+        used.add(match[1])
+        return str(variables[match[1]])
+
+    return VARIABLE.sub(value, node)
+
+
+def merge(below, above):
+    merged = {**below, **above}
+    for key in MERGED_KEYS & below.keys() & above.keys():
+        merged[key] = {**below[key], **above[key]}
+    return merged
+
+
+def check_keys(table, known, where):
+    unknown = set(table) - known
+    if unknown:
+        raise CaseError(f"{where}: unknown keys: {', '.join(sorted(unknown))}")
+    for key, value in table.items():
+        wanted = TYPES.get(key)
+        text = isinstance(value, str) and VARIABLE.fullmatch(value)  # a row fills it in later
+        if wanted and not text and (not isinstance(value, wanted) or isinstance(value, bool) and wanted is int):
+            raise CaseError(f"{where}: {key} has the wrong type")
+
+
+def finish(name, case, replies, items):
+    """Checks a case after all filling in, and makes the list of its steps."""
+    check_keys(case, CASE_KEYS, name)
+    for mode, reason in case.get("skip", {}).items():
+        if mode not in ("plain", "sanitize", "valgrind") or not reason:
+            raise CaseError("skip names a mode and a reason")
+    world = {key: case[key] for key in WORLD_KEYS & case.keys()}
+    later = case.get("then", [])
+    first = {key: case[key] for key in STEP_KEYS & case.keys()}
+    steps = [first]
+    for number, step in enumerate(later, 2):
+        check_keys(step, STEP_KEYS, f"step {number}")
+        # What a later request says and expects is its own; where it comes from stays.
+        kept = {key: first[key] for key in ("remote_addr", "env", "commands") if key in first}
+        steps.append(merge(kept, step))
+    for step in steps:
+        if "reply" not in step:
+            raise CaseError("no expectation: what is the reply?")
+        if step.get("stdin", "close") not in ("close", "open"):
+            raise CaseError("stdin is close or open")
+        step["reply"] = wire_reply(step["reply"], replies)
+    return {"name": name, "world": world, "steps": steps, "skip": case.get("skip", {})}
+
+
+def wire_reply(reply, replies):
+    """The text that must be seen on standard output: None for nothing. Macros of the time are still in it."""
+    if reply.startswith("@"):
+        if reply[1:] not in replies:
+            raise CaseError(f"no such reply: {reply}")
+        reply = replies[reply[1:]]
+    if reply == "none":
+        return None
+    if reply.startswith("text:"):
+        return expand(reply.removeprefix("text:"))
+    return format_json(parse_json(expand(reply))) + "\n"

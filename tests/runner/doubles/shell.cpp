@@ -1,0 +1,89 @@
+// A double of /bin/sh: logs the exact command text and answers from the case's table, without running anything.
+//
+// The table is a file of entries, each "LENGTH STATUS OUTPUT-LENGTH REMOVED-LENGTH\n" followed by the command, its
+// output and the path of a file that it removes ("" for none), LENGTH and so on counting bytes. The first entry whose
+// command equals the text is the answer. A command that the table lacks is logged as unexpected and answers status 127.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "tests/runner/doubles/events.h"
+
+namespace {
+
+char g_table[8 << 20];
+char g_line[1 << 20];
+
+void log_command(const char *kind, const char *command) {
+    const size_t length = strlen(command);
+    if (2 * length + 32 > sizeof(g_line)) {
+        __builtin_trap();
+    }
+    char *end = g_line + snprintf(g_line, 32, "%s ", kind);
+    end = put_hex(end, command, length);
+    *end++ = '\n';
+    append_event(g_line, static_cast<size_t>(end - g_line));
+}
+
+size_t read_table() {
+    const int file = open("/.runner/commands", O_RDONLY | O_CLOEXEC);
+    size_t size = 0;
+    ssize_t got;
+    while (file >= 0 && (got = read(file, g_table + size, sizeof(g_table) - 1 - size)) > 0) {
+        size += static_cast<size_t>(got);
+    }
+    return size;
+}
+
+// Writes all of it, or as much as the reader wants to have.
+void answer(const char *text, size_t size) {
+    while (size > 0) {
+        const ssize_t put = write(STDOUT_FILENO, text, size);
+        if (put <= 0) {
+            return;
+        }
+        text += put;
+        size -= static_cast<size_t>(put);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // The C library calls "sh -c COMMAND", newer ones "sh -c -- COMMAND".
+    if (argc < 3 || strcmp(argv[1], "-c") != 0) {
+        log_command("unexpected", argc > 1 ? argv[1] : "");
+        return 127;
+    }
+    const char *command = argv[argc - 1];
+    const size_t length = strlen(command);
+    const char *end = g_table + read_table();
+    for (const char *entry = g_table; entry < end;) {
+        size_t command_length = 0;
+        int status = 0;
+        size_t output_length = 0;
+        size_t removed_length = 0;
+        int header = 0;
+        if (sscanf(entry, "%zu %d %zu %zu%n", &command_length, &status, &output_length, &removed_length, &header) !=
+            4) {
+            __builtin_trap();
+        }
+        const char *text = entry + header + 1;
+        const char *output = text + command_length;
+        const char *removed = output + output_length;
+        if (command_length == length && memcmp(text, command, length) == 0) {
+            log_command("run", command);
+            if (removed_length > 0) {
+                char path[256];
+                snprintf(path, sizeof(path), "%.*s", static_cast<int>(removed_length), removed);
+                unlink(path);
+            }
+            answer(output, output_length);
+            return status;
+        }
+        entry = removed + removed_length;
+    }
+    log_command("unexpected", command);
+    return 127;
+}

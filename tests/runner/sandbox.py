@@ -1,0 +1,542 @@
+"""The root in which the program under test runs, and one run of it with everything that it did."""
+
+import contextlib
+import ctypes
+import errno
+import os
+import pathlib
+import re
+import selectors
+import shutil
+import signal
+import socket
+import stat
+import subprocess
+import time
+
+import caseformat
+from caseformat import CaseError, expand, to_bytes, to_text
+
+libc = ctypes.CDLL(None, use_errno=True)
+
+PROGRAM = "/web/app/app.cgi"
+TIMEOUT = {"plain": 10, "sanitize": 30, "valgrind": 90}
+CLONE_NEWNS, CLONE_NEWIPC, CLONE_NEWUSER = 0x20000, 0x8000000, 0x10000000
+MS_BIND, MS_REC, MS_PRIVATE = 4096, 16384, 1 << 18
+IPC_RMID, IPC_STAT, IPC_NOWAIT, MSG_EXCEPT = 0, 2, 0o4000, 0o20000
+IN_OPEN = 0x20
+SO_SNDBUFFORCE = 32
+VALGRIND_PARTS = ["memcheck-amd64-linux", "vgpreload_core-amd64-linux.so", "vgpreload_memcheck-amd64-linux.so",
+                  "default.supp"]
+QUEUE_FIELDS = {  # of the record, counted from its 32-bit type: offset, width, text or number
+    "url": (4, 128, str), "md5": (132, 33, str), "enable": (229, 1, int), "hour": (230, 1, int),
+    "minute": (231, 1, int), "second": (232, 1, int), "week": (233, 1, int), "sysconf": (236, 128, str),
+    "interval": (236, 4, int), "count": (240, 4, int), "guid": (244, 40, str),
+}
+RECORD_SIZE = 364
+
+
+# ---- rights: a name space where one can be had, else a changed root, else proot
+
+def call(name, *arguments):
+    if getattr(libc, name)(*arguments) != 0:
+        raise OSError(ctypes.get_errno(), name)
+
+
+def unshare(flags):
+    """Enters name spaces of its own, as an ordinary user through one of users first. False: not to be had."""
+    uid, gid = os.geteuid(), os.getegid()
+    with contextlib.suppress(OSError):
+        call("unshare", flags)
+        return True
+    with contextlib.suppress(OSError):
+        call("unshare", CLONE_NEWUSER | flags)
+        pathlib.Path("/proc/self/setgroups").write_text("deny")
+        pathlib.Path("/proc/self/uid_map").write_text(f"0 {uid} 1")
+        pathlib.Path("/proc/self/gid_map").write_text(f"0 {gid} 1")
+        return True
+    return False
+
+
+def can_chroot():
+    child = os.fork()
+    if child == 0:
+        try:
+            os.chroot("/")
+            os._exit(0)
+        except OSError:
+            os._exit(1)
+    return os.waitpid(child, 0)[1] == 0
+
+
+def shared_objects(binary, own):
+    """The libraries that a program needs, its loader too, without those whose names are in `own`."""
+    output = subprocess.run(["ldd", binary], check=True, capture_output=True, text=True).stdout
+    found = re.findall(r"(\S+)(?: => (\S+))? \(0x", output)
+    paths = [path or name for name, path in found]
+    return [path for path in paths if path.startswith("/") and pathlib.Path(path).name not in own]
+
+
+def debug_file(library):
+    """Where Debian keeps the symbols of a stripped library."""
+    notes = subprocess.run(["readelf", "-n", library], check=True, capture_output=True, text=True).stdout
+    build_id = re.search(r"Build ID: ([0-9a-f]+)", notes)[1]
+    return f"/usr/lib/debug/.build-id/{build_id[:2]}/{build_id[2:]}.debug"
+
+
+class Queue:
+    """The system daemon's end of the message queue."""
+
+    def __init__(self, null):
+        status = os.stat(null)
+        self.key = ctypes.c_int(117 << 24 | (status.st_dev & 0xFF) << 16 | status.st_ino & 0xFFFF)
+
+    def find(self):
+        return libc.msgget(self.key, 0)
+
+    def create(self):
+        return libc.msgget(self.key, 0o1666)
+
+    def drain(self):
+        """All records as (type, payload bytes), and the queue's mode; the queue is gone afterwards."""
+        queue = self.find()
+        if queue < 0:
+            return [], None
+        status = ctypes.create_string_buffer(512)
+        libc.msgctl(queue, IPC_STAT, status)
+        mode = int.from_bytes(status.raw[20:24], "little") & 0o777  # struct ipc_perm: key, 4 ids, mode
+        records = []
+        record = ctypes.create_string_buffer(8 + 8192)
+        while (size := libc.msgrcv(queue, record, 8192, 0, IPC_NOWAIT)) >= 0:
+            records.append((int.from_bytes(record.raw[:8], "little"), record.raw[8:8 + size]))
+        libc.msgctl(queue, IPC_RMID, None)
+        return records, mode
+
+
+def show_record(kind, payload):
+    """A record as a case lists it: the type, and each run of non-zero bytes with its offset in the record."""
+    shown = f"{kind}"
+    if len(payload) != RECORD_SIZE - 4:
+        shown += f" ({len(payload)} bytes of payload)"
+    for match in re.finditer(rb"[^\0]+", payload):
+        shown += f" {match.start() + 4}:{match[0]!r}"
+    return shown
+
+
+def expected_record(fields):
+    payload = bytearray(RECORD_SIZE - 4)
+    for name, value in fields.items():
+        if name == "type":
+            continue
+        offset, width, kind = QUEUE_FIELDS[name]
+        data = to_bytes(expand(value)) if kind is str else value.to_bytes(width, "little")
+        payload[offset - 4:offset - 4 + len(data)] = data
+    return show_record(fields["type"], bytes(payload))
+
+
+# ---- the root
+
+class Sandbox:
+    """One root for one worker. Made once, brought back to its first state for each case."""
+
+    def __init__(self, folder, binary, tools, items, mode):
+        self.root = pathlib.Path(folder)
+        self.tools = pathlib.Path(tools)
+        self.items = items
+        self.mode = mode
+        self.needs_proc = mode != "plain"
+        self.own_space = unshare(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
+        self.proot = not can_chroot() or self.needs_proc and not self.own_space
+        if self.proot and shutil.which("proot") is None:
+            raise CaseError("no right to change the root folder, and proot is not installed")
+        self.build(pathlib.Path(binary))
+        self.base = self.snapshot()
+
+    def path(self, inside):
+        return self.root / inside.lstrip("/")
+
+    def copy(self, source, inside=None):
+        target = self.path(inside or str(source))
+        target.parent.mkdir(parents=True, exist_ok=True)
+        if not target.exists():
+            shutil.copy(source, target)
+
+    def build(self, binary):
+        for folder in ("bin", "dev", "etc", "lib", "proc/net", "tmp", "var", ".runner/proc"):
+            self.path(folder).mkdir(parents=True)
+        self.copy(binary, PROGRAM)
+        self.path(PROGRAM).chmod(0o755)
+        libraries = shared_objects(binary, {"libapmib.so", "libarpcheck.so"})
+        for library in libraries:
+            self.copy(library)
+        for double in ("libapmib.so", "libarpcheck.so"):
+            self.copy(self.tools / double, f"/lib/{double}")
+        self.copy(self.tools / "double_shell", "/.runner/shell")
+        self.copy(self.tools / "launch", "/.runner/launch")
+        if self.mode == "valgrind":
+            for part in VALGRIND_PARTS:
+                self.copy(f"/usr/libexec/valgrind/{part}")
+            loader = next(path for path in libraries if "ld-linux" in path)
+            self.copy(debug_file(os.path.realpath(loader)))
+        if self.needs_proc:
+            self.path("/proc/self").symlink_to("/.runner/proc/self")
+            if not self.proot:
+                call("mount", b"none", b"/", None, MS_REC | MS_PRIVATE, None)
+                call("mount", b"/proc", bytes(self.path("/.runner/proc")), None, MS_BIND | MS_REC, None)
+
+    def walk(self):
+        """Every path of the root with its status, the runner's own folder left out."""
+        pending = [self.root]
+        while pending:
+            with os.scandir(pending.pop()) as entries:
+                for entry in entries:
+                    if entry.path == str(self.root / ".runner"):
+                        continue
+                    status = entry.stat(follow_symlinks=False)
+                    yield entry.path[len(str(self.root)):], status
+                    if stat.S_ISDIR(status.st_mode):
+                        pending.append(entry.path)
+
+    def snapshot(self):
+        return {path: identity(status) for path, status in self.walk()}
+
+    def reset(self):
+        """Removes all that is not the base's. Raises if the base itself was changed."""
+        for path, status in sorted(self.walk(), reverse=True):
+            if path in self.base:
+                if identity(status) != self.base[path]:
+                    raise CaseError(f"the program changed {path}")
+            elif stat.S_ISDIR(status.st_mode):
+                self.path(path).rmdir()
+            else:
+                self.path(path).unlink()
+        for left in self.path(".runner").glob("*.log*"):
+            left.unlink()
+
+    def prepare(self, world):
+        """Lays out a case's world."""
+        self.reset()
+        self.store = Store(world, self.items)
+        self.console = None
+        for path, content in {"/dev/null": "", "/dev/console": {"type": "fifo"}, **world.get("files", {})}.items():
+            self.put(path, content)
+        if world.get("shell", True):
+            os.link(self.path("/.runner/shell"), self.path("/bin/sh"))
+        self.path("/.runner/arp").write_text("".join(line + "\n" for line in world.get("arp", [])))
+        self.queue = Queue(self.path("/dev/null"))
+        while self.queue.find() >= 0:  # a key of somebody else: another inode gives another key
+            if self.own_space:
+                self.queue.drain()
+                continue
+            spare = self.path("/dev/null.new")
+            spare.touch()
+            spare.rename(self.path("/dev/null"))
+            self.queue = Queue(self.path("/dev/null"))
+        if world.get("queue_exists"):
+            self.queue.create()
+        self.world = world
+
+    def put(self, path, content):
+        """Content: a text, false for no file, or {type = "folder" | "socket" | "fifo"}."""
+        target = self.path(path)
+        if content is False:
+            return
+        target.parent.mkdir(parents=True, exist_ok=True)
+        if isinstance(content, str):
+            target.write_bytes(to_bytes(expand(content)))
+        elif content == {"type": "folder"}:
+            target.mkdir()
+        elif content == {"type": "fifo"}:
+            os.mkfifo(target)
+        elif content == {"type": "socket"}:  # it is there, and cannot be opened, not even by root
+            os.mknod(target, stat.S_IFSOCK | 0o666)
+        else:
+            raise CaseError(f"{path}: what is {content}?")
+
+    def files(self):
+        """All files that are not the base's: path -> content, or the type of what is no file."""
+        found = {}
+        for path, status in self.walk():
+            if path in self.base and identity(status) == self.base[path]:
+                continue
+            if stat.S_ISREG(status.st_mode):
+                found[path] = self.path(path).read_bytes() if path != "/bin/sh" else b"the double"
+            elif stat.S_ISLNK(status.st_mode) and re.fullmatch(r"/proc/\d+", path):
+                self.path(path).unlink()
+            elif not stat.S_ISDIR(status.st_mode) or not any(self.path(path).iterdir()):
+                found[path] = f"type {stat.S_IFMT(status.st_mode):o}".encode()
+        return found
+
+    # ---- one request
+
+    def command_line(self, step):
+        """The launcher's arguments and the environment of a step."""
+        line, env = [], dict(step.get("env", {}))
+        if self.proot:
+            binds = ["-b", f"/proc:{'/.runner/proc'}"] if self.needs_proc else []
+            line += ["proot", "-r", str(self.root), *binds, "/.runner/launch"]
+            env["PROOT_TMP_DIR"] = str(self.root / ".runner")
+        else:
+            line += [str(self.tools / "launch"), "-r", str(self.root)]
+        line += ["-w", str(pathlib.Path(PROGRAM).parent)]
+        if self.needs_proc:
+            line.append("-p")
+        memory = self.world.get("memory")
+        if memory and self.mode == "plain":
+            line += ["-m", str(memory)]
+        for name, error in self.world.get("fail_syscalls", {}).items():
+            line += ["-f", f"{name}={getattr(errno, error)}"]
+        if self.mode == "sanitize":
+            env["ASAN_OPTIONS"] = ("allocator_may_return_null=1:exitcode=99:log_path=/.runner/sanitizer.log:"
+                                   "detect_stack_use_after_return=1:strict_string_checks=1:detect_leaks="
+                                   + ("0" if self.proot else "1")  # the leak check cannot run beside proot's tracing
+                                   + (f":max_allocation_size_mb={memory >> 20}" if memory else ""))
+            env["UBSAN_OPTIONS"] = "print_stacktrace=1:log_path=/.runner/sanitizer.log"
+        if self.mode == "valgrind":
+            line += [f"/usr/libexec/valgrind/{VALGRIND_PARTS[0]}", "-q", "--vgdb=no", "--leak-check=full",
+                     "--show-leak-kinds=all", "--errors-for-leak-kinds=all", "--error-exitcode=98",
+                     "--log-file=/.runner/valgrind.log"]
+            env |= {"VALGRIND_LIB": "/usr/libexec/valgrind", "VALGRIND_LAUNCHER": "/usr/bin/valgrind.bin"}
+        return line + [PROGRAM, *map(expand, step.get("args", []))], env
+
+    def run(self, step, body):
+        """Runs the program once and returns what was seen of it."""
+        line, env = self.command_line(step)
+        length = step.get("content_length", str(len(body)))
+        if length is not False:
+            env["CONTENT_LENGTH"] = expand(length)
+        if step.get("remote_addr", False) is not False:
+            env["REMOTE_ADDR"] = expand(step["remote_addr"])
+        self.path("/.runner/store").write_text(self.store.text())
+        self.path("/.runner/events").write_bytes(b"")
+        self.path("/.runner/commands").write_bytes(command_table(step.get("commands", {})))
+        seen = {"started": time.time()}
+        with Console(self.path("/dev/console")) as console, contextlib.ExitStack() as stack:
+            replies, stdout = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+            stack.enter_context(replies)
+            make_room(stdout)
+            with stdout:
+                process = subprocess.Popen(line, env=env, stdin=subprocess.PIPE, stdout=stdout.fileno(),
+                                           stderr=subprocess.PIPE, pass_fds=(), close_fds=True)
+            stack.callback(process.wait)
+            stderr = exchange(process, body, step, console, TIMEOUT[self.mode])
+            seen["timeout"] = stderr is None
+            seen["stderr"] = b"" if stderr is None else stderr
+            seen["exit"] = process.wait()
+            seen["stdout"] = messages(replies)
+            console.read()
+            seen["console"], seen["console_opens"] = bytes(console.text), console.opens()
+        seen["ended"] = time.time()
+        seen["log"] = self.path("/.runner/events").read_text().splitlines()
+        self.store.apply(seen["log"])
+        records, seen["queue_mode"] = self.queue.drain()
+        seen["queue"] = [show_record(kind, payload) for kind, payload in records]
+        seen["files"] = self.files()
+        seen["tool"] = self.tool_report()
+        return seen
+
+    def tool_report(self):
+        """What valgrind or a sanitizer had to say; an allocation refused on a case's order is no finding."""
+        report = ""
+        for log in sorted(self.path(".runner").glob("*.log*")):
+            text = log.read_text(errors="replace")
+            log.unlink()
+            if self.world.get("memory"):
+                text = re.sub(r"==\d+==WARNING: AddressSanitizer failed to allocate.*\n", "", text)
+            report += text
+        return report
+
+
+def identity(status):
+    """What stays the same while nobody touches a file; a folder's times change with its entries."""
+    if stat.S_ISDIR(status.st_mode):
+        return status.st_mode, status.st_ino
+    return status.st_mode, status.st_ino, status.st_size, status.st_mtime_ns
+
+
+def make_room(stdout):
+    """Lets a whole reply wait unread in the socket, so that a commit can be seen to come after it."""
+    try:
+        stdout.setsockopt(socket.SOL_SOCKET, SO_SNDBUFFORCE, 8 << 20)
+    except OSError:
+        stdout.setsockopt(socket.SOL_SOCKET, socket.SO_SNDBUF, 8 << 20)
+
+
+def messages(replies):
+    """Each write to standard output as one text."""
+    found = []
+    while message := replies.recv(16 << 20):
+        found.append(message)
+    return found
+
+
+class Console:
+    """The console device: a pipe that is read all the time; every opening is counted."""
+
+    def __init__(self, path):
+        self.text = bytearray()
+        self.pipe = self.watch = None
+        if path.is_fifo():
+            self.pipe = os.open(path, os.O_RDWR | os.O_NONBLOCK)
+            self.watch = libc.inotify_init1(os.O_NONBLOCK)
+            if libc.inotify_add_watch(self.watch, bytes(path), IN_OPEN | 0x8) < 0:  # with the closings: they keep
+                raise OSError(ctypes.get_errno(), "inotify")                        # two openings two events
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.pipe is not None:
+            os.close(self.pipe)
+            os.close(self.watch)
+
+    def read(self):
+        with contextlib.suppress(BlockingIOError):
+            while self.pipe is not None and (data := os.read(self.pipe, 65536)):
+                self.text += data
+
+    def opens(self):
+        count = 0
+        with contextlib.suppress(BlockingIOError):
+            while self.pipe is not None:
+                data = os.read(self.watch, 65536)
+                for at in range(0, len(data), 16):
+                    count += bool(int.from_bytes(data[at + 4:at + 8], "little") & IN_OPEN)
+        return count
+
+
+def exchange(process, body, step, console, timeout):
+    """Gives the body, reads the console and standard error until the program has ended. None: it did not end."""
+    deadline = time.monotonic() + timeout
+    keep_open = step.get("stdin", "close") == "open"
+    size = max(1, -(-len(body) // step.get("pieces", 1)))
+    pieces = [body[at:at + size] for at in range(0, len(body), size)]
+    stderr = b""
+    ended = os.pidfd_open(process.pid)
+    with selectors.DefaultSelector() as selector:
+        selector.register(ended, selectors.EVENT_READ, "ended")
+        selector.register(process.stderr, selectors.EVENT_READ, "stderr")
+        if console.pipe is not None:
+            selector.register(console.pipe, selectors.EVENT_READ, "console")
+        os.set_blocking(process.stdin.fileno(), False)
+        selector.register(process.stdin, selectors.EVENT_WRITE, "stdin")
+        open_ends = {"ended", "stderr"}
+        while open_ends:
+            events = selector.select(deadline - time.monotonic())
+            if not events and time.monotonic() > deadline:
+                process.send_signal(signal.SIGKILL)
+                process.stdin.close()
+                os.close(ended)
+                return None
+            for key, _ in events:
+                if key.data == "console":
+                    console.read()
+                elif key.data == "ended":
+                    selector.unregister(ended)
+                    open_ends.discard("ended")
+                elif key.data == "stderr":
+                    data = os.read(process.stderr.fileno(), 65536)
+                    stderr += data
+                    if not data:
+                        selector.unregister(process.stderr)
+                        open_ends.discard("stderr")
+                elif not give(process.stdin, pieces, step):
+                    selector.unregister(process.stdin)
+                    if not keep_open:
+                        process.stdin.close()
+    os.close(ended)
+    with contextlib.suppress(OSError):
+        process.stdin.close()
+    process.stderr.close()
+    return stderr
+
+
+def give(stdin, pieces, step):
+    """Writes the next of the body. False: there is no more, or nobody wants it."""
+    if not pieces:
+        return False
+    try:
+        written = os.write(stdin.fileno(), pieces[0])
+    except BlockingIOError:
+        return True
+    except BrokenPipeError:
+        return False
+    pieces[0] = pieces[0][written:]
+    if not pieces[0]:
+        pieces.pop(0)
+        if pieces and "pieces" in step:
+            time.sleep(0.005)  # so that the next piece is a read of its own
+    return bool(pieces)
+
+
+def command_table(commands):
+    """The shell double's answers: command -> output text, or {output, status, remove}."""
+    table = b""
+    for command, answer in commands.items():
+        answer = {"output": answer} if isinstance(answer, str) else answer
+        unknown = set(answer) - {"output", "status", "remove"}
+        if unknown:
+            raise CaseError(f"{command}: unknown keys: {', '.join(unknown)}")
+        parts = [to_bytes(expand(text)) for text in (command, answer.get("output", ""), answer.get("remove", ""))]
+        head = f"{len(parts[0])} {answer.get('status', 0)} {len(parts[1])} {len(parts[2])}\n"
+        table += head.encode() + b"".join(parts)
+    return table
+
+
+class Store:
+    """The store of a case, carried over from request to request."""
+
+    def __init__(self, world, items):
+        self.items = items
+        self.values = {}   # (item id, interface or None) -> bytes, None when reading fails
+        self.tables = {}   # count item id -> records
+        self.failures = []
+        for item in items.by_name.values():
+            if "record" in item:
+                self.tables[item["id"]] = []
+            self.values[item["id"], None] = bytes(item["width"]) if "record" in item else None
+        for name, value in world.get("store", {}).items():
+            item, interface = items.find(name)
+            if "record" in item:
+                self.tables[item["id"]] = [bytes.fromhex(record) for record in value]
+            else:
+                self.values[item["id"], interface] = items.encode(item, value)
+        for name in world.get("unset", []):
+            item, interface = items.find(name)
+            self.values[item["id"], interface] = None
+        for failure in world.get("fail", []):
+            call_name, _, name = failure.partition(" ")
+            if call_name not in ("init", "get", "set", "update", "save") or (call_name in ("get", "set")) != bool(name):
+                raise CaseError(f"what fails? {failure}")
+            self.failures.append(f"fail {call_name} {items.find(name)[0]['id']}" if name else f"fail {call_name}")
+
+    def text(self):
+        lines = list(self.failures)
+        for (number, interface), value in self.values.items():
+            where = f"{number}@{interface}" if interface else f"{number}"
+            width = self.items.by_id[number]["width"]
+            lines.append(f"item {where} {width} {'-' if value is None else value.hex()}")
+        for number, records in self.tables.items():
+            size = self.items.by_id[number]["record"]
+            lines.append(" ".join([f"table {number} {size}"] + [record.hex() for record in records]))
+        return "\n".join(lines) + "\n"
+
+    def apply(self, log):
+        """What the program wrote is what its next request reads."""
+        for line in log:
+            words = line.split()
+            if words[0] != "set" or words[2] != "ok":
+                continue
+            number, _, interface = words[1].partition("@")
+            data = bytes.fromhex(words[3]) if len(words) > 3 else b""
+            if int(number) in self.items.by_id:
+                self.values[int(number), interface or None] = data
+                continue
+            prefix, item = self.items.table_call(int(number))
+            records = self.tables[item["id"]]
+            if prefix == "add ":
+                records.append(data)
+            elif prefix == "delete ":
+                records.remove(data)
+            else:
+                records.clear()

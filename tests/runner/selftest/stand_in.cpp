@@ -1,0 +1,246 @@
+// A program under test that does exactly what its body says, one statement per line, so that the runner can be shown
+// right and wrong behaviour of every kind. See the functions below for the statements.
+#include <sys/ipc.h>
+#include <sys/msg.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/apmib.h"
+
+namespace {
+
+unsigned char g_value[4096];
+
+void do_get(char *text) {  // ID: prints the value, or "failed"
+    memset(g_value, 0, sizeof(g_value));
+    printf("%s\n", apmib_get(atoi(text), g_value) != 0 ? reinterpret_cast<char *>(g_value) : "failed");
+    fflush(stdout);
+}
+
+void do_set(char *text) {  // ID TEXT: writes the text, padded with zeros
+    memset(g_value, 0, sizeof(g_value));
+    char *value = strchr(text, ' ') + 1;
+    memcpy(g_value, value, strlen(value));
+    apmib_set(atoi(text), g_value);
+}
+
+void do_dirty(char *text) {  // ID: writes "x", a NUL and garbage
+    memset(g_value, 'g', sizeof(g_value));
+    memcpy(g_value, "x", 2);
+    apmib_set(atoi(text), g_value);
+}
+
+void do_short(char *text) {  // ID: writes from a buffer of one byte
+    auto *value = static_cast<unsigned char *>(calloc(1, 1));
+    apmib_set(atoi(text), value);
+    free(value);
+}
+
+void do_interface(char *text) {  // W V
+    wlan_idx = text[0] - '0';
+    vwlan_idx = text[2] - '0';
+}
+
+void do_entry(char *text) {  // ID INDEX: prints the table entry
+    memset(g_value, 0, sizeof(g_value));
+    g_value[0] = static_cast<unsigned char>(atoi(strchr(text, ' ')));
+    printf("%s\n", apmib_get(atoi(text), g_value) != 0 ? reinterpret_cast<char *>(g_value) : "failed");
+    fflush(stdout);
+}
+
+void do_commit(char *text) {
+    apmib_update(atoi(text));
+}
+
+void do_save(char *) {
+    save_cs_to_file();
+}
+
+void do_print(char *text) {
+    puts(text);
+    fflush(stdout);
+}
+
+void do_error(char *text) {
+    fprintf(stderr, "%s\n", text);
+}
+
+void do_shell(char *text) {
+    if (system(text) == -1) {
+        puts("system failed");
+    }
+}
+
+void do_pipe(char *text) {  // prints what the command prints
+    FILE *pipe = popen(text, "r");
+    char line[256];
+    while (pipe != nullptr && fgets(line, sizeof(line), pipe) != nullptr) {
+        fputs(line, stdout);
+    }
+    const int status = pipe == nullptr ? -1 : pclose(pipe);
+    printf("status %d\n", status);
+    fflush(stdout);
+}
+
+void do_message(char *text) {  // TYPE TEXT: the text is the argument at offset 236; -1 as type sends too short a record
+    struct {
+        long type;
+        char payload[360];
+    } record = {};
+    record.type = labs(atol(text));
+    char *argument = strchr(text, ' ');
+    if (argument != nullptr) {
+        strcpy(record.payload + 232, argument + 1);
+    }
+    const int queue = msgget(ftok("/dev/null", 117), IPC_CREAT | 0666);
+    if (queue < 0 || msgsnd(queue, &record, text[0] == '-' ? 300 : 360, 0) != 0) {
+        perror("message");
+    }
+}
+
+void do_queue(char *) {  // makes a queue that others may not use
+    msgget(ftok("/dev/null", 117), IPC_CREAT | 0600);
+}
+
+void write_console(const char *text, bool twice) {
+    FILE *console = fopen("/dev/console", "w+");
+    for (int i = 0; console != nullptr && i < (twice ? 2 : 1); ++i) {
+        fprintf(console, "app:main:%d:%s\n", __LINE__, text);
+    }
+    if (console != nullptr) {
+        fclose(console);
+    }
+}
+
+void do_log(char *text) {
+    write_console(text, false);
+}
+
+void do_log_twice(char *text) {
+    write_console(text, true);
+}
+
+void do_write(char *text) {  // PATH TEXT
+    char *content = strchr(text, ' ');
+    *content++ = '\0';
+    FILE *file = fopen(text, "w");
+    fputs(content, file);
+    fclose(file);
+}
+
+void do_remove(char *text) {
+    unlink(text);
+}
+
+void do_env(char *text) {
+    const char *value = getenv(text);
+    printf("%s\n", value == nullptr ? "absent" : value);
+    fflush(stdout);
+}
+
+void do_memory(char *text) {
+    char *block = static_cast<char *>(malloc(strtoul(text, nullptr, 10)));
+    puts(block == nullptr ? "refused" : "granted");
+    fflush(stdout);
+    free(block);
+}
+
+void do_exit(char *text) {
+    exit(atoi(text));
+}
+
+void do_abort(char *) {
+    abort();
+}
+
+void do_hang(char *) {
+    pause();
+}
+
+void do_leak(char *) {
+    char *lost = static_cast<char *>(malloc(100));
+    memset(lost, 1, 100);
+    asm volatile("" : : "r"(lost) : "memory");
+    lost = nullptr;
+    asm volatile("" : : "r"(lost) : "memory");
+}
+
+void do_overflow(char *text) {
+    char *small = static_cast<char *>(malloc(4));
+    memcpy(small, text, strlen(text) + 1);
+    asm volatile("" : : "r"(small) : "memory");
+    free(small);
+}
+
+struct Statement {
+    const char *name;
+    void (*run)(char *text);
+};
+
+constexpr Statement kStatements[] = {
+    {"get",       do_get      },
+    {"set",       do_set      },
+    {"dirty",     do_dirty    },
+    {"short",     do_short    },
+    {"interface", do_interface},
+    {"entry",     do_entry    },
+    {"commit",    do_commit   },
+    {"save",      do_save     },
+    {"print",     do_print    },
+    {"error",     do_error    },
+    {"shell",     do_shell    },
+    {"pipe",      do_pipe     },
+    {"message",   do_message  },
+    {"queue",     do_queue    },
+    {"log",       do_log      },
+    {"log-twice", do_log_twice},
+    {"write",     do_write    },
+    {"remove",    do_remove   },
+    {"env",       do_env      },
+    {"memory",    do_memory   },
+    {"exit",      do_exit     },
+    {"abort",     do_abort    },
+    {"hang",      do_hang     },
+    {"leak",      do_leak     },
+    {"overflow",  do_overflow },
+};
+
+void run(char *line) {
+    char *text = strchr(line, ' ');
+    if (text != nullptr) {
+        *text++ = '\0';
+    }
+    for (const Statement &statement : kStatements) {
+        if (strcmp(statement.name, line) == 0) {
+            static char nothing[1];
+            statement.run(text == nullptr ? nothing : text);
+            return;
+        }
+    }
+    fprintf(stderr, "no such statement: %s\n", line);
+}
+
+char g_line[300000];
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // "twice" and "never" as arguments: the runner must see how often the store is opened.
+    const char *mode = argc > 1 ? argv[1] : "";
+    if (strcmp(mode, "never") != 0) {
+        apmib_init();
+    }
+    if (strcmp(mode, "twice") == 0) {
+        apmib_init();
+    }
+    static char reply[1 << 18];
+    setvbuf(stdout, reply, _IOFBF, sizeof(reply));
+    while (fgets(g_line, sizeof(g_line), stdin) != nullptr) {
+        g_line[strcspn(g_line, "\n")] = '\0';
+        run(g_line);
+    }
+    return 0;
+}
