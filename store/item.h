@@ -3,6 +3,8 @@
 #ifndef STORE_ITEM_H
 #define STORE_ITEM_H
 
+#include <netinet/in.h>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -22,7 +24,14 @@ struct Item {
 using ByteItem = Item<uint8_t>;
 using SignedByteItem = Item<int8_t>;
 using Int32Item = Item<int32_t>;
+using Ipv4Item = Item<in_addr>;  // network order
 template <size_t Width>
 using TextItem = Item<StoreText<Width>>;
+
+// A table of packed records, known by the item that holds its count.
+template <typename Record>
+struct TableItem {
+    int count_id;
+};
 
 #endif

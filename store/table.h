@@ -1,0 +1,58 @@
+// Tables of the configuration store. A table is known by the item that holds its count; its other operations are reads
+// and writes of ids derived from that one. Entries are numbered from 1.
+#ifndef STORE_TABLE_H
+#define STORE_TABLE_H
+
+#include "store/item.h"
+#include "store/store.h"
+
+namespace table_id {
+constexpr int entry(int count_id) {
+    return count_id + 1 + 0x8000;
+}
+constexpr int add(int count_id) {
+    return count_id + 2 + 0x10000;
+}
+constexpr int remove(int count_id) {
+    return count_id + 3 + 0x20000;
+}
+constexpr int remove_all(int count_id) {
+    return count_id + 4 + 0x40000;
+}
+}  // namespace table_id
+
+// The number of entries into `count`. False: it can't be read, and `count` is 0.
+template <typename Record>
+bool table_count(TableItem<Record> table, int32_t &count) {
+    count = 0;
+    return store_read_raw(table.count_id, &count);
+}
+
+// Reads entry `index`, which a table numbers in one byte. False: there is none, or it can't be read.
+template <typename Record>
+bool table_read(TableItem<Record> table, int index, Record &record) {
+    record = {};
+    *reinterpret_cast<uint8_t *>(&record) = static_cast<uint8_t>(index);
+    return store_read_raw(table_id::entry(table.count_id), &record);
+}
+
+// Appends an entry. False: the store refused it.
+template <typename Record>
+bool table_add(TableItem<Record> table, const Record &record) {
+    return store_write_raw(table_id::add(table.count_id), &record);
+}
+
+// Deletes the entry that equals `record`. False: there is none, or the store refused.
+template <typename Record>
+bool table_remove(TableItem<Record> table, const Record &record) {
+    return store_write_raw(table_id::remove(table.count_id), &record);
+}
+
+// Deletes all entries. False: the store refused.
+template <typename Record>
+bool table_remove_all(TableItem<Record> table) {
+    const Record unused = {};
+    return store_write_raw(table_id::remove_all(table.count_id), &unused);
+}
+
+#endif

@@ -1,0 +1,56 @@
+#include "store/wlan.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "base/debug_log.h"
+#include "platform/apmib.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+// "wlan" and the radio's number, then "-va" and a number, or "-vxd".
+constexpr size_t kRadioAt = 4;
+constexpr size_t kSuffixAt = 5;
+constexpr size_t kVirtualAt = 8;
+constexpr size_t kShortestWithSuffix = 9;
+
+}  // namespace
+
+int SetWlan_idx(const char *name) {
+    const size_t length = strlen(name);
+    // A name that ends before its number counts as radio 0.
+    const int radio = length > kRadioAt ? atoi(name + kRadioAt) : 0;
+    if (radio >= kRadioCount) {
+        DebugLog("invalid wlan interface index number!");
+        return 0;
+    }
+    select_wlan(radio, kMainAccessPoint);
+    if (length < kShortestWithSuffix) {
+        return 1;
+    }
+    if (strncmp(name + kSuffixAt, "-va", 3) == 0) {
+        const int number = atoi(name + kVirtualAt);
+        if (number >= kInterfaceCount - 1) {
+            DebugLog("invalid virtual wlan interface index number!");
+            return 0;
+        }
+        vwlan_idx = number + 1;
+    }
+    if (strncmp(name + kSuffixAt, "-vxd", 4) == 0) {
+        vwlan_idx = kRepeater;
+    }
+    return 1;
+}
+
+void select_wlan(int radio, int index) {
+    wlan_idx = radio;
+    vwlan_idx = index;
+}
+
+KeepWlanSelection::KeepWlanSelection() : radio_(wlan_idx), index_(vwlan_idx) {}
+
+KeepWlanSelection::~KeepWlanSelection() {
+    select_wlan(radio_, index_);
+}
