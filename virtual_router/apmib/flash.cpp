@@ -1,0 +1,316 @@
+// The `flash` command: looks into the configuration store, and starts it.
+
+#include <getopt.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "virtual_router/apmib/boot.h"
+#include "virtual_router/apmib/items.h"
+#include "virtual_router/apmib/store.h"
+#include "virtual_router/apmib/text.h"
+
+namespace {
+
+using store::Copy;
+using store::Item;
+
+#define DEFINITIONS_PATH "/etc/items.conf"
+
+constexpr char kHelp[] =
+    R"(Usage: flash [--root DIR] COMMAND
+
+Looks into the router's configuration store. It has a working copy, which all programs read and write, and a committed
+copy, which is what a reboot leaves.
+
+  get NAME               print NAME=value from the working copy
+  set NAME VALUE         write the working copy
+  all                    print all items of the working copy
+  commit                 make the working copy the committed one
+  default                give both copies the values of a router that leaves the factory
+  boot [--fresh]         what a router does when it starts: check the committed copy, lay out the working copy from
+                         it. Run again, it drops what was not committed. --fresh: start from the defaults
+
+NAME is an item's name (MIB_USER_NAME, or USER_NAME), an item's id (182), or, for an item with a value per wireless
+interface, the name with the interface in it (WLAN0_SSID, WLAN1_VA0_SSID, WLAN0_VXD_SSID).
+
+  -w, --wlan R           the radio that NAME means: 0 is 5 GHz, 1 is 2.4 GHz
+  -v, --vwlan V          the access point on it: 0 is the main one, 1 to 5 the virtual ones
+  -i, --items FILE       the definitions of the items; without it )" DEFINITIONS_PATH R"(
+  -R, --root DIR         the router's root; without it the root of this process
+  -h, --help             print this
+
+A table's value is its entries in hexadecimal with commas between. Exit status: 0 done, 1 failed, 2 wrong usage.
+)";
+
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct Options {
+    bool fresh = false;
+    bool help = false;
+    std::optional<int> wlan;
+    std::optional<int> vwlan;
+    std::string items;
+    std::string root;
+    std::vector<std::string> words;
+};
+
+int parse_index(const char *text, int limit) {
+    if (strlen(text) != 1 || text[0] < '0' || text[0] >= '0' + limit) {
+        throw UsageError(std::string("'") + text + "' is no interface number from 0 to " + std::to_string(limit - 1));
+    }
+    return text[0] - '0';
+}
+
+Options parse_options(int argc, char **argv) {
+    constexpr option kLong[] = {
+        {"root",  required_argument, nullptr, 'R'},
+        {"items", required_argument, nullptr, 'i'},
+        {"wlan",  required_argument, nullptr, 'w'},
+        {"vwlan", required_argument, nullptr, 'v'},
+        {"fresh", no_argument,       nullptr, 'f'},
+        {"help",  no_argument,       nullptr, 'h'},
+        {nullptr, 0,                 nullptr, 0  },
+    };
+    Options options;
+    int letter = 0;
+    while ((letter = getopt_long(argc, argv, "R:i:w:v:h", kLong, nullptr)) != -1) {
+        switch (letter) {
+            case 'R':
+                options.root = optarg;
+                break;
+            case 'i':
+                options.items = optarg;
+                break;
+            case 'w':
+                options.wlan = parse_index(optarg, store::kRadioCount);
+                break;
+            case 'v':
+                options.vwlan = parse_index(optarg, store::kVirtualCount);
+                break;
+            case 'f':
+                options.fresh = true;
+                break;
+            case 'h':
+                options.help = true;
+                break;
+            default:
+                throw UsageError("see flash --help");
+        }
+    }
+    options.words.assign(argv + optind, argv + argc);
+    return options;
+}
+
+void open_working(Copy *copy, unsigned flags) {
+    int error = store::open_copy(copy, store::kWorkingPath, flags);
+    store::check(error, std::string(store::kWorkingPath) + " (was the router started? flash boot does)");
+}
+
+// A transaction on the working copy with its lock held.
+class Session {
+  public:
+    explicit Session(unsigned flags) {
+        open_working(&copy_, MDB_RDONLY);  // which does not make a file where there is none
+        if ((flags & MDB_RDONLY) == 0) {
+            store::close_copy(&copy_);
+            open_working(&copy_, MDB_NOSYNC);
+        }
+        store::check(store::lock_copy(copy_, (flags & MDB_RDONLY) != 0 ? LOCK_SH : LOCK_EX) ? 0 : errno, "lock");
+        store::check(store::begin(&copy_, flags, &txn_), "begin");
+    }
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
+    ~Session() {
+        mdb_txn_abort(txn_);
+        store::close_copy(&copy_);  // and its lock with it
+    }
+
+    store::Records read() {
+        store::Records records;
+        MDB_cursor *cursor = nullptr;
+        store::check(mdb_cursor_open(txn_, copy_.dbi, &cursor), "read");
+        MDB_val key = {};
+        MDB_val data = {};
+        while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) {
+            uint32_t id = 0;
+            memcpy(&id, key.mv_data, sizeof(id));
+            records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
+        }
+        mdb_cursor_close(cursor);
+        return records;
+    }
+
+    void print(store::TextSink sink) { store::check(store::print_items(txn_, copy_.dbi, sink), "read"); }
+
+    void write(uint32_t id, std::string record) {
+        MDB_val key = {sizeof(id), &id};
+        MDB_val data = {record.size(), record.data()};
+        store::check(mdb_put(txn_, copy_.dbi, &key, &data, 0), "write");
+        int error = mdb_txn_commit(txn_);
+        txn_ = nullptr;
+        store::check(error, "write");
+    }
+
+  private:
+    Copy copy_;
+    MDB_txn *txn_ = nullptr;
+};
+
+void print_piece(void *, const char *text, size_t size) {
+    std::cout.write(text, static_cast<std::streamsize>(size));
+}
+
+constexpr store::TextSink kStandardOutput = {print_piece, nullptr};
+
+// An item, and which of its slots a name means.
+struct Found {
+    uint32_t id;
+    Item item;
+    size_t offset;  // of the slot in the record
+};
+
+int slot_from_options(const Options &options, const Item &item) {
+    if (item.slots == 1 && (options.wlan || options.vwlan)) {
+        throw std::runtime_error(std::string(item.name) + " has one value, not one per wireless interface");
+    }
+    return options.wlan.value_or(0) * store::kVirtualCount + options.vwlan.value_or(0);
+}
+
+Found find(const store::Records &records, const Options &options) {
+    const std::string &name = options.words[1];
+    size_t interface_size = 0;
+    int interface = store::find_interface(name, &interface_size);
+    std::string interface_item = store::kInterfacePrefix + name.substr(interface_size);
+    for (auto &[id, record] : records) {
+        Item item = store::item_of(record);
+        int slot = 0;
+        if (interface >= 0 && item.slots > 1 && interface_item == item.name) {
+            slot = interface;
+        } else if (name == item.name || "MIB_" + name == item.name || name == std::to_string(id)) {
+            slot = slot_from_options(options, item);
+        } else {
+            continue;
+        }
+        return {id, item, sizeof(Item) + static_cast<size_t>(slot) * store::slot_size(item)};
+    }
+    throw std::runtime_error("the store has no item '" + name + "'");
+}
+
+void get(const Options &options) {
+    store::Records records = Session(MDB_RDONLY).read();
+    Found found = find(records, options);
+    std::cout << (isdigit(static_cast<unsigned char>(options.words[1][0])) ? found.item.name : options.words[1]) << '=';
+    store::print_value(found.item, reinterpret_cast<const uint8_t *>(records[found.id].data()) + found.offset,
+                       kStandardOutput);
+    std::cout << '\n';
+}
+
+void set(const Options &options) {
+    Session session(0);
+    store::Records records = session.read();
+    Found found = find(records, options);
+    std::string record = records[found.id];
+    try {
+        store::parse_value(found.item, options.words[2], reinterpret_cast<uint8_t *>(record.data()) + found.offset);
+    } catch (const std::invalid_argument &fault) {
+        throw std::runtime_error(options.words[1] + " is not set: " + fault.what());
+    }
+    session.write(found.id, record);
+}
+
+void print_all(const Options &) {
+    Session(MDB_RDONLY).print(kStandardOutput);
+}
+
+void commit(const Options &) {
+    Copy working;
+    open_working(&working, MDB_RDONLY);
+    store::check(store::commit(&working), "commit");
+    store::close_copy(&working);
+    store::check(store::save_settings(), store::kSettingsPath);
+}
+
+void boot(const Options &options) {
+    std::string path = options.items.empty() ? DEFINITIONS_PATH : options.items;
+    std::ifstream in(path);
+    if (!in) {
+        throw std::runtime_error(path + ": " + strerror(errno));
+    }
+    store::boot(store::read_definitions(in, path), options.fresh);
+}
+
+void set_defaults(const Options &options) {
+    Options fresh = options;
+    fresh.fresh = true;
+    boot(fresh);
+}
+
+constexpr struct {
+    const char *name;
+    size_t word_count;
+    void (*run)(const Options &);
+} kCommands[] = {
+    {"get",     2, get         },
+    {"set",     3, set         },
+    {"all",     1, print_all   },
+    {"commit",  1, commit      },
+    {"default", 1, set_defaults},
+    {"boot",    1, boot        },
+};
+
+void run_command(const Options &options) {
+    if (options.words.empty()) {
+        throw UsageError("no command; see flash --help");
+    }
+    for (auto &command : kCommands) {
+        if (options.words[0] != command.name) {
+            continue;
+        }
+        if (options.words.size() != command.word_count) {
+            throw UsageError(std::string(command.name) + " takes " + std::to_string(command.word_count - 1) +
+                             " words; see flash --help");
+        }
+        if (!options.root.empty() && (chroot(options.root.c_str()) != 0 || chdir("/") != 0)) {
+            throw std::runtime_error(options.root + ": " + strerror(errno));
+        }
+        command.run(options);
+        return;
+    }
+    throw UsageError("no command '" + options.words[0] + "'; see flash --help");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    constexpr int kFailed = 1;
+    constexpr int kWrongUsage = 2;
+    try {
+        Options options = parse_options(argc, argv);
+        if (options.help) {
+            std::cout << kHelp;
+        } else {
+            run_command(options);
+        }
+        if (!std::cout.flush()) {
+            throw std::runtime_error("standard output can't be written");
+        }
+        return 0;
+    } catch (const UsageError &fault) {
+        std::cerr << "flash: " << fault.what() << '\n';
+        return kWrongUsage;
+    } catch (const std::exception &fault) {
+        std::cerr << "flash: " << fault.what() << '\n';
+        return kFailed;
+    }
+}
