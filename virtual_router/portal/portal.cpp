@@ -1,0 +1,297 @@
+// The way from the PC into the virtual router's network.
+//
+//   portal listen PORT... -- COMMAND [ARGUMENT...]
+//       Opens a listening socket on 127.0.0.1 for each PORT, the first as descriptor 3, and becomes COMMAND. The
+//       sockets belong to the network in which this ran, wherever COMMAND goes afterwards.
+//   portal forward DESCRIPTOR ADDRESS:PORT
+//       Carries each connection that arrives at the listening DESCRIPTOR to a TCP server of the network it now is in,
+//       so that the server sees the address of this side of that network.
+//   portal forward DESCRIPTOR /SOCKET CLIENT-ADDRESS SERVER-ADDRESS
+//       Carries them to a Unix socket and announces each with a PROXY protocol line, as if it came from CLIENT-ADDRESS.
+//
+// Exit status: 2 for a wrong call, 1 for a port or a socket that cannot be used, else COMMAND's.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int kFirstDescriptor = 3;
+constexpr int kBacklog = 128;
+constexpr std::chrono::seconds kServerPatience{5};  // how long a server that is just starting is waited for
+constexpr int kLingerMs = 2000;                     // how long a client may take to notice that the server has closed
+
+bool parse_port(const std::string &text, in_port_t &port) {
+    char *end = nullptr;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (end == text.c_str() || *end != '\0' || value < 1 || value > 65535) {
+        return false;
+    }
+    port = static_cast<in_port_t>(value);
+    return true;
+}
+
+sockaddr_in tcp_address(const std::string &host, in_port_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    if (inet_pton(AF_INET, host.c_str(), &address.sin_addr) != 1) {
+        std::fprintf(stderr, "portal: %s is no IPv4 address\n", host.c_str());
+        std::exit(2);
+    }
+    return address;
+}
+
+int listen_and_become(const std::vector<std::string> &ports, char **command) {
+    for (const std::string &text : ports) {
+        in_port_t port = 0;
+        if (!parse_port(text, port)) {
+            std::fprintf(stderr, "portal: %s is no port number\n", text.c_str());
+            return 2;
+        }
+        const sockaddr_in address = tcp_address("127.0.0.1", port);
+        const int listener = socket(AF_INET, SOCK_STREAM, 0);
+        const int on = 1;
+        setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        if (bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+            listen(listener, kBacklog) != 0) {
+            std::fprintf(stderr, "Port %s of 127.0.0.1 cannot be used: %s\n", text.c_str(), std::strerror(errno));
+            return 1;
+        }
+        // The descriptors are promised by number, so that every script on the way knows them.
+        const int wanted = kFirstDescriptor + static_cast<int>(&text - ports.data());
+        if (listener != wanted) {
+            if (dup2(listener, wanted) < 0) {
+                std::perror("portal: dup2");
+                return 1;
+            }
+            close(listener);
+        }
+    }
+    execvp(command[0], command);
+    std::fprintf(stderr, "portal: %s: %s\n", command[0], std::strerror(errno));
+    return 1;
+}
+
+// Where connections are carried to.
+struct Target {
+    sockaddr_storage address{};
+    socklen_t length = 0;
+    std::string client;  // not empty: announce this client with a PROXY line
+    std::string server;
+};
+
+int connect_patiently(const Target &target) {
+    const auto deadline = std::chrono::steady_clock::now() + kServerPatience;
+    for (;;) {
+        const int server = socket(target.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (server < 0 || connect(server, reinterpret_cast<const sockaddr *>(&target.address), target.length) == 0) {
+            return server;
+        }
+        close(server);
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return -1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+// One direction of a connection.
+struct Flow {
+    int from;
+    int to;
+    bool drain;             // a reader that is gone does not end the flow: what comes is read and dropped
+    bool ended = false;     // `from` has ended and all of it was passed on
+    bool lost = false;      // `to` takes no more
+    std::size_t begin = 0;  // what was read and not yet passed on: buffer[begin, end)
+    std::size_t end = 0;
+    std::vector<char> buffer = std::vector<char>(65536);
+
+    bool wants_input() const { return !ended && begin == end; }
+    bool wants_output() const { return begin != end; }
+
+    void finish() {
+        ended = true;
+        begin = end;
+        shutdown(to, SHUT_WR);
+    }
+    void read_some() {
+        const ssize_t got = recv(from, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (got > 0) {
+            begin = 0;
+            end = lost ? 0 : static_cast<std::size_t>(got);
+        } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
+            finish();
+        }
+    }
+    void write_some() {
+        const ssize_t put = send(to, buffer.data() + begin, end - begin, MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (put >= 0) {
+            begin += static_cast<std::size_t>(put);
+        } else if (errno != EAGAIN && errno != EINTR) {
+            lost = true;
+            begin = end;
+            if (!drain) {
+                finish();
+            }
+        }
+    }
+};
+
+// Passes bytes both ways until the server has closed and the client has been told. A client that hangs up early only
+// ends its own direction: the server is listened to until it is done, so that its program finishes what it began.
+void carry(int client, int server) {
+    Flow requests{client, server, false};
+    Flow replies{server, client, true};
+    while (!replies.ended || !requests.ended) {
+        pollfd fds[2] = {
+            {client, 0, 0},
+            {server, 0, 0}
+        };
+        fds[0].events =
+            static_cast<short>((requests.wants_input() ? POLLIN : 0) | (replies.wants_output() ? POLLOUT : 0));
+        fds[1].events =
+            static_cast<short>((replies.wants_input() ? POLLIN : 0) | (requests.wants_output() ? POLLOUT : 0));
+        for (pollfd &fd : fds) {
+            if (fd.events == 0) {
+                fd.fd = -1;  // else a hang-up that nobody waits for would be reported for ever
+            }
+        }
+        const int ready = poll(fds, 2, replies.ended ? kLingerMs : -1);
+        if (ready == 0 || (ready < 0 && errno != EINTR)) {
+            return;
+        }
+        if (ready < 0) {
+            continue;
+        }
+        for (int side = 0; side < 2; ++side) {
+            Flow &arriving = side == 0 ? requests : replies;
+            Flow &leaving = side == 0 ? replies : requests;
+            if (fds[side].revents == 0) {
+                continue;
+            }
+            if (leaving.wants_output()) {
+                leaving.write_some();
+            }
+            if (arriving.wants_input()) {
+                arriving.read_some();
+            }
+        }
+    }
+}
+
+void serve(int client, const Target &target) {
+    const int on = 1;
+    setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const int server = connect_patiently(target);
+    if (server < 0) {
+        std::fprintf(stderr, "portal: the router's web server does not answer: %s\n", std::strerror(errno));
+    } else {
+        setsockopt(server, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        if (!target.client.empty()) {
+            sockaddr_in peer{};
+            socklen_t length = sizeof peer;
+            getpeername(client, reinterpret_cast<sockaddr *>(&peer), &length);
+            const std::string line = "PROXY TCP4 " + target.client + " " + target.server + " " +
+                                     std::to_string(ntohs(peer.sin_port)) + " 80\r\n";
+            send(server, line.data(), line.size(), MSG_NOSIGNAL);
+        }
+        carry(client, server);
+        close(server);
+    }
+    close(client);
+}
+
+// A Unix socket's address holds 107 characters and folders may lie deep: the way to it is gone first.
+bool unix_address(const std::string &path, Target &target) {
+    const std::size_t slash = path.rfind('/');
+    const std::string name = path.substr(slash + 1);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (name.size() >= sizeof address.sun_path || chdir(path.substr(0, slash + 1).c_str()) != 0) {
+        std::perror(("portal: " + path).c_str());
+        return false;
+    }
+    std::memcpy(address.sun_path, name.c_str(), name.size() + 1);
+    std::memcpy(&target.address, &address, sizeof address);
+    target.length = sizeof address;
+    return true;
+}
+
+int forward(int listener, const Target &target) {
+    for (;;) {
+        const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (client >= 0) {
+            std::thread(serve, client, std::cref(target)).detach();
+        } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));  // connections that end make room
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            std::perror("portal: accept");
+            return 1;
+        }
+    }
+}
+
+int usage() {
+    std::fputs(
+        "usage: portal listen PORT... -- COMMAND [ARGUMENT...]\n"
+        "       portal forward DESCRIPTOR ADDRESS:PORT\n"
+        "       portal forward DESCRIPTOR /SOCKET CLIENT-ADDRESS SERVER-ADDRESS\n",
+        stderr);
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.size() >= 4 && words[0] == "listen") {
+        std::size_t dashes = 1;
+        while (dashes < words.size() && words[dashes] != "--") {
+            ++dashes;
+        }
+        if (dashes == 1 || dashes + 1 >= words.size()) {
+            return usage();
+        }
+        return listen_and_become({words.begin() + 1, words.begin() + static_cast<std::ptrdiff_t>(dashes)},
+                                 argv + 1 + dashes + 1);
+    }
+    if (words.size() >= 3 && words[0] == "forward") {
+        Target target;
+        const std::string &where = words[2];
+        if (where[0] == '/' && words.size() == 5) {
+            if (!unix_address(where, target)) {
+                return 1;
+            }
+            target.client = words[3];
+            target.server = words[4];
+        } else {
+            const std::size_t colon = where.find(':');
+            in_port_t port = 0;
+            if (words.size() != 3 || colon == std::string::npos || !parse_port(where.substr(colon + 1), port)) {
+                return usage();
+            }
+            const sockaddr_in address = tcp_address(where.substr(0, colon), port);
+            std::memcpy(&target.address, &address, sizeof address);
+            target.length = sizeof address;
+        }
+        return forward(std::atoi(words[1].c_str()), target);
+    }
+    return usage();
+}
