@@ -41,7 +41,7 @@ def to_text(data):
 
 
 PATTERN = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_"
-STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|NUL)\(([^)]*)\)%")
+STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|NUL|NL)\(([^)]*)\)%")
 
 
 def expand(text):
@@ -56,7 +56,7 @@ def expand(text):
             return "".join(itertools.islice(itertools.cycle(PATTERN), int(argument)))
         if kind == "BYTE":
             return to_text(bytes.fromhex(argument)) if int(argument, 16) < 128 else chr(0xDC00 + int(argument, 16))
-        return "\0"
+        return {"NUL": "\0", "NL": "\n"}[kind]
 
     return STATIC_MACRO.sub(value, text)
 
@@ -187,7 +187,8 @@ def load_file(path, relative, items):
     for raw in head["case"]:
         for row in rows_of(raw):
             case = merge(head["defaults"], row)
-            name = f"{area}: {case.pop('name')}".rstrip(": ")
+            own_name = json.dumps(case.pop("name"), ensure_ascii=False)[1:-1].replace('\\"', '"')  # one line, whatever it holds
+            name = f"{area}: {own_name}" if own_name else str(area)
             try:
                 cases.append(finish(name, case, head["replies"], items))
             except (CaseError, ValueError, KeyError) as error:
@@ -223,16 +224,18 @@ def rows_of(raw):
                 raise CaseError(f"{raw['name']}: a row with {len(row)} columns: {row}")
             row = dict(zip(columns, row))
         own = {key: value for key, value in row.items() if key in CASE_KEYS}
-        variables = {key: value for key, value in row.items() if key not in CASE_KEYS}
         used = set()
-        filled.append(substitute(merge(raw, own), variables, used))
-        unused = set(variables) - used
+        for key in own:
+            if f"%{key}%" in str(raw.get(key, "")) and raw[key] != f"%{key}%":
+                raise CaseError(f"{raw['name']}: {key} is a key of the case, and cannot stand for a part of it")
+        filled.append(substitute(merge(raw, own), row, used))
+        unused = set(row) - CASE_KEYS - used
         if unused:
             raise CaseError(f"{raw['name']}: neither a key nor a variable in use: {', '.join(sorted(unused))}")
     return filled
 
 
-VARIABLE = re.compile(r"%([a-z_0-9]+)%")
+VARIABLE = re.compile(r"%([A-Za-z_0-9]+)%")
 
 
 def substitute(node, variables, used):
