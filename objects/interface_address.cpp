@@ -1,0 +1,60 @@
+#include "objects/interface_address.h"
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "base/text.h"
+
+namespace {
+
+// Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`.
+bool ask_interface(const char *interface, unsigned long question, ifreq &out) {
+    const int any_socket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (any_socket < 0) {
+        perror("socket error!\n");
+        return false;
+    }
+    out = {};
+    put(out.ifr_name, "%.14s", interface);
+    const bool answered = ioctl(any_socket, question, &out) >= 0;
+    if (!answered) {
+        perror("ioctl error!\n");
+    }
+    close(any_socket);
+    return answered;
+}
+
+bool read_ipv4(const char *interface, unsigned long question, char (&out)[INET_ADDRSTRLEN]) {
+    ifreq answer;
+    if (!ask_interface(interface, question, answer)) {
+        return false;
+    }
+    sockaddr_in address;
+    memcpy(&address, &answer.ifr_addr, sizeof address);  // the netmask comes in the same place
+    return put(out, "%s", inet_ntoa(address.sin_addr));
+}
+
+}  // namespace
+
+bool read_interface_ip(const char *interface, char (&out)[INET_ADDRSTRLEN]) {
+    return read_ipv4(interface, SIOCGIFADDR, out);
+}
+
+bool read_interface_mask(const char *interface, char (&out)[INET_ADDRSTRLEN]) {
+    return read_ipv4(interface, SIOCGIFNETMASK, out);
+}
+
+bool read_interface_mac(const char *interface, uint8_t (&out)[6]) {
+    ifreq answer;
+    if (!ask_interface(interface, SIOCGIFHWADDR, answer)) {
+        return false;
+    }
+    memcpy(out, answer.ifr_hwaddr.sa_data, sizeof out);
+    return true;
+}

@@ -1,0 +1,34 @@
+// The objects "wanInfo" (how the router reaches the Internet) and "wanAdvance" (the MTU of the connection), and the
+// rules about connection types behind them.
+#ifndef OBJECTS_WAN_H
+#define OBJECTS_WAN_H
+
+#include <cjson/cJSON.h>
+
+#include "store/item.h"
+
+// A connection type that the app can set up.
+struct ConnectionType {
+    int type;          // its number in the store and in requests
+    const char *name;  // what the firmware calls it when it is to be set up
+    Int32Item mtu_item;
+    unsigned mtu_min;  // bytes, both ends included
+    unsigned mtu_max;
+};
+
+// nullptr: no type that can be set up. The firmware knows more types, and stores their numbers too.
+const ConnectionType *find_connection_type(int type);
+
+// Whether the MTU is in the type's range. A negative one never is.
+bool is_mtu_valid(const ConnectionType &connection, int mtu);
+
+// The interface that carries the Internet traffic of a connection type. Only the low byte of `type` counts.
+const char *wan_interface(int type);
+
+// ObjectHandlers (gateway/dispatch.h).
+int app_get_wanInfo_handler(const char *name, cJSON *request, cJSON *reply);
+int app_set_wanInfo_handler(const char *name, cJSON *request, cJSON *reply);
+int app_get_wanAdvance_handler(const char *name, cJSON *request, cJSON *reply);
+int app_set_wanAdvance_handler(const char *name, cJSON *request, cJSON *reply);
+
+#endif
