@@ -1,0 +1,128 @@
+#include "objects/lan.h"
+
+#include <arpa/inet.h>
+#include <endian.h>
+
+#include <cstdint>
+
+#include "base/debug_log.h"
+#include "base/json.h"
+#include "gateway/request_state.h"
+#include "objects/interface_address.h"
+#include "store/items.h"
+#include "store/store.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+constexpr char kBridge[] = "br0";
+
+constexpr int kDhcpServer = 2;
+constexpr unsigned kLongestLease = 7 * 24 * 60;  // minutes: a week
+
+constexpr char kLeaseTimeInvalid[] = "ERROR:invalid DHCP Lease Time";
+constexpr char kPoolAddressInvalid[] = "ERROR:invalid ip address";
+constexpr char kPoolInvalid[] = "ERROR:invalid_dhcprange";
+constexpr char kSubnetInvalid[] = "ERROR:invalid ip or mask";
+
+// Switches the DHCP server on with the lease time and the pool of the request. A failure leaves the mode switched in
+// the working copy, but commits nothing.
+int set_dhcp_server(const cJSON *lan, in_addr ip, in_addr mask) {
+    store_set(MIB_DHCP_MODE, kDhcpServer);
+    const cJSON *time = find_item(lan, "time");
+    const char *start_text = find_text(lan, "ipStart");
+    const char *end_text = find_text(lan, "ipEnd");
+    if (time == nullptr || start_text == nullptr || end_text == nullptr) {
+        DebugLog("ERROR:not find DHCP lease time/ipStart/ipEnd");
+        return -1;
+    }
+    const auto minutes = static_cast<unsigned>(integer_value(time));  // a negative time is large
+    if (minutes < 1 || minutes > kLongestLease) {
+        return fail(kLeaseTimeInvalid);
+    }
+    in_addr start;
+    in_addr end;
+    if (inet_aton(start_text, &start) == 0 || inet_aton(end_text, &end) == 0) {
+        return fail(kPoolAddressInvalid);
+    }
+    if (!check_lan_range(ip, mask, start, end)) {
+        return fail(kPoolInvalid);
+    }
+    store_set(MIB_DHCP_LEASE_TIME, integer_value(time));
+    store_set(MIB_DHCP_POOL_START, start);
+    store_set(MIB_DHCP_POOL_END, end);
+    return 0;
+}
+
+}  // namespace
+
+bool check_lan_range(in_addr ip, in_addr mask, in_addr start, in_addr end) {
+    const uint32_t first = ntohl(start.s_addr);
+    const uint32_t last = ntohl(end.s_addr);
+    if (last <= first) {
+        return false;
+    }
+    // On purpose the mask's bytes are taken with the last octet as the most significant, so that in effect only a mask
+    // whose last octet is large leaves no room: apps and settings rely on what this check lets through.
+    if (le32toh(~mask.s_addr) < last - first) {
+        return false;
+    }
+    return ((start.s_addr ^ ip.s_addr) & mask.s_addr) == 0 && ((end.s_addr ^ ip.s_addr) & mask.s_addr) == 0;
+}
+
+int app_get_lan_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
+    // What can't be read stays empty; "0.0.0.0" is for the WAN, where having no address is nothing unusual.
+    char ip[INET_ADDRSTRLEN] = {};
+    char mask[INET_ADDRSTRLEN] = {};
+    read_interface_ip(kBridge, ip);
+    read_interface_mask(kBridge, mask);
+    cJSON *lan = cJSON_AddObjectToObject(reply, name);
+    cJSON_AddStringToObject(lan, "ip", ip);
+    cJSON_AddStringToObject(lan, "mask", mask);
+    cJSON_AddNumberToObject(lan, "dhcp", store_get(MIB_DHCP_MODE));
+    cJSON_AddNumberToObject(lan, "time", store_get(MIB_DHCP_LEASE_TIME));
+    cJSON_AddStringToObject(lan, "ipStart", inet_ntoa(store_get(MIB_DHCP_POOL_START)));
+    cJSON_AddStringToObject(lan, "ipEnd", inet_ntoa(store_get(MIB_DHCP_POOL_END)));
+    return 0;
+}
+
+int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
+    const cJSON *lan = find_item(request, name);
+    if (lan == nullptr) {
+        return 0;
+    }
+    // These refusals are on purpose only in the log: apps know them as ones without a message.
+    const char *ip_text = find_text(lan, "ip");
+    const char *mask_text = find_text(lan, "mask");
+    if (ip_text == nullptr || mask_text == nullptr) {
+        DebugLog("ERROR: Not find ip and mask info");
+        return -1;
+    }
+    in_addr ip;
+    if (inet_aton(ip_text, &ip) == 0) {
+        DebugLog("ERROR:invalid ip address");
+        return -1;
+    }
+    in_addr mask;
+    if (inet_aton(mask_text, &mask) == 0) {
+        DebugLog("ERROR:invalid mask");
+        return -1;
+    }
+    const cJSON *dhcp = find_item(lan, "dhcp");
+    if (dhcp == nullptr) {
+        // The pool in force goes on being handed out, so it has to suit the new subnet.
+        if (!check_lan_range(ip, mask, store_get(MIB_DHCP_POOL_START), store_get(MIB_DHCP_POOL_END))) {
+            return fail(kSubnetInvalid);
+        }
+    } else if (integer_value(dhcp) != kDhcpServer) {
+        store_set(MIB_DHCP_MODE, integer_value(dhcp) == 1 ? 1 : 0);
+    } else if (set_dhcp_server(lan, ip, mask) != 0) {
+        return -1;
+    }
+    store_set(MIB_LAN_IP_ADDR, ip);
+    store_set(MIB_LAN_SUBNET_MASK, mask);
+    save_config_flag = 1;
+    lan_reinit_flag = 1;
+    return 0;
+}
