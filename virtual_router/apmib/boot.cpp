@@ -228,11 +228,12 @@ Records merge(const Records &definitions, const Records &committed) {
         Item old_item = item_of(old->second);
         auto slots = reinterpret_cast<uint8_t *>(record.data()) + sizeof(Item);
         auto old_slots = reinterpret_cast<const uint8_t *>(old->second.data()) + sizeof(Item);
+        bool fits = true;
         for (size_t i = 0; i < item.slots && i < old_item.slots; i++) {
-            if (!keep_value(item, slots + i * slot_size(item), old_item, old_slots + i * slot_size(old_item))) {
-                std::cerr << "flash: the value of " << item.name
-                          << " no longer fits its definition; it has its default\n";
-            }
+            fits &= keep_value(item, slots + i * slot_size(item), old_item, old_slots + i * slot_size(old_item));
+        }
+        if (!fits) {
+            std::cerr << "flash: the value of " << item.name << " no longer fits its definition; it has its default\n";
         }
     }
     return merged;

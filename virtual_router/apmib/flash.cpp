@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -151,7 +152,7 @@ class Session {
         return records;
     }
 
-    void print(store::TextSink sink) { store::check(store::print_items(txn_, copy_.dbi, sink), "read"); }
+    void print(store::Text *text) { store::check(store::print_items(txn_, copy_.dbi, text), "read"); }
 
     void write(uint32_t id, std::string record) {
         MDB_val key = {sizeof(id), &id};
@@ -167,11 +168,20 @@ class Session {
     MDB_txn *txn_ = nullptr;
 };
 
-void print_piece(void *, const char *text, size_t size) {
-    std::cout.write(text, static_cast<std::streamsize>(size));
-}
+// Text on its way to standard output.
+class Output {
+  public:
+    Output() = default;
+    Output(const Output &) = delete;
+    Output &operator=(const Output &) = delete;
+    ~Output() { store::free_text(&text_); }
 
-constexpr store::TextSink kStandardOutput = {print_piece, nullptr};
+    store::Text *get() { return &text_; }
+    void print() { std::cout.write(text_.data, static_cast<std::streamsize>(text_.used)); }
+
+  private:
+    store::Text text_;
+};
 
 // An item, and which of its slots a name means.
 struct Found {
@@ -211,8 +221,12 @@ void get(const Options &options) {
     store::Records records = Session(MDB_RDONLY).read();
     Found found = find(records, options);
     std::cout << (isdigit(static_cast<unsigned char>(options.words[1][0])) ? found.item.name : options.words[1]) << '=';
-    store::print_value(found.item, reinterpret_cast<const uint8_t *>(records[found.id].data()) + found.offset,
-                       kStandardOutput);
+    Output value;
+    if (!store::print_value(found.item, reinterpret_cast<const uint8_t *>(records[found.id].data()) + found.offset,
+                            value.get())) {
+        throw std::bad_alloc();
+    }
+    value.print();
     std::cout << '\n';
 }
 
@@ -230,7 +244,9 @@ void set(const Options &options) {
 }
 
 void print_all(const Options &) {
-    Session(MDB_RDONLY).print(kStandardOutput);
+    Output lines;
+    Session(MDB_RDONLY).print(lines.get());
+    lines.print();
 }
 
 void commit(const Options &) {

@@ -32,14 +32,14 @@ uint64_t add_to_sum(uint64_t sum, uint32_t key, const void *data, size_t size) {
     fold(key);
     fold(size);
     auto bytes = static_cast<const uint8_t *>(data);
-    while (size > 0) {
-        uint64_t word = 0;
-        size_t part = size < sizeof(word) ? size : sizeof(word);
-        memcpy(&word, bytes, part);
+    uint64_t word = 0;
+    for (; size >= sizeof(word); size -= sizeof(word), bytes += sizeof(word)) {
+        memcpy(&word, bytes, sizeof(word));
         fold(word);
-        bytes += part;
-        size -= part;
     }
+    word = 0;
+    memcpy(&word, bytes, size);
+    fold(word);
     return sum;
 }
 
@@ -51,6 +51,14 @@ int open_copy(Copy *copy, const char *path, unsigned flags) {
     error = mdb_env_set_mapsize(copy->env, kMapSize);
     if (error == 0) {
         error = mdb_env_open(copy->env, path, MDB_NOSUBDIR | MDB_NOLOCK | flags, kFileMode);
+    }
+    int fd = -1;
+    if (error == 0) {
+        error = mdb_env_get_fd(copy->env, &fd);
+    }
+    // A command that outlives a killed writer must not keep the writer's lock with an inherited descriptor.
+    if (error == 0 && fcntl(fd, F_SETFD, FD_CLOEXEC) != 0) {
+        error = errno;
     }
     if (error != 0) {
         close_copy(copy);
@@ -99,37 +107,71 @@ int take_commit_lock() {
 
 namespace {
 
-// Writes those records of `from` that `to` has not, and the sum of all. Sets `changed` if it wrote any.
-int copy_changes(MDB_txn *from, MDB_dbi from_dbi, MDB_txn *to, MDB_dbi to_dbi, bool *changed) {
-    MDB_cursor *cursor = nullptr;
-    int error = mdb_cursor_open(from, from_dbi, &cursor);
-    if (error != 0) {
-        return error;
-    }
+// Goes to the next record. False: there is none, or an error.
+bool next(MDB_cursor *cursor, MDB_val *key, MDB_val *data, int *error) {
+    *error = mdb_cursor_get(cursor, key, data, MDB_NEXT);
+    return *error == 0;
+}
+
+bool equal(const MDB_val &a, const MDB_val &b) {
+    return a.mv_size == b.mv_size && memcmp(a.mv_data, b.mv_data, a.mv_size) == 0;
+}
+
+// Writes those records of `from` that `to` has not. The two have the same items in the same order, and only `to` a
+// checksum, which is its first record. Sets `changed` if it wrote any. Returns 0 or an error for mdb_strerror().
+int copy_changes(MDB_cursor *from, MDB_cursor *to, bool *changed) {
     Checksum checksum = {kChecksumMagic, 0};
-    auto put_if_new = [&](MDB_val key, MDB_val data) {
-        MDB_val old = {};
-        int result = mdb_get(to, to_dbi, &key, &old);
-        if (result == 0 && old.mv_size == data.mv_size && memcmp(old.mv_data, data.mv_data, data.mv_size) == 0) {
-            return 0;
-        }
-        *changed = true;
-        return result == 0 || result == MDB_NOTFOUND ? mdb_put(to, to_dbi, &key, &data, 0) : result;
-    };
-    MDB_val key = {};
-    MDB_val data = {};
-    while (error == 0 && (error = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) == 0) {
+    MDB_val old_key = {};
+    MDB_val old = {};
+    int error = 0;
+    int from_error = 0;
+    next(to, &old_key, &old, &error);
+    bool same_sum = error == 0 && old.mv_size == sizeof(checksum);
+    Checksum old_checksum = {};
+    if (same_sum) {
+        memcpy(&old_checksum, old.mv_data, sizeof(old_checksum));
+    }
+    for (MDB_val key = {}, data = {}; next(from, &key, &data, &from_error);) {
         uint32_t id = 0;
         memcpy(&id, key.mv_data, sizeof(id));
         checksum.sum = add_to_sum(checksum.sum, id, data.mv_data, data.mv_size);
-        error = put_if_new(key, data);
+        if (next(to, &old_key, &old, &error) && equal(key, old_key) && equal(data, old)) {
+            continue;
+        }
+        *changed = true;
+        error = mdb_cursor_put(to, &key, &data, 0);  // which leaves `to` at this record
+        if (error != 0) {
+            return error;
+        }
     }
-    mdb_cursor_close(cursor);
-    if (error != MDB_NOTFOUND) {
+    if (from_error != MDB_NOTFOUND) {
+        return from_error;
+    }
+    if (same_sum && memcmp(&checksum, &old_checksum, sizeof(checksum)) == 0) {
+        return 0;
+    }
+    *changed = true;
+    uint32_t id = kChecksumKey;
+    MDB_val key = {sizeof(id), &id};
+    MDB_val data = {sizeof(checksum), &checksum};
+    return mdb_cursor_put(to, &key, &data, 0);
+}
+
+// copy_changes() between two transactions.
+int copy_in(MDB_txn *from, MDB_dbi from_dbi, MDB_txn *to, MDB_dbi to_dbi, bool *changed) {
+    MDB_cursor *from_cursor = nullptr;
+    int error = mdb_cursor_open(from, from_dbi, &from_cursor);
+    if (error != 0) {
         return error;
     }
-    uint32_t checksum_key = kChecksumKey;
-    return put_if_new({sizeof(checksum_key), &checksum_key}, {sizeof(checksum), &checksum});
+    MDB_cursor *to_cursor = nullptr;
+    error = mdb_cursor_open(to, to_dbi, &to_cursor);
+    if (error == 0) {
+        error = copy_changes(from_cursor, to_cursor, changed);
+        mdb_cursor_close(to_cursor);
+    }
+    mdb_cursor_close(from_cursor);
+    return error;
 }
 
 // The part of commit() that runs with the committed copy open and its lock held.
@@ -146,7 +188,7 @@ int commit_to(Copy *working, Copy *committed) {
         MDB_txn *from = nullptr;
         error = begin(working, MDB_RDONLY, &from);
         if (error == 0) {
-            error = copy_changes(from, working->dbi, to, committed->dbi, &changed);
+            error = copy_in(from, working->dbi, to, committed->dbi, &changed);
             mdb_txn_abort(from);
         }
         lock_copy(*working,
@@ -179,80 +221,59 @@ int commit(Copy *working) {
 
 namespace {
 
-// Text on its way to a file, in pieces of the buffer's size.
-struct FileWriter {
-    int fd;
-    int error = 0;
-    size_t used = 0;
-    char buffer[16384];
-};
+// The committed copy as text. Returns 0 or an error for mdb_strerror().
+int print_committed(Text *text) {
+    Copy committed;
+    int error = open_copy(&committed, kCommittedPath, MDB_RDONLY);
+    if (error != 0) {
+        return error;
+    }
+    MDB_txn *txn = nullptr;
+    error = begin(&committed, MDB_RDONLY, &txn);
+    if (error == 0) {
+        error = print_items(txn, committed.dbi, text);
+        mdb_txn_abort(txn);
+    }
+    close_copy(&committed);
+    return error;
+}
 
-void flush(FileWriter *out) {
-    size_t done = 0;
-    while (done < out->used && out->error == 0) {
-        ssize_t count = write(out->fd, out->buffer + done, out->used - done);
+// Writes a file that is safely down when this returns. Returns 0 or an errno.
+int write_file(const char *path, const Text &text) {
+    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
+    int error = fd < 0 ? errno : 0;
+    for (size_t done = 0; error == 0 && done < text.used;) {
+        ssize_t count = write(fd, text.data + done, text.used - done);
         if (count >= 0) {
             done += static_cast<size_t>(count);
         } else if (errno != EINTR) {
-            out->error = errno;
+            error = errno;
         }
     }
-    out->used = 0;
-}
-
-void append(void *context, const char *text, size_t size) {
-    auto out = static_cast<FileWriter *>(context);
-    while (size > 0) {
-        if (out->used == sizeof(out->buffer)) {
-            flush(out);
-        }
-        size_t room = sizeof(out->buffer) - out->used;
-        size_t part = size < room ? size : room;
-        memcpy(out->buffer + out->used, text, part);
-        out->used += part;
-        text += part;
-        size -= part;
+    if (error == 0 && fsync(fd) != 0) {
+        error = errno;
     }
-}
-
-int write_settings(Copy *committed, FileWriter *out) {
-    MDB_txn *txn = nullptr;
-    int error = begin(committed, MDB_RDONLY, &txn);
-    if (error == 0) {
-        error = print_items(txn, committed->dbi, {append, out});
-        mdb_txn_abort(txn);
-    }
-    flush(out);
-    return error != 0 ? error : out->error;
+    close(fd);
+    return error;
 }
 
 }  // namespace
 
 int save_settings() {
-    static constexpr char kTemporaryPath[] = "/flash/mib/settings.txt.new";
+    static constexpr char kNewPath[] = "/flash/mib/settings.txt.new";
     int lock = take_commit_lock();
     if (lock < 0) {
         return errno;
     }
-    Copy committed;
-    int error = open_copy(&committed, kCommittedPath, MDB_RDONLY);
+    Text text;
+    int error = print_committed(&text);
     if (error == 0) {
-        FileWriter out;
-        out.fd = open(kTemporaryPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
-        if (out.fd < 0) {
-            error = errno;
-        } else {
-            error = write_settings(&committed, &out);
-            if (error == 0 && fsync(out.fd) != 0) {
-                error = errno;
-            }
-            close(out.fd);
-            if (error == 0 && rename(kTemporaryPath, kSettingsPath) != 0) {
-                error = errno;
-            }
-        }
-        close_copy(&committed);
+        error = write_file(kNewPath, text);
     }
+    if (error == 0 && rename(kNewPath, kSettingsPath) != 0) {
+        error = errno;
+    }
+    free_text(&text);
     close(lock);
     return error;
 }

@@ -18,11 +18,13 @@
 
 namespace store {
 
-// Where text goes, piece by piece.
-struct TextSink {
-    void (*write)(void *context, const char *text, size_t size);
-    void *context;
+// Text that grows. Starts as {}, ends with free_text().
+struct Text {
+    char *data = nullptr;
+    size_t used = 0;
+    size_t room = 0;
 };
+void free_text(Text *text);
 
 // What the names of per-interface items begin with.
 constexpr char kInterfacePrefix[] = "MIB_WLAN_";
@@ -31,14 +33,11 @@ constexpr size_t kInterfacePrefixSize = sizeof(kInterfacePrefix) - 1;
 // What takes the place of the prefix in each slot.
 extern const char *const kInterfaceNames[kInterfaceCount];
 
-// Writes the item's name in a slot.
-void print_name(const Item &item, int slot, TextSink sink);
+// Adds the value of a slot. False: no memory.
+bool print_value(const Item &item, const uint8_t *value, Text *text);
 
-// Writes the value of a slot.
-void print_value(const Item &item, const uint8_t *value, TextSink sink);
-
-// Writes all items of a copy, one line per slot. Returns 0 or an error for mdb_strerror().
-int print_items(MDB_txn *txn, MDB_dbi dbi, TextSink sink);
+// Adds all items of a copy, one line per slot. Returns 0 or an error for mdb_strerror().
+int print_items(MDB_txn *txn, MDB_dbi dbi, Text *text);
 
 }  // namespace store
 
