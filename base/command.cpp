@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// The commands are the platform's own interface and are described as shell commands: NOLINTBEGIN(cert-env33-c)
+// The router's commands are shell commands, with redirections and all: NOLINTBEGIN(cert-env33-c)
 
 int run_command(const char *command) {
     return system(command);

@@ -6,6 +6,9 @@
 
 #include "base/text.h"
 
+// Room for a line of command output or of a status file: at most 1022 characters are read at a time.
+constexpr size_t kLineSize = 1023;
+
 // Reads the next line, its line feed included; of a longer line than `line` holds, the rest is the next line. False:
 // there is none, and `line` is empty.
 bool read_line(FILE *file, Out line);

@@ -1,7 +1,9 @@
 #include "base/text.h"
 
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 
 bool put(Out out, const char *format, ...) {
     va_list arguments;
@@ -9,6 +11,14 @@ bool put(Out out, const char *format, ...) {
     const int length = vsnprintf(out.text, out.size, format, arguments);
     va_end(arguments);
     return length >= 0 && static_cast<size_t>(length) < out.size;
+}
+
+int decimal_value(const char *text) {
+    const long value = strtol(text, nullptr, 10);
+    if (value > INT_MAX) {
+        return INT_MAX;
+    }
+    return value < INT_MIN ? INT_MIN : static_cast<int>(value);
 }
 
 void str_to_lower(char *text) {

@@ -23,6 +23,10 @@ inline const char *printable(const char *text) {
     return text != nullptr ? text : "(null)";
 }
 
+// The decimal number at the beginning of the text, after blanks; 0 if there is none. A number beyond the range of an
+// int is the nearest int, on every machine: what atoi() makes of it depends on the width of a long.
+int decimal_value(const char *text);
+
 // Turns ASCII A-Z into a-z, in place.
 void str_to_lower(char *text);
 

@@ -22,7 +22,3 @@ const ActionRow &find_action(const char *name) {
     }
     return *row;
 }
-
-int route_to_ip(const char * /*target*/, const char * /*request*/, char ** /*reply*/) {
-    return 0;
-}

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "base/input.h"
 #include "base/resource.h"
@@ -24,5 +23,5 @@ int read_debug_switch() {
     }
     char line[10];
     read_line(file.get(), line);
-    return atoi(line);
+    return decimal_value(line);
 }

@@ -16,8 +16,8 @@
 #include "gateway/debug_switch.h"
 #include "gateway/default_gateway.h"
 #include "gateway/dispatch.h"
+#include "gateway/forward.h"
 #include "gateway/message.h"
-#include "gateway/reply.h"
 #include "gateway/request_state.h"
 #include "login/login.h"
 #include "store/items.h"
@@ -42,23 +42,7 @@ bool is_from_controller(const char *remote_address) {
     return strcmp(text, remote_address) == 0;
 }
 
-// Hands the request, without its "ip", to the device of that address.
-void forward(Json request, const char *ip) {
-    char target[16];
-    put(target, "%s", ip);  // an address has at most 15 characters; a longer text is none and is cut
-    cJSON_DeleteItemFromObject(request.get(), "ip");
-    OwnedText text(cJSON_Print(request.get()));
-    request.reset();
-    char *reply = nullptr;
-    route_to_ip(target, text.get(), &reply);
-    text.reset();
-    if (reply != nullptr) {
-        print_reply_text(OwnedText(reply));
-    }
-}
-
-// What the system daemon is to restart, the widest first; nullptr when no flag is raised. One request, one restart:
-// each includes those below it.
+// What the system daemon is to restart; nullptr when no flag is raised. One request asks for one restart, by priority.
 const char *pending_sysconf() {
     if (wifi_reinit_flag != 0) {
         return "init gw all";
@@ -84,7 +68,7 @@ int main() {
         return -1;
     }
     OwnedText body;
-    if (read_body(content_length, body) == Intake::kOutOfMemory) {
+    if (!read_body(content_length, body)) {
         return -1;
     }
     DebugLog("content=%s\n\n", printable(body.get()));
@@ -131,7 +115,7 @@ int main() {
         return -1;
     }
     action.handler(request.get());
-    // The reply has left the process; what follows is not waited for by the client.
+    // The reply has left the process. What follows may take long, or cut the client off.
     body.reset();
     request.reset();
 
@@ -142,7 +126,6 @@ int main() {
     if (app_reinit_flag != 0) {
         record.msg_type = MSG_APP_REINIT;
         msg_send(record);  // Deliberately not checked: the settings are stored, and nobody could be told.
-        app_reinit_flag = 0;
         return 0;
     }
     const char *sysconf = pending_sysconf();

@@ -14,7 +14,7 @@ constexpr char kModule[] = "app";
 constexpr char kQueuePath[] = "/dev/null";
 constexpr int kQueueProject = 'u';
 
-// The log line of a type. The daemon's name stands in the log only for the types listed.
+// The log line of a type; a type without a row is logged by its number.
 struct TypeName {
     int32_t type;
     const char *log_line;

@@ -2,6 +2,8 @@
 #include "login/login.h"
 #include "objects/device.h"
 #include "objects/diagnostics.h"
+#include "objects/lan.h"
+#include "objects/wan.h"
 
 namespace {
 

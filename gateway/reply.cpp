@@ -14,12 +14,11 @@ namespace {
 void write_all(const char *bytes, size_t length) {
     while (length > 0) {
         const ssize_t written = write(STDOUT_FILENO, bytes, length);
-        if (written < 0 && errno != EINTR) {
-            return;
-        }
         if (written > 0) {
             bytes += written;
             length -= static_cast<size_t>(written);
+        } else if (written == 0 || errno != EINTR) {
+            return;
         }
     }
 }

@@ -4,8 +4,8 @@
 
 #include "base/resource.h"
 
-// Prints the reply in one write and releases it. When this returns, the reply has left the process: the client does not
-// wait for what comes after. A client that has hung up does not end the process.
+// Prints the reply in one write and releases it. When this returns, the reply has left the process; when the client
+// sees it is the web server's affair. A client that has hung up does not end the process.
 void print_reply(Json reply);
 
 // Prints a reply that is a text already, in the same way.

@@ -1,5 +1,5 @@
-// What a handler leaves behind for the end of the request. One process serves one request, so nothing here is ever
-// reset.
+// What a handler leaves behind for the end of the request. One process serves one request, so nothing is reset for a
+// next.
 #ifndef GATEWAY_REQUEST_STATE_H
 #define GATEWAY_REQUEST_STATE_H
 

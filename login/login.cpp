@@ -53,11 +53,11 @@ int app_action_login(cJSON *request) {
     const cJSON *given = find_item(request, "info");
     const char *user = find_text(given, "user");
     const char *password = find_text(given, "pwd");
-    StoreText<32> stored_user;
+    decltype(MIB_USER_NAME)::value_type stored_user;
     bool known = false;
     if (user != nullptr && password != nullptr) {
         DebugLog("user=%s,pwd=%s\n", user, password);
-        StoreText<65> stored_password;
+        decltype(MIB_USER_PASSWORD)::value_type stored_password;
         // An account that can't be read is nobody's: empty texts must not open the router then.
         known = store_read(MIB_USER_NAME, stored_user) && store_read(MIB_USER_PASSWORD, stored_password) &&
                 strcmp(stored_user.c_str(), user) == 0 && strcmp(stored_password.c_str(), password) == 0;
@@ -74,7 +74,7 @@ int app_action_login(cJSON *request) {
     File file(fopen(kSessionPath, "w"));
     if (file) {
         char id[kSessionIdSize] = {};
-        gen_sessionid(stored_user.c_str(), id);
+        gen_sessionid(stored_user.c_str(), id);  // failed: the id is empty, and the file lets nobody in
         DebugLog("id=%s\n\n", id);
         fprintf(file.get(), "sessionid=%s", id);
         file.reset();
@@ -97,9 +97,8 @@ int checkLogin(const cJSON *request) {
     char id[1024] = {};
     const int fields = fscanf(file.get(), "sessionid=%1023s", id);
     DebugLog("id=%s\n\n", id);
-    // A file without an id lets nobody in, and neither does an id that fills the buffer, since its rest was not read.
-    const bool whole = fields == 1 && strlen(id) < sizeof id - 1;
-    return whole && strcmp(id, given) == 0 ? 0 : -1;
+    // A file without an id lets nobody in, not even with an empty one.
+    return fields == 1 && strcmp(id, given) == 0 ? 0 : -1;
 }
 
 void send_login_response(Json reply, int code) {

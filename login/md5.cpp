@@ -104,8 +104,8 @@ void digest_text(const char *text, uint8_t (&digest)[kDigestSize]) {
     tail[rest] = 0x80;
     const size_t tail_size = rest + 1 + kLengthSize <= kBlockSize ? kBlockSize : 2 * kBlockSize;
     const uint64_t bits = static_cast<uint64_t>(length) * 8;
-    store_word(static_cast<uint32_t>(bits), tail + tail_size - 8);
-    store_word(static_cast<uint32_t>(bits >> 32), tail + tail_size - 4);
+    store_word(static_cast<uint32_t>(bits), tail + tail_size - kLengthSize);
+    store_word(static_cast<uint32_t>(bits >> 32), tail + tail_size - kLengthSize / 2);
     for (size_t at = 0; at < tail_size; at += kBlockSize) {
         digest_block(state, tail + at);
     }

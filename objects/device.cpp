@@ -1,6 +1,5 @@
 #include "objects/device.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "base/debug_log.h"
@@ -111,7 +110,7 @@ int app_set_opMode_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
     }
     DebugLog("opMode=%s\n\n", mode);
     // No range check: which modes there are is the rest of the firmware's affair.
-    store_set(MIB_OP_MODE, static_cast<int8_t>(atoi(mode)));
+    store_set(MIB_OP_MODE, static_cast<int8_t>(decimal_value(mode)));
     save_config_flag = 1;
     app_reinit_flag = 1;
     return 0;

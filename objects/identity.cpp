@@ -8,7 +8,7 @@
 #include "store/store.h"
 
 namespace {
-constexpr char kType[] = "Mesh";
+constexpr char kDeviceType[] = "Mesh";
 constexpr char kModel[] = "KT7094HZM";
 constexpr char kSoftwareVersion[] = "1.0.0(515)";
 }  // namespace
@@ -25,13 +25,15 @@ bool read_bridge_mac(MacText &mac) {
         if (sscanf(line, "br0%1022s%1022s%1022s%1022s", word, word, word, mac.text) == 4) {
             return true;
         }
-        mac.text[0] = '\0';
     }
     return false;
 }
 
 void strip_mac_colons(char *text) {
     constexpr size_t kMacDigits = 12;
+    if (text == nullptr) {
+        return;
+    }
     size_t kept = 0;
     for (const char *next = text; *next != '\0' && kept < kMacDigits; ++next) {
         if (*next != ':') {
@@ -56,7 +58,7 @@ void add_identity(cJSON *reply, const MacText &mac, const Identity &identity, co
     put(hardware_version, "%d", identity.board_version);
     cJSON *info = cJSON_AddObjectToObject(reply, "dutInfo");
     cJSON_AddStringToObject(info, "mac", mac.text);
-    cJSON_AddStringToObject(info, "type", kType);
+    cJSON_AddStringToObject(info, "type", kDeviceType);
     cJSON_AddStringToObject(info, "model", kModel);
     cJSON_AddStringToObject(info, "sn", identity.serial.c_str());
     cJSON_AddStringToObject(info, "name", identity.name.c_str());

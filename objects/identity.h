@@ -4,26 +4,25 @@
 
 #include <cjson/cJSON.h>
 
+#include "base/input.h"
 #include "store/items.h"
-
-// Lines of command output and of status files are read in pieces of at most 1022 characters.
-constexpr size_t kLineSize = 1023;
 
 // A word of such a line, which for the bridge's hardware address is then stripped to 12 hexadecimal digits.
 struct MacText {
     char text[kLineSize] = {};
 };
 
-// Reads the hardware address of the LAN bridge as `ifconfig` prints it. False: it does not tell, and `mac` stays empty.
+// Reads the hardware address of the LAN bridge as `ifconfig` prints it, colons included: handlers log it so, each under
+// its own name. False: there is none, and `mac` stays empty.
 bool read_bridge_mac(MacText &mac);
 
-// Removes every ":" in place and cuts the text to 12 characters. The buffer has at least 13 bytes.
+// Removes every ":" in place and cuts the text to 12 characters. nullptr is left alone.
 void strip_mac_colons(char *text);
 
 // The identity as the store has it; what can't be read is empty or 0.
 struct Identity {
-    StoreText<32> serial;  // in lower case
-    StoreText<31> name;
+    decltype(MIB_DUT_SN)::value_type serial;  // in lower case
+    decltype(MIB_DUT_NAME)::value_type name;
     int board_version;
     int init;
 };

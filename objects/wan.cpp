@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 #include "base/debug_log.h"
@@ -58,7 +57,7 @@ int wanted_type(const cJSON *info, const cJSON *type) {
         return static_cast<int8_t>(integer_value(type));
     }
     DebugLog("wanInfo_wanType=%s", text);
-    return static_cast<int8_t>(atoi(text));
+    return static_cast<int8_t>(decimal_value(text));
 }
 
 // Stores the request's own text; which addresses make sense is for the firmware to find out.

@@ -18,6 +18,7 @@ struct StoreText {
 
 template <typename Value>
 struct Item {
+    using value_type = Value;
     int id;
 };
 
