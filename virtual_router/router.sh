@@ -146,7 +146,6 @@ phone_ip=$(phone_address "$lan_ip" "$lan_mask")
 mode_network
 start_parts
 {
-    echo "lan_ip=$lan_ip"
     echo "phone_ip=$phone_ip"
     echo "user=$(store_value MIB_USER_NAME)"
     echo "password=$(store_value MIB_USER_PASSWORD)"

@@ -42,13 +42,13 @@ void restart() {
 }
 
 void reboot() {
-    std::puts("daemon:   the router starts anew; what was not committed is gone, and so is the session");
-    show_command("flash boot 2>&1; rm -f /var/app_sessionid");
+    show_command("rm -f /var/app_sessionid; flash boot 2>&1");
+    std::puts("daemon:   the router started anew; what was not committed is gone, and so is the session");
 }
 
 void reset() {
-    std::puts("daemon:   the factory's settings come back");
     show_command("flash default 2>&1");
+    std::puts("daemon:   the factory's settings are back");
     reboot();
 }
 

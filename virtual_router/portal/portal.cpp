@@ -116,9 +116,8 @@ int connect_patiently(const Target &target) {
 struct Flow {
     int from;
     int to;
-    bool drain;             // a reader that is gone does not end the flow: what comes is read and dropped
-    bool ended = false;     // `from` has ended and all of it was passed on
-    bool lost = false;      // `to` takes no more
+    bool ended = false;     // `from` gives no more
+    bool lost = false;      // `to` takes no more; what comes is dropped
     std::size_t begin = 0;  // what was read and not yet passed on: buffer[begin, end)
     std::size_t end = 0;
     std::vector<char> buffer = std::vector<char>(65536);
@@ -126,19 +125,16 @@ struct Flow {
     bool wants_input() const { return !ended && begin == end; }
     bool wants_output() const { return begin != end; }
 
-    void finish() {
-        ended = true;
-        begin = end;
-        shutdown(to, SHUT_WR);
-    }
-    void read_some() {
+    // True: something came.
+    bool read_some() {
         const ssize_t got = recv(from, buffer.data(), buffer.size(), MSG_DONTWAIT);
         if (got > 0) {
             begin = 0;
             end = lost ? 0 : static_cast<std::size_t>(got);
         } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
-            finish();
+            ended = true;
         }
+        return got > 0;
     }
     void write_some() {
         const ssize_t put = send(to, buffer.data() + begin, end - begin, MSG_DONTWAIT | MSG_NOSIGNAL);
@@ -147,19 +143,18 @@ struct Flow {
         } else if (errno != EAGAIN && errno != EINTR) {
             lost = true;
             begin = end;
-            if (!drain) {
-                finish();
-            }
         }
     }
 };
 
-// Passes bytes both ways until the server has closed and the client has been told. A client that hangs up early only
-// ends its own direction: the server is listened to until it is done, so that its program finishes what it began.
+// Passes bytes both ways until the server has closed and the client has been told. The server, for its part, is told of
+// a client's end only between two requests: it would kill the program that is at work on one. After the reply it closes
+// a silent connection by itself.
 void carry(int client, int server) {
-    Flow requests{client, server, false};
-    Flow replies{server, client, true};
-    while (!replies.ended || !requests.ended) {
+    Flow requests{client, server};
+    Flow replies{server, client};
+    bool at_work = false;  // the server got something and has not begun to answer
+    while (!replies.ended || replies.wants_output() || !requests.ended) {
         pollfd fds[2] = {
             {client, 0, 0},
             {server, 0, 0}
@@ -180,23 +175,33 @@ void carry(int client, int server) {
         if (ready < 0) {
             continue;
         }
-        for (int side = 0; side < 2; ++side) {
-            Flow &arriving = side == 0 ? requests : replies;
-            Flow &leaving = side == 0 ? replies : requests;
-            if (fds[side].revents == 0) {
-                continue;
+        if (fds[0].revents != 0) {
+            if (replies.wants_output()) {
+                replies.write_some();
             }
-            if (leaving.wants_output()) {
-                leaving.write_some();
+            if (requests.wants_input()) {
+                requests.read_some();
+                if (requests.ended && !at_work) {
+                    shutdown(server, SHUT_WR);
+                }
             }
-            if (arriving.wants_input()) {
-                arriving.read_some();
-            }
+        }
+        if (requests.wants_output()) {
+            at_work = true;
+            requests.write_some();
+        }
+        if (fds[1].revents != 0 && replies.wants_input() && replies.read_some()) {
+            at_work = false;
+        }
+        if (replies.wants_output()) {
+            replies.write_some();
+        } else if (replies.ended) {
+            shutdown(client, SHUT_WR);
         }
     }
 }
 
-void serve(int client, const Target &target) {
+void serve(int client, in_port_t client_port, const Target &target) {
     const int on = 1;
     setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const int server = connect_patiently(target);
@@ -205,11 +210,8 @@ void serve(int client, const Target &target) {
     } else {
         setsockopt(server, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         if (!target.client.empty()) {
-            sockaddr_in peer{};
-            socklen_t length = sizeof peer;
-            getpeername(client, reinterpret_cast<sockaddr *>(&peer), &length);
-            const std::string line = "PROXY TCP4 " + target.client + " " + target.server + " " +
-                                     std::to_string(ntohs(peer.sin_port)) + " 80\r\n";
+            const std::string line =
+                "PROXY TCP4 " + target.client + " " + target.server + " " + std::to_string(client_port) + " 80\r\n";
             send(server, line.data(), line.size(), MSG_NOSIGNAL);
         }
         carry(client, server);
@@ -236,9 +238,12 @@ bool unix_address(const std::string &path, Target &target) {
 
 int forward(int listener, const Target &target) {
     for (;;) {
-        const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        // The client's port is asked for now: it may hang up at any moment.
+        sockaddr_in peer{};
+        socklen_t length = sizeof peer;
+        const int client = accept4(listener, reinterpret_cast<sockaddr *>(&peer), &length, SOCK_CLOEXEC);
         if (client >= 0) {
-            std::thread(serve, client, std::cref(target)).detach();
+            std::thread(serve, client, ntohs(peer.sin_port), std::cref(target)).detach();
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));  // connections that end make room
         } else if (errno != EINTR && errno != ECONNABORTED) {

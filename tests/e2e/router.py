@@ -1,0 +1,209 @@
+"""A running script/server: how to start, ask, watch and stop it, and what it left behind."""
+
+import ctypes
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+LIBC = ctypes.CDLL(None, use_errno=True)
+PR_SET_CHILD_SUBREAPER = 36
+QUEUE_KEY = LIBC.ftok(b"/dev/null", 117) & 0xFFFFFFFF
+
+POST_RECORD = """
+import ctypes, sys
+libc = ctypes.CDLL(None, use_errno=True)
+key, kind, payload = int(sys.argv[1]), int(sys.argv[2]), bytes.fromhex(sys.argv[3])
+queue = libc.msgget(ctypes.c_int(key), 0)
+message = kind.to_bytes(8, sys.byteorder) + payload
+sys.exit(libc.msgsnd(queue, message, ctypes.c_size_t(len(payload)), 0) != 0)
+"""
+
+
+def adopt_orphans():
+    """Makes this process the parent of whatever a child leaves behind, so that it is seen."""
+    LIBC.prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+
+
+def free_port():
+    import socket
+
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def processes():
+    """Returns {pid: (parent's pid, command name)}."""
+    found = {}
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                stat = pathlib.Path(f"/proc/{entry}/stat").read_text()
+            except OSError:
+                continue
+            name, rest = stat[stat.index("(") + 1 :].rsplit(")", 1)
+            found[int(entry)] = (int(rest.split()[1]), name)
+    return found
+
+
+def queues():
+    """Returns {(key, id)} of this PC's message queues."""
+    lines = pathlib.Path("/proc/sysvipc/msg").read_text().splitlines()[1:]
+    return {(int(line.split()[0]) & 0xFFFFFFFF, int(line.split()[1])) for line in lines}
+
+
+class Router:
+    """One state folder and two ports, on which routers may be started one after another."""
+
+    def __init__(self, way, build):
+        self.way = way
+        self.build = build
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix=f"e2e-{way.name}-"))
+        self.state = self.folder / "state"
+        self.temporary = self.folder / "tmp"
+        for folder in (self.state, self.temporary):
+            folder.mkdir()
+            if way.user:
+                os.chown(folder, way.user.pw_uid, way.user.pw_gid)
+        self.folder.chmod(0o755)
+        self.port = free_port()
+        self.loopback_port = free_port()
+        self.log = self.folder / "log"
+        self.process = None
+        self.queue = None
+
+    def command(self, *arguments):
+        return [*self.way.prefix, str(PROJECT / "script/server"), "--build", self.build, *arguments]
+
+    def environment(self, **more):
+        return {**os.environ, "TMPDIR": str(self.temporary), **more}
+
+    def run(self, *arguments, **environment):
+        """Runs script/server to its end, which must be soon. Returns its exit status and all that it said."""
+        run = subprocess.run(
+            self.command(*arguments),
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            env=self.environment(**environment),
+            text=True,
+            timeout=20,
+        )
+        return run.returncode, run.stdout
+
+    def start(self, *arguments):
+        """Starts a router. Returns the seconds until it had introduced itself, or None if it did not."""
+        self.before = queues()
+        begin = time.monotonic()
+        with open(self.log, "w") as log:
+            self.process = subprocess.Popen(
+                self.command(
+                    "--port", str(self.port), "--loopback-port", str(self.loopback_port), "--state", str(self.state),
+                    "--debug", *arguments,
+                ),
+                stdin=subprocess.DEVNULL,
+                stdout=log,
+                stderr=subprocess.STDOUT,
+                env=self.environment(),
+            )  # fmt: skip
+        if not self.await_output("Ctrl-C stops the router", 20):
+            return None
+        queue = self.state / "run/queue"
+        self.queue = int(queue.read_text()) if queue.exists() else None
+        return time.monotonic() - begin
+
+    def output(self):
+        return self.log.read_text(errors="replace")
+
+    def await_output(self, text, seconds=5, after=0):
+        """Waits until the output from place `after` on has the text. False: it did not come."""
+        deadline = time.monotonic() + seconds
+        while text not in self.output()[after:]:
+            if time.monotonic() > deadline or (self.process and self.process.poll() is not None):
+                return text in self.output()[after:]
+            time.sleep(0.01)
+        return True
+
+    def ask(self, body, loopback=False, path="/app/app.cgi", post=True):
+        """Asks with curl. Returns the HTTP status, the content type and the text."""
+        port = self.loopback_port if loopback else self.port
+        command = ["curl", "-sS", "--max-time", "30", "-w", "\n%{http_code} %{content_type}"]
+        if post:
+            command += ["--data-binary", "@-"]
+        run = subprocess.run([*command, f"http://127.0.0.1:{port}{path}"], input=body.encode(), capture_output=True)
+        if run.returncode != 0:
+            return 0, "", run.stderr.decode()
+        text, _, info = run.stdout.decode().rpartition("\n")
+        status, _, kind = info.partition(" ")
+        return int(status), kind, text
+
+    def find_process(self, name):
+        """Returns the id of the router's process of that name."""
+        table = processes()
+        for pid, (parent, command) in table.items():
+            while command == name and parent in table:
+                if parent == self.process.pid:
+                    return pid
+                parent = table[parent][0]
+        return None
+
+    def post(self, kind, payload):
+        """Posts a record to the system daemon. True: the queue took it."""
+        enter = []
+        key = QUEUE_KEY
+        if self.way.played:
+            home = (self.state / "run/root/etc/home").read_text()
+            key = int(re.search(r"^queue-key (-?\d+)$", home, re.MULTILINE).group(1))
+        else:
+            pid = self.find_process("system_daemon")
+            user = [] if os.geteuid() == 0 else ["--user", "--preserve-credentials"]
+            enter = ["nsenter", f"--target={pid}", "--ipc", *user]
+        key = key - (1 << 32) if key >= 1 << 31 else key
+        return subprocess.run([*enter, sys.executable, "-c", POST_RECORD, str(key), str(kind), payload.hex()]).returncode == 0
+
+    def await_end(self, seconds=15):
+        """Waits for the end of script/server. Returns its exit status, or None if it still runs."""
+        try:
+            return self.process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            return None
+
+    def stop(self, signum):
+        """Sends script/server a signal. Returns the exit status and what was left behind."""
+        self.process.send_signal(signum)
+        status = self.await_end()
+        return status, self.leftovers()
+
+    def leftovers(self):
+        """Returns a list of what there is of a router after its end."""
+        left = []
+        # What a process leaves is adopted by this one; a moment is given to those that are just ending.
+        deadline = time.monotonic() + 1
+        while True:
+            try:
+                while os.waitpid(-1, os.WNOHANG)[0]:
+                    pass
+            except ChildProcessError:
+                break
+            if time.monotonic() > deadline:
+                left += [f"process {name}" for parent, name in processes().values() if parent == os.getpid()]
+                break
+            time.sleep(0.01)
+        if str(self.folder) in pathlib.Path("/proc/self/mountinfo").read_text():
+            left.append("a mount")
+        left += [f"queue {key:#x}" for key, id in queues() - self.before if key == QUEUE_KEY or id == self.queue]
+        left += [f"temporary file {name}" for name in os.listdir(self.temporary)]
+        left += [f"{name} in the state folder" for name in os.listdir(self.state) if name not in ("flash", "router.lock")]
+        return left
+
+    def remove(self):
+        if self.process and self.process.poll() is None:
+            self.stop(signal.SIGTERM)
+        shutil.rmtree(self.folder)

@@ -1,0 +1,418 @@
+"""The story that every router is told: what is asked, and what must be answered, printed and left behind."""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import signal
+import socket
+import struct
+import tempfile
+import time
+
+import router as routers
+
+SESSION = re.compile(r"Us[0-9a-f]{32}")
+# What differs between two runs of the same story.
+VARYING = (
+    (SESSION, "<session>"),
+    (re.compile(r"time=\d+\.\d+ ms"), "time=<t> ms"),
+    (re.compile(r"= \d+\.\d+/\d+\.\d+/\d+\.\d+ ms"), "= <t>/<t>/<t> ms"),
+)
+
+DUT = {
+    "mac": "024B54709401",
+    "type": "Mesh",
+    "model": "KT7094HZM",
+    "sn": "kt70a1b2c3d4",
+    "name": "My Router",
+    "sVersion": "1.0.0(515)",
+    "hVersion": "2",
+    "date": "",
+    "init": 0,
+}
+LOGIN = {"action": "login", "info": {"user": "admin", "pwd": "admin"}}
+NEED_LOGIN = {"action": "loginRsp", "result": {"error": 6, "msg": "need login"}}
+
+
+def formatted(value, depth=0):
+    """Prints a value as the endpoint does: tabs for depth, a tab after each colon."""
+    if isinstance(value, dict):
+        inner = ",\n".join(f"{chr(9) * (depth + 1)}{json.dumps(k)}:\t{formatted(v, depth + 1)}" for k, v in value.items())
+        return "{\n" + (inner + "\n" if inner else "") + "\t" * depth + "}"
+    return json.dumps(value, ensure_ascii=False)
+
+
+def get_reply(**objects):
+    return {"action": "getRsp", "result": {"error": 0}, **objects}
+
+
+def set_reply(*objects, error=0, msg=None):
+    result = {"error": error} if msg is None else {"error": error, "msg": msg}
+    return {"action": "setRsp", "result": result, **{name: "1" for name in objects}}
+
+
+def ping_text(address, count):
+    lines = [f"PING {address} ({address}): 56 data bytes"]
+    lines += [f"64 bytes from {address}: seq={i} ttl=64 time=<t> ms" for i in range(count)]
+    lines += ["", f"--- {address} ping statistics ---"]
+    lines += [f"{count} packets transmitted, {count} packets received, 0% packet loss"]
+    lines += ["round-trip min/avg/max = <t>/<t>/<t> ms", ""]
+    return "\n".join(lines)
+
+
+UNREACHABLE = (
+    "PING 192.168.1.200 (192.168.1.200): 56 data bytes\n\n--- 192.168.1.200 ping statistics ---\n"
+    "1 packets transmitted, 0 packets received, 100% packet loss\n"
+)
+
+
+class Results:
+    """Counts verdicts, prints them, and keeps the replies for a comparison with other ways."""
+
+    def __init__(self, way):
+        self.way = way
+        self.passed = 0
+        self.failed = 0
+        self.transcript = []
+
+    def check(self, step, good, detail=""):
+        self.passed += bool(good)
+        self.failed += not good
+        print(f"{'ok    ' if good else 'FAILED'}  {self.way}: {step}", flush=True)
+        if not good and detail:
+            print("        " + str(detail).replace("\n", "\n        "), flush=True)
+        return good
+
+
+class Teller:
+    """Asks one router and checks what it answers."""
+
+    def __init__(self, router, results):
+        self.router = router
+        self.results = results
+        self.session = None
+
+    def expect(self, step, request, reply, loopback=False):
+        """Asks, and compares the reply's whole text. Text of the reply that varies is masked."""
+        body = request if isinstance(request, str) else json.dumps(request)
+        status, kind, text = self.router.ask(body, loopback)
+        masked = text
+        for pattern, mask in VARYING:
+            masked = pattern.sub(mask, masked)
+        self.results.transcript.append(f"{step}: {status} {kind}\n{masked}\n")
+        expected = formatted(reply) + "\n"
+        self.results.check(
+            step,
+            status == 200 and kind == "application/json" and masked == expected,
+            f"HTTP {status} {kind}\n{masked}\ninstead of\n{expected}",
+        )
+        return text
+
+    def gated(self, step, request, reply):
+        return self.expect(step, {**request, "sessionid": self.session or "none"}, reply)
+
+    def log_in(self, step="login"):
+        reply = {"info": {"sessionid": "<session>"}, "action": "loginRsp", "result": {"error": 0, "msg": "login success"}}
+        found = SESSION.search(self.expect(step, LOGIN, reply))
+        self.session = found.group() if found else None
+
+    def told(self, step, *lines, after):
+        """The system daemon printed the lines, in order."""
+        block = "".join(f"daemon: {line}\n" for line in lines)
+        self.router.await_output(lines[-1], after=after)
+        daemon = [line for line in self.router.output()[after:].splitlines() if line.startswith("daemon: ")]
+        self.results.check(f"the daemon was told: {step}", block in "".join(line + "\n" for line in daemon), daemon)
+
+    def mark(self):
+        return len(self.router.output())
+
+
+def identity_and_login(t):
+    t.expect(
+        "scan",
+        {"action": "scan", "guid": "e2e-1"},
+        {
+            "action": "scanRsp",
+            "result": {"error": "0"},
+            "guid": "e2e-1",
+            "dutInfo": {**DUT, "date": "2026-11-20"},
+        },
+    )
+    t.expect("a get before any login", {"action": "get", "dutInfo": {}}, NEED_LOGIN)
+    t.expect("a get with an invented session id", {"action": "get", "app": {}, "sessionid": "Us" + "0" * 32}, NEED_LOGIN)
+    fail = {"info": {}, "action": "loginRsp", "result": {"error": 7, "msg": "login fail"}}
+    t.expect("a wrong password", {"action": "login", "info": {"user": "admin", "pwd": "Admin"}}, fail)
+    t.log_in()
+    t.gated("a get with the session id", {"action": "get", "dutInfo": {}}, get_reply(dutInfo=DUT))
+    t.expect(
+        "a get from the router itself, without a session",
+        {"action": "get", "app": {}},
+        get_reply(app={"port": 0, "ticktime": 0}),
+        loopback=True,
+    )
+    output = t.router.output()
+    t.results.check("requests come from the phone", ":REMOTE_ADDR=192.168.1.100\n" in output, output)
+    t.results.check("those of the loopback port from the router", ":REMOTE_ADDR=127.0.0.1\n" in output, output)
+    t.expect("an unknown action", {"action": "GET"}, NEED_LOGIN)
+    t.gated("an unknown action with the session id", {"action": "GET"}, {"result": {"error": "-1", "msg": "error_request"}})
+
+
+def settings(t):
+    t.gated("set the name", {"action": "set", "dutInfo": {"name": "Küche"}}, set_reply("dutInfo"))
+    t.gated("get the name", {"action": "get", "dutInfo": {}}, get_reply(dutInfo={**DUT, "name": "Küche"}))
+
+    mark = t.mark()
+    t.gated("set the time zone", {"action": "set", "timeZone": {"timeZoneIndex": "7_2"}}, set_reply("timeZone"))
+    t.told(
+        "a restart, with the new settings",
+        "MSG_APP_REINIT",
+        "  services start anew with:",
+        "  MIB_DUT_NAME=Küche",
+        "  MIB_TIME_ZONE_INDEX=7_2",
+        "  MIB_OP_MODE=0",
+        after=mark,
+    )
+    t.gated("get the time zone", {"action": "get", "timeZone": {}}, get_reply(timeZone={"timeZoneIndex": "7_2"}))
+    t.gated(
+        "a time zone too long",
+        {"action": "set", "timeZone": {"timeZoneIndex": "12345678"}},
+        set_reply("timeZone", error=-1, msg="ERROR: timezone index length is too short/long"),
+    )
+    mark = t.mark()
+    t.gated("set the operating mode", {"action": "set", "opMode": {"opMode": "2"}}, set_reply("opMode"))
+    t.told("a restart, with the new mode", "  MIB_TIME_ZONE_INDEX=7_2", "  MIB_OP_MODE=2", after=mark)
+    t.gated("get the operating mode", {"action": "get", "opMode": {}}, get_reply(opMode={"opMode": "2"}))
+    t.gated("set the app's numbers", {"action": "set", "app": {"port": 65535, "ticktime": 9}}, set_reply("app"))
+    t.gated("get the app's numbers", {"action": "get", "app": {}}, get_reply(app={"port": 65535, "ticktime": 9}))
+    t.gated(
+        "a port too large",
+        {"action": "set", "app": {"port": 65536}},
+        set_reply("app", error=-1, msg="ERROR: port value is invalied"),
+    )
+
+
+def pings(t):
+    def ping(dst, **count):
+        return {"action": "get", "netDig": {"ping": {"dst": dst, **count}}}
+
+    def answered(address, count):
+        return get_reply(netDig={"ping": ping_text(address, count)})
+
+    t.gated("ping the phone", ping("192.168.1.100"), answered("192.168.1.100", 1))
+    t.gated("ping it twice", ping("192.168.1.100", count=2), answered("192.168.1.100", 2))
+    t.gated("a count of 0 is 1", ping("192.168.1.100", count=0), answered("192.168.1.100", 1))
+    t.gated("a count of 4 is 1", ping("192.168.1.100", count=4), answered("192.168.1.100", 1))
+    t.gated("ping the router", ping("192.168.1.1"), answered("192.168.1.1", 1))
+    t.gated("ping the provider", ping("203.0.113.1"), answered("203.0.113.1", 1))
+    t.gated("ping nobody", ping("192.168.1.200"), get_reply(netDig={"ping": UNREACHABLE}))
+    bad = get_reply(netDig={"ping": "ping: bad address 'no.such.name'\n"})
+    t.gated("ping a name", ping("no.such.name"), bad)
+    short = {"action": "getRsp", "result": {"error": -1, "msg": "ERROR: dst is too short or too long"}, "netDig": {}}
+    t.gated("ping too short an address", ping("ab"), short)
+
+
+def web_server(t):
+    status, kind, text = t.router.ask("")
+    t.results.check("no body: the program says nothing, the server says so", status == 500, f"{status} {kind} {text}")
+    t.results.transcript.append(f"no body: {status} {kind}\n{text}\n")
+    status, kind, text = t.router.ask("", path="/", post=False)
+    t.results.check("a page says where the endpoint is", status == 200 and "/app/app.cgi" in text, f"{status} {text}")
+    for path in ("/app/", "/app/app.cgi/more", "/etc/passwd", "/app", "/app/APP.CGI"):
+        status, _, text = t.router.ask("", path=path, post=False)
+        t.results.check(f"{path} is not found", status == 404, f"{status} {text}")
+    scan = t.router.ask('{"action":"scan"}')[2]
+    padding = "x" * (1 << 20)
+    large = t.router.ask(json.dumps({"action": "scan", "padding": padding}))[2]
+    t.results.check("a body of 1 MB", large == scan, large[:500])
+    with concurrent.futures.ThreadPoolExecutor(20) as pool:
+        replies = list(pool.map(lambda _: t.router.ask('{"action":"scan"}')[2], range(40)))
+    t.results.check("40 requests, 20 at a time", all(reply == scan for reply in replies), set(replies))
+
+    body = json.dumps({"action": "set", "app": {"port": 4711}, "sessionid": t.session}).encode()
+    with socket.create_connection(("127.0.0.1", t.router.port)) as phone:
+        phone.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: router\r\nContent-Length: %d\r\n\r\n%b" % (len(body), body))
+        phone.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))  # close with a reset
+    request = {"action": "get", "app": {}, "sessionid": t.session}
+    for _ in range(100):
+        reply = t.router.ask(json.dumps(request))[2]
+        if reply == formatted(get_reply(app={"port": 4711, "ticktime": 9})) + "\n":
+            break
+    t.results.check("a client that hangs up still gets its request done", "4711" in reply, reply)
+
+
+def odd_records(t):
+    text = "init\x1b[2J\"\\".encode() + b"\xff"
+    records = (
+        (10, bytes(232) + text, 'MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff" (payload of 243 bytes instead of 360)'),
+        (10, bytes(232) + b"a" * 128, f'MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"'),
+        (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130), "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001"),
+        (9, bytes(232) + struct.pack("<ii", -1, 3) + b"g-1" + bytes(117), 'MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"'),
+        (6, b"http://u/f".ljust(128, b"\0") + b"d" * 32 + bytes(200), f'MSG_APP_FWUPG url="http://u/f" md5="{"d" * 32}"'),
+        (7, bytes(359) + b"x", "MSG_APP_SETQOS (1 bytes that should be zero are not)"),
+        (77, b"", "unknown message type 77 (payload of 0 bytes instead of 360)"),
+        (1 << 40, bytes(8192), f"unknown message type {1 << 40} (payload of 8192 bytes instead of 360)"),
+    )  # fmt: skip
+    for kind, payload, line in records:
+        mark = t.mark()
+        if t.results.check(f"the queue takes a record of type {kind}", t.router.post(kind, payload)):
+            t.told(line, line, "  (nothing in this router acts on it yet)", after=mark)
+
+
+def reboot_and_reset(t):
+    t.gated(
+        "a write that is not committed",
+        {"action": "set", "app": {"port": 1, "ticktime": 70000}},
+        set_reply("app", error=-1, msg="ERROR: ticktime value is invalied"),
+    )
+    t.gated("is read back", {"action": "get", "app": {}}, get_reply(app={"port": 1, "ticktime": 9}))
+    mark = t.mark()
+    t.router.post(3, bytes(360))
+    t.told("a reboot", "MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session", after=mark)
+    t.gated("the reboot ended the session", {"action": "get", "app": {}}, NEED_LOGIN)
+    t.log_in("login after the reboot")
+    t.gated("and dropped the write", {"action": "get", "app": {}}, get_reply(app={"port": 4711, "ticktime": 9}))
+
+
+def logout(t):
+    old = t.session
+    time.sleep(1.1)  # a session id is made of the second in which it is made
+    t.log_in("a second login, a second later")
+    t.results.check("has another session id", t.session != old, old)
+    t.expect("the first one is worth nothing now", {"action": "get", "app": {}, "sessionid": old}, NEED_LOGIN)
+    t.gated("logout", {"action": "set", "logout": 1}, set_reply("logout"))
+    t.gated("a get after the logout", {"action": "get", "app": {}}, NEED_LOGIN)
+
+
+def refusals(results, router):
+    """Calls that must fail, while the router runs."""
+
+    def refused(step, status, *words, arguments=(), **environment):
+        got, said = router.run(*arguments, **environment)
+        results.check(step, got == status and all(word in said for word in words), f"status {got}\n{said}")
+
+    other = str(router.folder / "other")
+    port = str(router.port)
+    fresh = str(routers.free_port())
+    if router.way.user:
+        os.chmod(router.folder, 0o777)
+    refused("a busy port", 1, f"Port {port} of 127.0.0.1 cannot be used", arguments=("--port", port, "--state", other))
+    refused(
+        "a state folder in use", 1, "another router runs on the state folder",
+        arguments=("--port", fresh, "--state", str(router.state)),
+    )  # fmt: skip
+    refused("a state folder with other things", 1, "holds other things", arguments=("--state", str(router.folder)))
+    for arguments, words in (
+        (("--port", "0"), "--port takes a port from 1 to 65535, not 0"),
+        (("--port=70000",), "--port takes a port from 1 to 65535, not 70000"),
+        (("--port", "x1"), "--port takes a port number, not 'x1'"),
+        (("--loopback-port",), "--loopback-port needs a value"),
+        (("--port", "8080", "--loopback-port", "8080"), "must differ"),
+        (("--build", "/nowhere"), "'/nowhere' is none"),
+        (("--nonsense",), "there is no option '--nonsense'"),
+    ):
+        refused(" ".join(arguments), 2, words, arguments=arguments)
+    got, said = router.run("--help")
+    results.check("--help", got == 0 and said.startswith("Usage: script/server [OPTIONS]"), said)
+
+
+def stand_ins(results, router):
+    """What a machine that lacks something is told. The lack is played by a command found before the real one."""
+    if router.way.user is None:
+        return
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="e2e-commands-"))
+    try:
+        folder.chmod(0o755)
+        command = folder / "dpkg-query"
+        command.write_text('#!/bin/sh\nexec /usr/bin/dpkg-query "$@" | grep -v "^proot "\n')
+        command.chmod(0o755)
+        got, said = router.run(PATH=f"{folder}:{os.environ['PATH']}")
+        results.check(
+            "a missing package, and no right to install it",
+            got == 1 and "sudo apt-get update && sudo apt-get install --no-install-recommends proot\n" in said,
+            f"status {got}\n{said}",
+        )
+        got, said = router.run("--state", str(folder / "state"))
+        results.check("no right to the state folder", got == 1 and "cannot make the state folder" in said, said)
+    finally:
+        (folder / "dpkg-query").unlink()
+        folder.rmdir()
+
+
+def left_nothing(results, step, outcome, status):
+    got, left = outcome
+    results.check(f"{step} ends it with status {status} and leaves nothing behind", got == status and not left, (got, left))
+
+
+def restarts(results, router):
+    """The router is stopped in every way there is, and started again on the same state."""
+    t = Teller(router, results)
+    kept = {"action": "get", "dutInfo": {}, "app": {}, "timeZone": {}}
+    kept_reply = get_reply(
+        dutInfo={**DUT, "name": "Küche"}, timeZone={"timeZoneIndex": "7_2"}, app={"port": 4711, "ticktime": 9}
+    )
+    t.expect(
+        "a write before the stop that is not committed",
+        {"action": "set", "app": {"port": 2, "ticktime": -1}},
+        set_reply("app", error=-1, msg="ERROR: ticktime value is invalied"),
+        loopback=True,
+    )
+    left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
+
+    results.check("it starts again", router.start() is not None, router.output())
+    t.expect("what was committed survived, the rest did not", kept, kept_reply, loopback=True)
+    t.expect("and the session did not", {"action": "get", "app": {}, "sessionid": t.session or ""}, NEED_LOGIN)
+    left_nothing(results, "kill", router.stop(signal.SIGTERM), 143)
+
+    committed = router.state / "flash/mib/committed.mdb"
+    committed.write_bytes(os.urandom(committed.stat().st_size))
+    results.check("it starts on a damaged store", router.start() is not None, router.output())
+    results.check("and says so", "committed.mdb is damaged" in router.output(), router.output())
+    defaults = get_reply(dutInfo=DUT, timeZone={"timeZoneIndex": "8_1"}, app={"port": 0, "ticktime": 0})
+    t.expect("with the factory's settings", kept, defaults, loopback=True)
+    left_nothing(results, "a hang-up", router.stop(signal.SIGHUP), 129)
+
+    results.check("it starts with --fresh", router.start("--fresh") is not None, router.output())
+    results.check("on an empty flash", [p.name for p in committed.parent.glob("*damaged*")] == [])
+    t.expect("change it", {"action": "set", "app": {"port": 3}}, set_reply("app"), loopback=True)
+    mark = t.mark()
+    router.post(2, bytes(360))
+    t.told("a reset", "MSG_RESET", "  the factory's settings are back", after=mark)
+    t.expect("the factory's settings are back", kept, defaults, loopback=True)
+    os.kill(router.find_process("lighttpd"), signal.SIGKILL)
+    left_nothing(results, "the end of a part", (router.await_end(), router.leftovers()), 1)
+    results.check("which it names", "The router's web server has ended" in router.output(), router.output())
+
+    results.check("it starts once more", router.start() is not None, router.output())
+    router.process.kill()
+    router.await_end()
+    processes = [item for item in router.leftovers() if "state folder" not in item]
+    results.check("even kill -9 leaves no process, mount, queue or temporary file", processes == [], processes)
+    results.check("and the next one starts nevertheless", router.start() is not None, router.output())
+    left_nothing(results, "kill", router.stop(signal.SIGTERM), 143)
+
+
+def tell(way, build, transcript):
+    """Tells a router run in this way the whole story. Returns the results."""
+    routers.adopt_orphans()
+    results = Results(way.name)
+    router = routers.Router(way, build)
+    try:
+        seconds = router.start()
+        if not results.check("it starts", seconds is not None, router.output()):
+            return results
+        print(f"        ready after {seconds:.2f} s")
+        played = "No namespaces can be made here" in router.output()
+        results.check("it found out whether namespaces can be made", played == way.played, router.output())
+        teller = Teller(router, results)
+        for chapter in (identity_and_login, settings, pings, web_server, odd_records, reboot_and_reset, logout):
+            chapter(teller)
+        refusals(results, router)
+        stand_ins(results, router)
+        restarts(results, router)
+    finally:
+        router.remove()
+    if transcript:
+        pathlib.Path(transcript).write_text("".join(results.transcript))
+    return results
