@@ -3,7 +3,6 @@
 #include <sys/sysinfo.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "base/command.h"
@@ -119,7 +118,7 @@ int set_scheduled_reboot(const cJSON *schedule) {
     store_set(MIB_SCHREBOOT_ENABLED, static_cast<uint8_t>(integer_value(enable)));
     save_config_flag = 1;
 
-    const int time_of_day = atoi(compact.text);
+    const int time_of_day = decimal_value(compact.text);
     SysMsgRecord record = {};
     record.msg_type = MSG_APP_SCHREBOOT;
     record.schedule_enable = static_cast<uint8_t>(integer_value(enable));
