@@ -91,9 +91,11 @@ struct Figures {
 // What is measured of a kind.
 struct Row {
     const Kind *kind;
-    Figures<double> time;  // microseconds, medians
+    // Microseconds, medians.
+    Figures<double> time;
     // Microseconds, medians of the differences of neighbours.
     double added_time;                           // the program over the floor
+    double added_cpu;                            // the same in CPU time, which other processes on the core disturb less
     double required_time;                        // the steps over the floor
     double own_time;                             // the program over the steps
     Figures<uint64_t> count;                     // instructions
@@ -163,9 +165,9 @@ void prepare() {
     }
 }
 
-double time_of(const Request &request) {
+Outcome outcome_of(const Request &request) {
     prepare();
-    return run_once(request).microseconds;
+    return run_once(request);
 }
 
 void check_answer(const Kind &kind) {
@@ -184,35 +186,38 @@ void measure_times(const Kind &kind, unsigned runs, Row &row) {
     constexpr unsigned kWarmUp = 10;
     Figures<std::vector<double>> times;
     std::vector<double> added;
+    std::vector<double> added_cpu;
     std::vector<double> required;
     std::vector<double> own;
     for (unsigned run = 0; run < kWarmUp + runs; ++run) {
         // Neighbours meet the same machine. The numbers grow from program to program, so that each of them changes the
         // store; the order turns round, so that none always comes first.
-        Figures<double> time = {};
+        Figures<Outcome> outcome = {};
         const unsigned number = 3 * run;
-        const auto run_floor = [&](unsigned n) { time.floor = time_of(floor_request(kind, n)); };
-        const auto run_program = [&](unsigned n) { time.program = time_of(program_request(kind, n)); };
+        const auto run_floor = [&](unsigned n) { outcome.floor = outcome_of(floor_request(kind, n)); };
+        const auto run_program = [&](unsigned n) { outcome.program = outcome_of(program_request(kind, n)); };
         (run % 2 == 0) ? run_floor(number) : run_program(number);
         if (!kind.steps.empty()) {
-            time.steps = time_of(steps_request(kind, number + 1));
+            outcome.steps = outcome_of(steps_request(kind, number + 1));
         }
         (run % 2 == 0) ? run_program(number + 2) : run_floor(number + 2);
         if (kind.steps.empty()) {
-            time.steps = time.floor;
+            outcome.steps = outcome.floor;
         }
         if (run < kWarmUp) {
             continue;
         }
-        times.floor.push_back(time.floor);
-        times.steps.push_back(time.steps);
-        times.program.push_back(time.program);
-        added.push_back(time.program - time.floor);
-        required.push_back(time.steps - time.floor);
-        own.push_back(time.program - time.steps);
+        times.floor.push_back(outcome.floor.microseconds);
+        times.steps.push_back(outcome.steps.microseconds);
+        times.program.push_back(outcome.program.microseconds);
+        added.push_back(outcome.program.microseconds - outcome.floor.microseconds);
+        added_cpu.push_back(outcome.program.cpu_microseconds - outcome.floor.cpu_microseconds);
+        required.push_back(outcome.steps.microseconds - outcome.floor.microseconds);
+        own.push_back(outcome.program.microseconds - outcome.steps.microseconds);
     }
     row.time = {median(times.floor), median(times.steps), median(times.program)};
     row.added_time = median(added);
+    row.added_cpu = median(added_cpu);
     row.required_time = median(required);
     row.own_time = median(own);
 }
@@ -273,19 +278,19 @@ unsigned long long to_print(uint64_t count) {
 
 void print_table(const Setting &setting, const std::vector<Row> &rows) {
     printf("%s, core %d, %u runs of each, in turn\n\n", setting.machine.c_str(), setting.core, setting.runs);
-    printf("%-12s | %45s | %54s\n", "", "microseconds, medians", "instructions");
-    printf("%-12s | %6s %7s %6s %6s %8s %6s | %7s %8s %8s %7s %6s %6s  %s\n", "request", "floor", "app.cgi", "ratio",
-           "added", "required", "own", "floor", "app.cgi", "required", "own", "ratio", "own", "budget");
+    printf("%-12s | %49s | %54s\n", "", "microseconds, medians", "instructions");
+    printf("%-12s | %6s %7s %6s %6s %5s %8s %6s | %7s %8s %8s %7s %6s %6s  %s\n", "request", "floor", "app.cgi",
+           "ratio", "added", "cpu", "required", "own", "floor", "app.cgi", "required", "own", "ratio", "own", "budget");
     for (const Row &row : rows) {
         const auto &[floor, steps, program] = row.count;
-        printf("%-12s | %6.0f %7.0f %6.2f %6.0f %8.0f %6.0f | %7llu %8llu %8lld %7lld %6.2f %6.2f  %s\n",
+        printf("%-12s | %6.0f %7.0f %6.2f %6.0f %5.0f %8.0f %6.0f | %7llu %8llu %8lld %7lld %6.2f %6.2f  %s\n",
                row.kind->name, row.time.floor, row.time.program, row.time.program / row.time.floor, row.added_time,
-               row.required_time, row.own_time, to_print(floor), to_print(program),
+               row.added_cpu, row.required_time, row.own_time, to_print(floor), to_print(program),
                static_cast<long long>(steps - floor), static_cast<long long>(program - steps), row.count_ratio(),
                row.own_count_ratio(), row.has_budget() ? verdict(row.count_holds()) : "-");
     }
     printf(
-        "\nadded     over the floor\n"
+        "\nadded     over the floor; cpu: the same without the time that others had the core\n"
         "required  of it, what any program must do for this request: shell commands, writes and commits of the store\n"
         "own       the rest; as a ratio: app.cgi to the floor that does what is required\n"
         "budget    at most %.1f times the floor's instructions, for requests without shell commands\n"
@@ -328,11 +333,12 @@ void print_json(const Setting &setting, const std::vector<Row> &rows) {
     for (const Row &row : rows) {
         printf(
             "%s  {\"name\": %s,\n"
-            "   \"us\": {\"floor\": %.1f, \"app\": %.1f, \"added\": %.1f, \"required\": %.1f, \"own\": %.1f},\n"
+            "   \"us\": {\"floor\": %.1f, \"app\": %.1f, \"added\": %.1f, \"added_cpu\": %.1f, \"required\": %.1f, "
+            "\"own\": %.1f},\n"
             "   \"instructions\": {\"floor\": %llu, \"with_required\": %llu, \"app\": %llu, \"ratio\": %.3f},\n"
             "   \"has_budget\": %s, \"instructions_hold\": %s, \"time_holds\": %s, \"commands_hold\": %s,\n"
             "   \"commands\": [",
-            separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.program, row.added_time,
+            separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.program, row.added_time, row.added_cpu,
             row.required_time, row.own_time, to_print(row.count.floor), to_print(row.count.steps),
             to_print(row.count.program), row.count_ratio(), boolean(row.has_budget()), boolean(row.count_holds()),
             boolean(row.time_holds()), boolean(row.commands_hold()));

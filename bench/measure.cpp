@@ -4,6 +4,8 @@
 #include <sched.h>
 #include <spawn.h>
 #include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,6 +84,10 @@ std::string read_all(int file) {
     return text;
 }
 
+double microseconds(const timeval &time) {
+    return 1e6 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec);
+}
+
 int exit_status(int wait_status) {
     return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
 }
@@ -152,10 +158,12 @@ Outcome run_once(const Request &request) {
     reply.write_end.reset();
     outcome.reply = read_all(reply.read_end.get());
     int status = 0;
-    require(waitpid(process, &status, 0) == process, "waitpid");
+    rusage usage = {};
+    require(wait4(process, &status, 0, &usage) == process, "wait4");
     outcome.microseconds = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
 
     posix_spawn_file_actions_destroy(&actions);
+    outcome.cpu_microseconds = microseconds(usage.ru_utime) + microseconds(usage.ru_stime);
     outcome.exit_status = exit_status(status);
     return outcome;
 }

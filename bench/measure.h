@@ -16,8 +16,9 @@ struct Request {
 };
 
 struct Outcome {
-    double microseconds;  // from before the process is made until it is reaped
-    int exit_status;      // 0 to 255; 128 and the signal's number if one ended it
+    double microseconds;      // from before the process is made until it is reaped
+    double cpu_microseconds;  // of the process and its children: what others do on the core does not count
+    int exit_status;          // 0 to 255; 128 and the signal's number if one ended it
     std::string reply;
 };
 
