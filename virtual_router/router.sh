@@ -58,10 +58,17 @@ lay_out_root() {
     fi
 }
 
-# Becomes a command inside the router.
+# Becomes a command inside the router. Run in a process of its own: (enter ...) or enter ... &
 enter() {
-    # Neither the sockets nor the PC's environment are the router's business.
-    mode_enter "$@" 3<&- 4<&- 9<&-
+    # Neither the descriptors nor the environment of the PC are the router's business. 255 is this shell's own.
+    local descriptor
+    for descriptor in /proc/self/fd/*; do
+        descriptor=${descriptor##*/}
+        if [ "$descriptor" -gt 2 ] && [ "$descriptor" -ne 255 ]; then
+            exec {descriptor}>&-
+        fi
+    done
+    mode_enter "$@"
 }
 
 # Prints the value of a store item.
