@@ -185,12 +185,12 @@ def load_file(path, relative, items):
     check_keys(head["defaults"], CASE_KEYS, "defaults")
     cases = []
     for raw in head["case"]:
-        for row in rows_of(raw):
+        for number, row in enumerate(rows_of(raw)):
             case = merge(head["defaults"], row)
             own_name = json.dumps(case.pop("name"), ensure_ascii=False)[1:-1].replace('\\"', '"')  # one line, whatever it holds
             name = f"{area}: {own_name}" if own_name else str(area)
             try:
-                cases.append(finish(name, case, head["replies"], items))
+                cases.append({"row": number, **finish(name, case, head["replies"], items)})
             except (CaseError, ValueError, KeyError) as error:
                 raise CaseError(f"{name}: {error}") from error
     return cases

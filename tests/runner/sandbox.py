@@ -58,15 +58,29 @@ def unshare(flags):
     return False
 
 
-def can_chroot():
+def in_child(question):
+    """The answer that a child process gives: asking changes the process that asks."""
     child = os.fork()
     if child == 0:
-        try:
-            os.chroot("/")
-            os._exit(0)
-        except OSError:
-            os._exit(1)
+        answer = False
+        with contextlib.suppress(OSError):
+            answer = question()
+        os._exit(0 if answer else 1)
     return os.waitpid(child, 0)[1] == 0
+
+
+def can_chroot():
+    return in_child(lambda: os.chroot("/") is None)
+
+
+def missing_right(mode):
+    """What this machine lacks to run cases in `mode`; None if it lacks nothing."""
+    spaces = in_child(lambda: unshare(CLONE_NEWIPC | CLONE_NEWNS))
+    if mode == "valgrind" and not spaces:
+        return "valgrind reads /proc, which takes a mount name space here, and this process may not make one"
+    if not spaces and (mode != "plain" or not can_chroot()) and shutil.which("proot") is None:
+        return "neither a name space nor another root folder may be made, and proot is not installed"
+    return None
 
 
 def shared_objects(binary, own):
@@ -147,8 +161,6 @@ class Sandbox:
         self.needs_proc = mode != "plain"
         self.own_space = unshare(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
         self.proot = not can_chroot() or self.needs_proc and not self.own_space
-        if self.proot and shutil.which("proot") is None:
-            raise CaseError("no right to change the root folder, and proot is not installed")
         self.build(pathlib.Path(binary))
         self.base = self.snapshot()
 
@@ -273,8 +285,8 @@ class Sandbox:
         """The launcher's arguments and the environment of a step."""
         line, env = [], dict(step.get("env", {}))
         if self.proot:
-            binds = ["-b", f"/proc:{'/.runner/proc'}"] if self.needs_proc else []
-            line += ["proot", "-r", str(self.root), *binds, "/.runner/launch"]
+            binds = ["-b", "/proc:/.runner/proc"] if self.needs_proc else []
+            line += ["proot", "-r", str(self.root), "-w", "/", *binds, "/.runner/launch"]
             env["PROOT_TMP_DIR"] = str(self.root / ".runner")
         else:
             line += [str(self.tools / "launch"), "-r", str(self.root)]

@@ -3,6 +3,7 @@
 // The table is a file of entries, each "LENGTH STATUS OUTPUT-LENGTH REMOVED-LENGTH\n" followed by the command, its
 // output and the path of a file that it removes ("" for none), LENGTH and so on counting bytes. The first entry whose
 // command equals the text is the answer. A command that the table lacks is logged as unexpected and answers status 127.
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -57,6 +58,7 @@ int main(int argc, char **argv) {
         return 127;
     }
     const char *command = argv[argc - 1];
+    signal(SIGPIPE, SIG_IGN);  // a reader that has seen enough is no failure
     const size_t length = strlen(command);
     const char *end = g_table + read_table();
     for (const char *entry = g_table; entry < end;) {
