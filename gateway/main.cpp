@@ -28,7 +28,6 @@ namespace {
 constexpr char kModule[] = "app";
 
 constexpr char kLoopback[] = "127.0.0.1";
-constexpr int32_t kMeshAgent = 2;
 
 // A mesh agent obeys its controller, which is its default gateway.
 bool is_from_controller(const char *remote_address) {

@@ -3,6 +3,8 @@
 #include "objects/device.h"
 #include "objects/diagnostics.h"
 #include "objects/lan.h"
+#include "objects/mesh.h"
+#include "objects/sys.h"
 #include "objects/wan.h"
 
 namespace {
@@ -16,28 +18,28 @@ constexpr ObjectHandler kNotServedYet = nullptr;
 // A row is the only place where an object is named for dispatch. The order is part of the protocol.
 // Columns: name, get, set.
 const ObjectRow ObjectHandlerTable[] = {
-    {"dutInfo",     app_get_dutInfo_handler,  app_set_dutInfo_handler },
-    {"wanInfo",     kNotServedYet,            kNotServedYet           },
-    {"wanAdvance",  kNotServedYet,            kNotServedYet           },
-    {"wanStatus",   kNotServedYet,            nullptr                 },
-    {"wifi",        kNotServedYet,            kNotServedYet           },
-    {"wifiAdvance", kNotServedYet,            kNotServedYet           },
-    {"wifiguest",   kNotServedYet,            kNotServedYet           },
-    {"wps",         kNotServedYet,            kNotServedYet           },
-    {"wifiAcc",     kNotServedYet,            kNotServedYet           },
-    {"opMode",      app_get_opMode_handler,   app_set_opMode_handler  },
-    {"timeZone",    app_get_timeZone_handler, app_set_timeZone_handler},
-    {"lan",         kNotServedYet,            kNotServedYet           },
-    {"lanStatus",   kNotServedYet,            nullptr                 },
-    {"logout",      nullptr,                  app_set_logout_handler  },
-    {"sys",         kNotServedYet,            kNotServedYet           },
-    {"mesh",        kNotServedYet,            kNotServedYet           },
-    {"meshStatus",  kNotServedYet,            nullptr                 },
-    {"Sec",         kNotServedYet,            kNotServedYet           },
-    {"netAcc",      kNotServedYet,            kNotServedYet           },
-    {"urlfilter",   kNotServedYet,            kNotServedYet           },
-    {"netDig",      app_get_netDig_handler,   nullptr                 },
-    {"app",         app_get_app_handler,      app_set_app_handler     },
-    {"qos",         kNotServedYet,            kNotServedYet           },
-    {"",            nullptr,                  nullptr                 },
+    {"dutInfo",     app_get_dutInfo_handler,    app_set_dutInfo_handler   },
+    {"wanInfo",     app_get_wanInfo_handler,    app_set_wanInfo_handler   },
+    {"wanAdvance",  app_get_wanAdvance_handler, app_set_wanAdvance_handler},
+    {"wanStatus",   kNotServedYet,              nullptr                   },
+    {"wifi",        kNotServedYet,              kNotServedYet             },
+    {"wifiAdvance", kNotServedYet,              kNotServedYet             },
+    {"wifiguest",   kNotServedYet,              kNotServedYet             },
+    {"wps",         kNotServedYet,              kNotServedYet             },
+    {"wifiAcc",     kNotServedYet,              kNotServedYet             },
+    {"opMode",      app_get_opMode_handler,     app_set_opMode_handler    },
+    {"timeZone",    app_get_timeZone_handler,   app_set_timeZone_handler  },
+    {"lan",         app_get_lan_handler,        app_set_lan_handler       },
+    {"lanStatus",   kNotServedYet,              nullptr                   },
+    {"logout",      nullptr,                    app_set_logout_handler    },
+    {"sys",         app_get_sys_handler,        app_set_sys_handler       },
+    {"mesh",        app_get_mesh_handler,       app_set_mesh_handler      },
+    {"meshStatus",  kNotServedYet,              nullptr                   },
+    {"Sec",         kNotServedYet,              kNotServedYet             },
+    {"netAcc",      kNotServedYet,              kNotServedYet             },
+    {"urlfilter",   kNotServedYet,              kNotServedYet             },
+    {"netDig",      app_get_netDig_handler,     nullptr                   },
+    {"app",         app_get_app_handler,        app_set_app_handler       },
+    {"qos",         kNotServedYet,              kNotServedYet             },
+    {"",            nullptr,                    nullptr                   },
 };

@@ -6,27 +6,23 @@
 #include <utility>
 
 #include "base/debug_log.h"
+#include "base/json.h"
 #include "base/text.h"
 
 namespace {
 
 constexpr char kModule[] = "mesh_fun";
 
-// A member by its exact key: other than in requests, the case of the letters counts.
-const cJSON *find_member(const cJSON *object, const char *key) {
-    return cJSON_GetObjectItemCaseSensitive(object, key);
-}
-
 // Adds the devices below `node` to the `count` agents that are listed already, and returns how many there are then.
 // It goes as deep as the parser does.
 int add_agents(const cJSON *node, AgentAddress (&agents)[kMostAgents], int count) {
-    const cJSON *devices = find_member(node, "child_devices");
+    const cJSON *devices = find_item(node, "child_devices");
     if (!cJSON_IsArray(devices)) {
         return count;
     }
     for (const cJSON *device = devices->child; device != nullptr && count < kMostAgents; device = device->next) {
-        const char *mac = cJSON_GetStringValue(find_member(device, "mac_address"));
-        const char *ip = cJSON_GetStringValue(find_member(device, "ip_addr"));
+        const char *mac = find_text(device, "mac_address");
+        const char *ip = find_text(device, "ip_addr");
         if (mac != nullptr && ip != nullptr) {
             put(agents[count].mac, "%s", mac);
             put(agents[count].ip, "%s", ip);

@@ -3,14 +3,7 @@
 #ifndef MESH_TOPOLOGY_H
 #define MESH_TOPOLOGY_H
 
-#include <cstdint>
-
 #include "base/resource.h"
-
-// What MIB_MESH_ROLE holds.
-constexpr int32_t kMeshOff = 0;
-constexpr int32_t kMeshController = 1;
-constexpr int32_t kMeshAgent = 2;
 
 constexpr char kTopologyPath[] = "/tmp/topology_json";
 

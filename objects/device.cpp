@@ -17,7 +17,6 @@ constexpr char kModule[] = "app";
 
 constexpr size_t kLongestName = 30;
 
-constexpr char kTimeZoneLength[] = "ERROR: timezone index length is too short/long";
 constexpr char kPortInvalid[] = "ERROR: port value is invalied";
 constexpr char kTicktimeInvalid[] = "ERROR: ticktime value is invalied";
 

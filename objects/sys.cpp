@@ -35,7 +35,6 @@ constexpr char kScheduleEnableInvalid[] = "ERROR: schReboot.enable value error";
 constexpr char kScheduleFormat[] = "ERROR: schReboot.time or schReboot.week format error";
 constexpr char kNoSchedule[] = "ERROR: not find schReboot.time or schReboot.week item";
 constexpr char kScheduleNotSent[] = "ERROR: send MSG_APP_SCHREBOOT fail";
-constexpr char kTimeZoneLength[] = "ERROR: timezone index length is too short/long";
 constexpr char kRebootNotSent[] = "ERROR: send MSG_REBOOT fail";
 constexpr char kResetNotSent[] = "ERROR: send MSG_RESET fail";
 constexpr char kUpgradeNotSent[] = "ERROR: send MSG_RESET fail";  // the reset's on purpose: apps know no other

@@ -82,7 +82,10 @@ constexpr Int32Item MIB_WLAN_MESH_ITEM_1251{1251};
 constexpr Int32Item MIB_WLAN_MESH_BSS_TYPE{2388};  // bits: 128 backhaul station, 64 backhaul BSS, 32 fronthaul BSS
 
 // Mesh.
-constexpr Int32Item MIB_MESH_ROLE{2386};  // 0 off, 1 controller, 2 agent, which obeys its default gateway
+constexpr Int32Item MIB_MESH_ROLE{2386};
+constexpr int32_t kMeshOff = 0;
+constexpr int32_t kMeshController = 1;
+constexpr int32_t kMeshAgent = 2;  // obeys its default gateway, which is its controller
 constexpr Int32Item MIB_MESH_ITEM_2387{2387};
 constexpr TextItem<30> MIB_MESH_DEVICE_NAME{2389};
 constexpr Int32Item MIB_MESH_BACKHAUL_5G{250};  // 1: an agent's backhaul runs on that band
