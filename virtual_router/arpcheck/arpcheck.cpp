@@ -14,17 +14,25 @@ namespace {
 constexpr char kTablePath[] = "/proc/net/arp";
 constexpr unsigned kComplete = 0x2;  // the kernel's flag of an entry whose hardware address is known
 
-// Reads a MAC of six hexadecimal pairs with colons between.
-bool parse_mac(const char *text, uint8_t mac[6]) {
-    unsigned parts[6];
-    int used = 0;
-    if (sscanf(text, "%2x:%2x:%2x:%2x:%2x:%2x%n", &parts[0], &parts[1], &parts[2], &parts[3], &parts[4], &parts[5],
-               &used) != 6 ||
-        text[used] != '\0') {
-        return false;
+// The value of a hexadecimal digit, or -1.
+int hex_digit(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
     }
+    c = static_cast<char>(c | 0x20);
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+// Reads a MAC of six hexadecimal pairs with colons between. By hand: scanf takes "-1" for a hexadecimal number.
+bool parse_mac(const char *text, uint8_t mac[6]) {
     for (int i = 0; i < 6; i++) {
-        mac[i] = static_cast<uint8_t>(parts[i]);
+        int high = hex_digit(text[0]);
+        int low = high < 0 ? -1 : hex_digit(text[1]);
+        if (low < 0 || text[2] != (i < 5 ? ':' : '\0')) {
+            return false;
+        }
+        mac[i] = static_cast<uint8_t>(high * 16 + low);
+        text += 3;
     }
     return true;
 }

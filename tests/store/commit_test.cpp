@@ -1,0 +1,575 @@
+// What a commit promises: done or not done, whoever else writes, and whatever ends the process or the power.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/apmib.h"
+#include "tests/store/router.h"
+#include "tests/store/tracer.h"
+
+namespace {
+
+constexpr int kAdd = 2 + 0x10000;
+constexpr int kReadEntry = 1 + 0x8000;
+
+// ---- Many processes at once -----------------------------------------------------------------------------------------
+
+constexpr int kWriters = 8;
+constexpr int kNumber = 1000;      // + writer: an item of its own
+constexpr int kShared = 2000;      // a record whose slots belong to the writers: one loses nothing by another's write
+constexpr int kCommitted1 = 3000;  // + writer: written and committed
+constexpr int kTable = 4000;       // everybody adds to it
+constexpr int kAddEvery = 64;      // numbers; the table has room for 255 entries
+
+std::string writers_definitions() {
+    std::string text = std::to_string(kShared) + " MIB_WLAN_SHARED int32 interface 0\n" + std::to_string(kTable) +
+                       " MIB_TABLE table[8x255/8] global -\n";
+    for (int i = 0; i < kWriters; i++) {
+        std::string name = std::to_string(i);
+        text += std::to_string(kNumber + i) + " MIB_NUMBER_" + name + " int32 global 0\n";
+        text += std::to_string(kCommitted1 + i) + " MIB_COMMITTED_" + name + " int32 global 0\n";
+    }
+    return text;
+}
+
+// What the store told each writer, in memory that all processes share and none's death loses.
+struct Told {
+    std::atomic<int32_t> stored;     // the last number whose writes were said to be stored
+    std::atomic<int32_t> tried;      // the last number that was written, whatever was said
+    std::atomic<int32_t> committed;  // the last number that was said to be committed
+    std::atomic<int32_t> added;      // entries said to be in the table
+};
+
+class Writers : public testing::Test {
+  protected:
+    Writers() : router(writers_definitions()) {
+        void *memory =
+            mmap(nullptr, sizeof(Told) * kWriters, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        told = static_cast<Told *>(memory);
+        EXPECT_EQ(router.flash({"boot"}).status, 0);
+    }
+    ~Writers() override { munmap(told, sizeof(Told) * kWriters); }
+
+    pid_t start_writer(int writer, int rounds) {
+        return router.start([this, writer, rounds] {
+            REQUIRE(apmib_init() != 0);
+            for (int i = 0; i < rounds; i++) {
+                write_round(writer, told[writer].tried + 1);
+            }
+        });
+    }
+
+    // Writes `number` everywhere, and commits it every few numbers.
+    void write_round(int writer, int32_t number) {
+        Told &mine = told[writer];
+        mine.tried = number;
+        wlan_idx = writer / 6;
+        vwlan_idx = writer % 6;
+        REQUIRE(apmib_set(kNumber + writer, &number) != 0);
+        REQUIRE(apmib_set(kShared, &number) != 0);
+        REQUIRE(apmib_set(kCommitted1 + writer, &number) != 0);
+        mine.stored = number;
+        if (number % kAddEvery == 0) {
+            int32_t entry[2] = {writer, number};
+            REQUIRE(apmib_set(kTable + kAdd, entry) != 0);
+            mine.added++;
+        }
+        if (number % 3 == 0) {
+            REQUIRE(apmib_update(4) != 0);
+            mine.committed = number;
+            REQUIRE(number % 6 != 0 || save_cs_to_file() == 0);
+        }
+        // What others do never changes what this one wrote.
+        int32_t read = 0;
+        REQUIRE(apmib_get(kShared, &read) != 0 && read == number);
+        REQUIRE(apmib_get(kNumber + writer, &read) != 0 && read == number);
+    }
+
+    // Every writer's numbers lie between what it was told and what it last tried.
+    void expect_between(const char *what, std::atomic<int32_t> Told::*low) {
+        EXPECT_EQ(router.run([&] {
+            REQUIRE(apmib_init() != 0);
+            for (int i = 0; i < kWriters; i++) {
+                wlan_idx = i / 6;
+                vwlan_idx = i % 6;
+                for (int id : {kNumber + i, kShared, kCommitted1 + i}) {
+                    int32_t number = 0;
+                    REQUIRE(apmib_get(id, &number) != 0);
+                    if (number < told[i].*low || number > told[i].tried) {
+                        fprintf(stderr, "%s: item %d of writer %d is %d, not %d to %d\n", what, id, i, number,
+                                (told[i].*low).load(), told[i].tried.load());
+                        _exit(1);
+                    }
+                }
+            }
+        }),
+                  0);
+    }
+
+    // The table has each entry once, and at least those that were said to be added.
+    void expect_entries(int32_t slack) {
+        EXPECT_EQ(router.run([&] {
+            REQUIRE(apmib_init() != 0);
+            int32_t count = 0;
+            REQUIRE(apmib_get(kTable, &count) != 0);
+            int32_t found[kWriters] = {};
+            int32_t last[kWriters] = {};
+            for (int32_t i = 1; i <= count; i++) {
+                int32_t entry[2] = {i, 0};
+                REQUIRE(apmib_get(kTable + kReadEntry, entry) != 0);
+                REQUIRE(entry[0] >= 0 && entry[0] < kWriters && entry[1] > last[entry[0]]);
+                last[entry[0]] = entry[1];
+                found[entry[0]]++;
+            }
+            for (int i = 0; i < kWriters; i++) {
+                REQUIRE(found[i] >= told[i].added && found[i] <= told[i].added + slack);
+            }
+        }),
+                  0);
+    }
+
+    Router router;
+    Told *told;
+};
+
+TEST_F(Writers, LoseNothingThatTheyWereToldIsStored) {
+    pid_t processes[kWriters];
+    for (int i = 0; i < kWriters; i++) {
+        processes[i] = start_writer(i, 600);
+    }
+    for (pid_t process : processes) {
+        EXPECT_EQ(wait_for(process), 0);
+    }
+    for (int i = 0; i < kWriters; i++) {
+        EXPECT_EQ(told[i].stored, 600);
+        EXPECT_EQ(told[i].committed, 600);
+    }
+    expect_between("working copy", &Told::stored);
+    expect_entries(0);
+    ASSERT_EQ(router.flash({"boot"}).status, 0);
+    expect_between("committed copy", &Told::committed);
+    expect_entries(0);
+}
+
+TEST_F(Writers, AreNotHarmedByTheDeathOfOthers) {
+    pid_t processes[kWriters];
+    for (int i = 0; i < kWriters; i++) {
+        processes[i] = start_writer(i, 1000000);
+    }
+    Random random(1);
+    int kills = 0;
+    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    // The table has room for 255 entries: it must not get full.
+    auto has_room = [&] {
+        int32_t sum = 0;
+        for (int i = 0; i < kWriters; i++) {
+            sum += told[i].tried / kAddEvery + 1;
+        }
+        return sum < 240;
+    };
+    while (std::chrono::steady_clock::now() < end && has_room()) {
+        usleep(static_cast<useconds_t>(random.below(2000)));
+        auto victim = random.below(kWriters);
+        kill(processes[victim], SIGKILL);
+        ASSERT_EQ(wait_for(processes[victim]), 128 + SIGKILL) << "a writer ended by itself";
+        processes[victim] = start_writer(static_cast<int>(victim), 1000000);
+        kills++;
+    }
+    for (pid_t process : processes) {
+        kill(process, SIGKILL);
+        EXPECT_EQ(wait_for(process), 128 + SIGKILL);
+    }
+    EXPECT_GT(kills, 200);
+    printf("killed %d writers\n", kills);
+    expect_between("working copy", &Told::stored);
+    Outcome boot = router.flash({"boot"});
+    ASSERT_EQ(boot.status, 0);
+    EXPECT_EQ(boot.output, "");
+    expect_between("committed copy", &Told::committed);
+}
+
+// ---- A process that is killed ---------------------------------------------------------------------------------------
+
+constexpr int kFirst = 100;  // items of one state; all have the same number in one commit
+constexpr int kLast = 139;
+
+std::string state_definitions() {
+    std::string text = "200 MIB_WLAN_STATE int32 interface 0\n300 MIB_LARGE table[200x20/200] global -\n";
+    for (int id = kFirst; id <= kLast; id++) {
+        text += std::to_string(id) + " MIB_STATE_" + std::to_string(id) + " int32 global 0\n";
+    }
+    return text;
+}
+
+void write_state(int32_t number) {
+    for (int id = kFirst; id <= kLast; id++) {
+        REQUIRE(apmib_set(id, &number) != 0);
+    }
+    for (wlan_idx = 0; wlan_idx < 2; wlan_idx++) {
+        REQUIRE(apmib_set(200, &number) != 0);
+    }
+    int32_t entry[50] = {number};
+    REQUIRE(apmib_set(300 + kAdd, entry) != 0);
+}
+
+// The number of the state that the store holds. Ends the process if it is a mixture.
+int32_t read_state() {
+    int32_t state = 0;
+    REQUIRE(apmib_get(kFirst, &state) != 0);
+    int32_t number = 0;
+    for (int id = kFirst; id <= kLast; id++) {
+        REQUIRE(apmib_get(id, &number) != 0 && number == state);
+    }
+    for (wlan_idx = 0; wlan_idx < 2; wlan_idx++) {
+        REQUIRE(apmib_get(200, &number) != 0 && number == state);
+    }
+    // A state's table has the entries of all states before it.
+    REQUIRE(apmib_get(300, &number) != 0 && number == state);
+    for (int32_t i = 1; i <= state; i++) {
+        int32_t entry[50] = {i};
+        REQUIRE(apmib_get(300 + kReadEntry, entry) != 0 && entry[0] == i);
+    }
+    return state;
+}
+
+class State : public testing::Test {
+  protected:
+    State() : router(state_definitions()) { EXPECT_EQ(router.flash({"boot"}).status, 0); }
+
+    // Writes the states up to `number` and commits each.
+    void commit_states(int32_t number) {
+        EXPECT_EQ(router.run([&] {
+            REQUIRE(apmib_init() != 0);
+            for (int32_t i = read_state() + 1; i <= number; i++) {
+                write_state(i);
+                REQUIRE(apmib_update(4) != 0);
+            }
+        }),
+                  0);
+    }
+
+    // Starts a process that writes and commits the states after `state` up to `last`, the last one traced in its
+    // commit.
+    pid_t start_commits(int32_t state, int32_t last) {
+        return router.start([=] {
+            REQUIRE(apmib_init() != 0);
+            for (int32_t i = state + 1; i < last; i++) {
+                write_state(i);
+                REQUIRE(apmib_update(4) != 0);
+            }
+            write_state(last);
+            REQUIRE(stop_for_tracer());
+            REQUIRE(apmib_update(4) != 0);
+        });
+    }
+
+    // Starts a boot of the router, traced from its first instruction.
+    pid_t start_boot() {
+        pid_t process = fork();
+        if (process == 0) {
+            std::string root = router.path("");
+
+            REQUIRE(stop_for_tracer());
+            execl(FLASH_PATH, FLASH_PATH, "--root", root.c_str(), "boot", nullptr);
+            _exit(127);
+        }
+        return process;
+    }
+
+    // Starts the router again. Returns the state that it starts with, -1 for a mixture or a failure.
+    int boot_state() {
+        Outcome boot = router.flash({"boot"});
+        EXPECT_EQ(boot.status, 0);
+        EXPECT_EQ(boot.output, "");
+        int status = router.run([] {
+            REQUIRE(apmib_init() != 0);
+            _exit(100 + read_state());
+        });
+        return status >= 100 && status < 128 ? status - 100 : -1;
+    }
+
+    // Makes the committed copy a file of this content, and starts from it.
+    int boot_from(const std::string &committed) {
+        write_file(router.path(kCommitted), committed);
+        return boot_state();
+    }
+
+    // Kills a process of `start` at every stop, each time from the same committed copy, which has the state `base`, and
+    // looks what the router starts with: `old_state` or `new_state`, never a mixture, and never the old one after more
+    // of the work was done than when it was the new one. Returns the number of places.
+    size_t kill_everywhere(const std::string &committed, int base, int old_state, int new_state,
+                           const std::function<pid_t()> &start) {
+        bool seen_new = false;
+        for (size_t n = 0;; n++) {
+            EXPECT_EQ(boot_from(committed), base);
+            int status = kill_at_stop(start(), n);
+            if (status != 0) {
+                EXPECT_EQ(status, 128 + SIGKILL) << "at stop " << n;
+                expect_free_locks();
+            }
+            int state = boot_state();
+            if (status == 0) {
+                EXPECT_EQ(state, new_state) << "it was done";
+                EXPECT_TRUE(seen_new);
+                return n;
+            }
+            EXPECT_TRUE(state == new_state || (state == old_state && !seen_new)) << "at stop " << n << ": " << state;
+            seen_new = state == new_state;
+            if (HasFailure()) {
+                return n;
+            }
+        }
+    }
+
+    // The locks of a process that died are free: others read, write and commit, here on a copy that a boot drops.
+    void expect_free_locks() {
+        EXPECT_EQ(router.run([] {
+            alarm(5);
+            int32_t number = 0;
+            REQUIRE(apmib_init() != 0 && apmib_get(kFirst, &number) != 0 && apmib_set(kFirst, &number) != 0);
+            REQUIRE(save_cs_to_file() == 0);
+        }),
+                  0);
+    }
+
+    Router router;
+};
+
+TEST_F(State, IsOldOrNewWhereverACommitIsKilled) {
+    size_t places = 0;
+    // The first commit after a start, and later ones, which find pages to use again; with more and more in the table.
+    constexpr int kStates[][2] = {
+        {0,  1 },
+        {0,  2 },
+        {1,  3 },
+        {1,  4 },
+        {3,  9 },
+        {12, 13},
+        {4,  19}
+    };
+    for (auto &states : kStates) {
+        int base = states[0];
+        int last = states[1];
+        SCOPED_TRACE("states " + std::to_string(base) + " to " + std::to_string(last));
+        ASSERT_EQ(router.flash({"default"}).status, 0);
+        commit_states(base);
+        std::string committed = read_file(router.path(kCommitted));
+        places += kill_everywhere(committed, base, last - 1, last, [=] { return start_commits(base, last); });
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(places, 300U);
+    printf("killed at %zu places\n", places);
+}
+
+TEST_F(State, IsTheCommittedOneWhereverABootIsKilled) {
+    commit_states(3);
+    std::string committed = read_file(router.path(kCommitted));
+    size_t places = kill_everywhere(committed, 3, 3, 3, [this] { return start_boot(); });
+    EXPECT_GT(places, 100U);
+    printf("killed at %zu places\n", places);
+}
+
+TEST_F(State, IsOldOrNewAfterKillsAtAnyTime) {
+    Random random(2);
+    int state = 0;
+    int ended = 0;
+    for (int i = 0; i < 200; i++) {
+        pid_t process = router.start([state] {
+            REQUIRE(apmib_init() != 0);
+            write_state(state + 1);
+            REQUIRE(apmib_update(4) != 0 && save_cs_to_file() == 0);
+        });
+        usleep(static_cast<useconds_t>(random.below(6000)));
+        kill(process, SIGKILL);
+        int status = wait_for(process);
+        int next = boot_state();
+        ASSERT_TRUE(next == state + 1 || (next == state && status != 0)) << next << " after " << state;
+        ended += next == state + 1;
+        state = next;
+        if (state == 20) {  // the table is full
+            ASSERT_EQ(router.flash({"default"}).status, 0);
+            state = 0;
+        }
+    }
+    EXPECT_GT(ended, 10);
+    EXPECT_LT(ended, 190);
+}
+
+// ---- A power cut ----------------------------------------------------------------------------------------------------
+
+constexpr size_t kSector = 512;  // what a disk writes whole or not at all
+
+// What a process did to one file.
+struct FileEvent {
+    enum { kWrite, kDurableWrite, kSync } what;
+    size_t offset;
+    std::string bytes;
+};
+
+// Writes down what a traced process does to the committed copy, from the system calls.
+class FileRecorder {
+  public:
+    explicit FileRecorder(pid_t process) : process_(process) {}
+
+    int run() {
+        return trace(process_, [this](const SystemCall &call) {
+            if (call.entry) {
+                entry_ = call;
+            } else {
+                end(call.result);
+            }
+            return true;
+        });
+    }
+
+    std::vector<FileEvent> events;
+    bool strange = false;  // the file was written in a way that this does not know
+
+  private:
+    void end(long result) {
+        auto fd = static_cast<int>(entry_.arguments[0]);
+        if (entry_.number == SYS_openat && result >= 0) {
+            opened(static_cast<int>(result));
+        } else if (files_.count(fd) != 0 && result >= 0) {
+            done(&files_[fd], static_cast<size_t>(result));
+        }
+    }
+
+    void opened(int fd) {
+        files_.erase(fd);
+        std::string path = read_memory(process_, entry_.arguments[1], sizeof(kCommitted));
+        if (path == std::string(kCommitted, sizeof(kCommitted))) {
+            files_[fd] = {(entry_.arguments[2] & O_DSYNC) != 0, 0};
+        }
+    }
+
+    struct File {
+        bool durable;
+        size_t position;
+    };
+
+    void done(File *file, size_t result) {
+        const unsigned long *arguments = entry_.arguments;
+        switch (entry_.number) {
+            case SYS_lseek:
+                file->position = result;
+                break;
+            case SYS_pwrite64:
+                add(*file, arguments[3], read_memory(process_, arguments[1], result));
+                break;
+            case SYS_writev:
+                add(*file, file->position, gather(arguments[1], arguments[2], result));
+                file->position += result;
+                break;
+            case SYS_pwritev:
+                add(*file, arguments[3], gather(arguments[1], arguments[2], result));
+                break;
+            case SYS_fdatasync:
+            case SYS_fsync:
+                events.push_back({FileEvent::kSync, 0, ""});
+                break;
+            case SYS_write:
+            case SYS_ftruncate:
+                strange = true;
+                break;
+            default:
+                break;
+        }
+    }
+
+    void add(const File &file, size_t offset, const std::string &bytes) {
+        events.push_back({file.durable ? FileEvent::kDurableWrite : FileEvent::kWrite, offset, bytes});
+    }
+
+    std::string gather(unsigned long address, size_t count, size_t size) {
+        std::string raw = read_memory(process_, address, count * sizeof(iovec));
+        std::string bytes;
+        for (size_t i = 0; i < count; i++) {
+            iovec part = {};
+            memcpy(&part, raw.data() + i * sizeof(part), sizeof(part));
+            bytes += read_memory(process_, reinterpret_cast<unsigned long>(part.iov_base), part.iov_len);
+        }
+        strange |= bytes.size() != size;
+        return bytes;
+    }
+
+    pid_t process_;
+    SystemCall entry_ = {};
+    std::map<int, File> files_;
+};
+
+// Writes a part of an event's bytes into the image of a file: each sector with a chance of `of` in 4.
+void apply(const FileEvent &event, std::string *file, Random *random, size_t of) {
+    for (size_t at = 0; at < event.bytes.size();) {
+        size_t part = std::min(event.bytes.size() - at, kSector - (event.offset + at) % kSector);
+        if (random->below(4) < of) {
+            file->resize(std::max(file->size(), event.offset + at + part), '\0');
+            file->replace(event.offset + at, part, event.bytes, at, part);
+        }
+        at += part;
+    }
+}
+
+// The file after a power cut behind the first `count` events: what was synchronised is there, of the rest anything.
+std::string cut_after(const std::string &before, const std::vector<FileEvent> &events, size_t count, Random *random,
+                      size_t of) {
+    std::string file = before;
+    size_t safe = 0;
+    for (size_t i = 0; i < count; i++) {
+        safe = events[i].what == FileEvent::kSync ? i : safe;
+    }
+    for (size_t i = 0; i < count; i++) {
+        if (events[i].what != FileEvent::kSync) {
+            bool certain = i < safe || events[i].what == FileEvent::kDurableWrite;
+            apply(events[i], &file, random, certain ? 4 : of);
+        }
+    }
+    return file;
+}
+
+TEST_F(State, IsOldOrNewAfterAPowerCut) {
+    Random random(3);
+    size_t cuts = 0;
+    // The first commit after a start, and later ones.
+    for (int last : {1, 2, 3, 5, 9}) {
+        if (last < 3) {
+            ASSERT_EQ(router.flash({"default"}).status, 0);
+        }
+        commit_states(last - 1);
+        std::string before = read_file(router.path(kCommitted));
+        FileRecorder recorder(start_commits(last - 1, last));
+        ASSERT_EQ(recorder.run(), 0);
+        const std::vector<FileEvent> &events = recorder.events;
+        ASSERT_FALSE(recorder.strange);
+        ASSERT_GE(events.size(), 3U);
+        // What was written down is what was done.
+        ASSERT_EQ(cut_after(before, events, events.size(), &random, 4), read_file(router.path(kCommitted)));
+        for (size_t count = 0; count <= events.size(); count++) {
+            for (size_t of : {0U, 4U, 1U, 2U, 3U, 1U, 2U, 3U, 1U, 2U, 3U, 1U, 2U, 3U}) {
+                int state = boot_from(cut_after(before, events, count, &random, of));
+                ASSERT_TRUE(state == last || (state == last - 1 && count < events.size()))
+                    << state << " after event " << count << " of " << events.size();
+                cuts++;
+            }
+        }
+    }
+    printf("cut the power %zu times\n", cuts);
+}
+
+}  // namespace

@@ -1,0 +1,239 @@
+// A committed copy that is damaged: reported, set aside, and the router starts from its defaults.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/apmib.h"
+#include "tests/store/router.h"
+
+namespace {
+
+constexpr char kDefault[] = "MIB_NAME=default\n";
+constexpr char kKept[] = "MIB_NAME=kept\n";
+
+// A store of several pages, so that there are pages of every sort.
+std::string definitions() {
+    std::string text = "1 MIB_NAME text[32] global \"default\"\n2 MIB_LARGE table[200x40/200] global -\n";
+    for (int id = 10; id < 150; id++) {
+        text += std::to_string(id) + " MIB_FILL_" + std::to_string(id) + " text[40] global \"filler\"\n";
+    }
+    return text;
+}
+
+class Damage : public testing::Test {
+  protected:
+    Damage() : router(definitions()) {
+        EXPECT_EQ(router.flash({"boot"}).status, 0);
+        std::string entry(400, 'a');
+        for (const auto &words : std::vector<std::vector<std::string>>{
+                 {"set",                "MIB_NAME", "kept"},
+                 {"set",              "MIB_LARGE", entry + "," + entry},
+                 {"commit"               },
+                 {"set", "MIB_FILL_20", "changed"},
+                 {"commit"            },
+                 {"set",                "MIB_FILL_140", "changed"},
+                 {"commit"          }
+        }) {
+            EXPECT_EQ(router.flash(words).status, 0);
+        }
+        sound = read_file(router.path(kCommitted));
+        all = router.flash({"all"}).output;
+        EXPECT_EQ(router.flash({"default"}).status, 0);
+        defaults = router.flash({"all"}).output;
+        EXPECT_NE(all, defaults);
+    }
+
+    // Starts the router from this committed copy. It must report the damage, keep the file and have the defaults, or
+    // have every value that was committed. Returns whether it reported.
+    bool start_from(const std::string &committed) {
+        write_file(router.path(kCommitted), committed);
+        auto begin = std::chrono::steady_clock::now();
+        Outcome boot = router.flash({"boot"});
+        EXPECT_EQ(boot.status, 0) << boot.output;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+        std::string values = router.flash({"all"}).output;
+        if (boot.output.empty()) {
+            EXPECT_EQ(values, all);
+            EXPECT_TRUE(set_aside().empty());
+            return false;
+        }
+        EXPECT_NE(boot.output.find("committed.mdb is damaged: "), std::string::npos) << boot.output;
+        EXPECT_EQ(values, defaults);
+        std::vector<std::string> kept = set_aside();
+        EXPECT_EQ(kept.size(), 1U);
+        for (const std::string &path : kept) {
+            EXPECT_NE(boot.output.find(std::filesystem::path(path).filename()), std::string::npos) << boot.output;
+            EXPECT_EQ(read_file(path), committed);
+            std::filesystem::remove(path);
+        }
+        // And the router works.
+        EXPECT_EQ(router.run([] {
+            char name[] = "new";
+            REQUIRE(apmib_init() != 0 && apmib_set(1, name) != 0 && apmib_update(4) != 0 && save_cs_to_file() == 0);
+        }),
+                  0);
+        return true;
+    }
+
+    // Starts the router from a committed copy cut at many lengths. Returns how many were reported.
+    size_t cut_everywhere(const std::string &committed, size_t *cuts) {
+        size_t reported = 0;
+        *cuts = 0;
+        for (size_t size = 0; size < committed.size(); size += size < 600 ? 60 : 1021) {
+            reported += start_from(committed.substr(0, size));
+            ++*cuts;
+            EXPECT_FALSE(HasFailure()) << "cut at " << size;
+        }
+        return reported;
+    }
+
+    std::vector<std::string> set_aside() {
+        std::vector<std::string> found;
+        for (const auto &entry : std::filesystem::directory_iterator(router.path("/flash/mib"))) {
+            if (entry.path().filename().string().find(".damaged-") != std::string::npos) {
+                found.push_back(entry.path());
+            }
+        }
+        return found;
+    }
+
+    Router router;
+    std::string sound;     // a committed copy
+    std::string all;       // its values
+    std::string defaults;  // those of a new router
+};
+
+TEST_F(Damage, ASoundCopyIsNotReported) {
+    EXPECT_FALSE(start_from(sound));
+}
+
+TEST_F(Damage, AFileCutShortIsReported) {
+    // As a start writes it, every page is in use.
+    write_file(router.path(kCommitted), sound);
+    ASSERT_EQ(router.flash({"boot"}).status, 0);
+    size_t cuts = 0;
+    size_t reported = cut_everywhere(read_file(router.path(kCommitted)), &cuts);
+    EXPECT_EQ(reported, cuts);
+    printf("cut at %zu lengths, %zu reported\n", cuts, reported);
+}
+
+TEST_F(Damage, AFileCutShortThatWasCommittedToIsReportedOrHarmless) {
+    size_t cuts = 0;
+    size_t reported = cut_everywhere(sound, &cuts);
+    EXPECT_GT(reported, cuts / 2);
+    printf("cut at %zu lengths, %zu reported, the others lost pages without records\n", cuts, reported);
+}
+
+TEST_F(Damage, NoiseIsReportedOrHarmless) {
+    Random random(4);
+    size_t reported = 0;
+    size_t trials = 0;
+    for (size_t size : {1U, 16U, 500U, 5000U}) {
+        for (size_t i = 0; i < 60; i++) {
+            std::string file = sound;
+            size_t at = random.below(file.size());
+            for (size_t k = at; k < file.size() && k < at + size; k++) {
+                file[k] = static_cast<char>(random.below(256));
+            }
+            reported += start_from(file);
+            trials++;
+            ASSERT_FALSE(HasFailure()) << size << " bytes of noise at " << at;
+        }
+    }
+    EXPECT_GT(reported, trials / 4);
+    printf("noise at %zu places, %zu reported, the others in pages without records\n", trials, reported);
+}
+
+// The heads of pages: flags, counts, page numbers. Noise there sends a reader anywhere.
+TEST_F(Damage, NoiseInTheHeadOfEveryPageIsReportedOrHarmless) {
+    Random random(5);
+    for (size_t page = 0; page < sound.size(); page += 4096) {
+        for (size_t i = 0; i < 4; i++) {
+            std::string file = sound;
+            for (size_t k = 0; k < 8; k++) {
+                file[page + random.below(page < 8192 ? 150 : 48)] = static_cast<char>(random.below(256));
+            }
+            start_from(file);
+            ASSERT_FALSE(HasFailure()) << "page " << page / 4096 << ", trial " << i;
+        }
+    }
+}
+
+// A reader that believed it would go round for ever.
+TEST_F(Damage, APageThatPointsToItselfIsReported) {
+    size_t branches = 0;
+    for (size_t page = 8192; page < sound.size(); page += 4096) {
+        constexpr size_t kFlags = 10;  // in a page's head; bit 0 is that of a branch page
+        constexpr size_t kHead = 16;
+        if ((sound[page + kFlags] & 1) == 0) {
+            continue;
+        }
+        branches++;
+        std::string file = sound;
+        for (size_t at = page + kHead; at < page + 4096; at += 2) {
+            size_t child = static_cast<unsigned char>(file[at]);
+            if (child > 1 && child < sound.size() / 4096 && file[at + 1] == 0) {
+                file[at] = static_cast<char>(page / 4096);
+            }
+        }
+        start_from(file);
+    }
+    EXPECT_GT(branches, 0U);
+}
+
+TEST_F(Damage, WhatIsNoStoreIsReported) {
+    Random random(6);
+    std::string noise(50000, '\0');
+    for (char &byte : noise) {
+        byte = static_cast<char>(random.below(256));
+    }
+    EXPECT_TRUE(start_from(""));
+    EXPECT_TRUE(start_from("a text\n"));
+    EXPECT_TRUE(start_from(std::string(65536, '\0')));
+    EXPECT_TRUE(start_from(noise));
+}
+
+TEST_F(Damage, ManyDamagedFilesAreAllKept) {
+    for (int i = 0; i < 3; i++) {
+        write_file(router.path(kCommitted), "damage " + std::to_string(i));
+        EXPECT_EQ(router.flash({"boot"}).status, 0);
+    }
+    EXPECT_EQ(set_aside().size(), 3U);
+}
+
+TEST_F(Damage, AStartFromTheDefaultsDoesNotLookAtTheCopy) {
+    write_file(router.path(kCommitted), "damage");
+    Outcome boot = router.flash({"boot", "--fresh"});
+    EXPECT_EQ(boot.status, 0);
+    EXPECT_EQ(boot.output, "");
+    EXPECT_EQ(router.flash({"get", "MIB_NAME"}).output, kDefault);
+}
+
+TEST_F(Damage, AWorkingCopyThatIsDamagedIsLaidOutAnew) {
+    write_file(router.path(kCommitted), sound);
+    for (const std::string &working : {std::string("damage"), std::string(40000, 'x'), std::string()}) {
+        write_file(router.path(kWorking), working);
+        Outcome boot = router.flash({"boot"});
+        EXPECT_EQ(boot.status, 0);
+        EXPECT_NE(boot.output.find("working.mdb is damaged"), std::string::npos) << boot.output;
+        EXPECT_EQ(router.flash({"get", "MIB_NAME"}).output, kKept);
+    }
+}
+
+TEST_F(Damage, AMissingCopyIsWrittenAgainByTheNextCommit) {
+    std::filesystem::remove(router.path(kCommitted));
+    EXPECT_EQ(router.run([] {
+        char name[] = "kept";
+        REQUIRE(apmib_init() != 0 && apmib_set(1, name) != 0 && apmib_update(4) != 0);
+    }),
+              0);
+    Outcome boot = router.flash({"boot"});
+    EXPECT_EQ(boot.output, "");
+    EXPECT_EQ(router.flash({"get", "MIB_NAME"}).output, kKept);
+}
+
+}  // namespace
