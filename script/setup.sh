@@ -9,10 +9,10 @@ set -eu
 # One line per group; the names are those of Debian 12.
 packages_of() {
     case "$1" in
-    build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev ;;
+    build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev libgtest-dev ;;
     router) echo lighttpd busybox proot iproute2 util-linux mount curl ;;
     test)
-        echo libgtest-dev valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
+        echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
     *)
