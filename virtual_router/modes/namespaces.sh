@@ -5,24 +5,25 @@
 # --- for script/server -----------------------------------------------------------------------------------------------
 
 # Sets mode_command to what makes the namespaces and runs a command in them. Fails, with the reason in mode_refusal, where
-# they cannot be made or used.
+# they cannot be made or used: root tries as such first, and then as everybody, with a user namespace.
 mode_try() {
-    local user
-    local make=(unshare --mount --net --ipc --uts --pid --fork --kill-child --propagation private)
+    local user refusal
     mode_refusal=
     for user in "" "--user --map-root-user"; do
         if [ -z "$user" ] && [ "$(id -u)" -ne 0 ]; then
             continue
         fi
         # shellcheck disable=SC2206  # words
-        mode_command=("${make[@]}" $user)
-        if mode_refusal=$("${mode_command[@]}" sh -euc '
+        mode_command=(unshare $user --mount --net --ipc --uts --pid --fork --kill-child --propagation private)
+        # shellcheck disable=SC2016  # $1 is that shell's
+        if refusal=$("${mode_command[@]}" sh -euc '
             mount -t proc proc /proc
             mount -t tmpfs tmpfs "$1"
             ip link add br0 type bridge
             ip link add eth1 type veth peer name isp' sh "$1" 2>&1); then
             return 0
         fi
+        mode_refusal=${mode_refusal:-$refusal}
     done
     return 1
 }
