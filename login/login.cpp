@@ -97,8 +97,10 @@ int checkLogin(const cJSON *request) {
     char id[1024] = {};
     const int fields = fscanf(file.get(), "sessionid=%1023s", id);
     DebugLog("id=%s\n\n", id);
-    // A file without an id lets nobody in, not even with an empty one.
-    return fields == 1 && strcmp(id, given) == 0 ? 0 : -1;
+    // A file without an id lets nobody in, not even with an empty one, and neither does an id that was cut.
+    const size_t length = strlen(id);
+    const bool usable = fields == 1 && length > 0 && length < sizeof id - 1;
+    return usable && strcmp(id, given) == 0 ? 0 : -1;
 }
 
 void send_login_response(Json reply, int code) {
