@@ -10,6 +10,7 @@
 //                                      another router on the same machine uses
 //
 // Loaded into the endpoint too, so: no C++ library at run time.
+#undef _FORTIFY_SOURCE  // with it, the C library's headers bring a recvfrom() of their own
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <net/if.h>
