@@ -152,9 +152,8 @@ def identity_and_login(t):
         get_reply(app={"port": 0, "ticktime": 0}),
         loopback=True,
     )
-    output = t.router.output()
-    t.results.check("requests come from the phone", ":REMOTE_ADDR=192.168.1.100\n" in output, output)
-    t.results.check("those of the loopback port from the router", ":REMOTE_ADDR=127.0.0.1\n" in output, output)
+    for step, address in (("requests come from the phone", "192.168.1.100"), ("or from the router", "127.0.0.1")):
+        t.results.check(step, t.router.await_output(f":REMOTE_ADDR={address}\n"), t.router.output())
     t.expect("an unknown action", {"action": "GET"}, NEED_LOGIN)
     t.gated("an unknown action with the session id", {"action": "GET"}, {"result": {"error": "-1", "msg": "error_request"}})
 
