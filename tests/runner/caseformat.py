@@ -41,7 +41,7 @@ def to_text(data):
 
 
 PATTERN = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_"
-STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|NUL|NL)\(([^)]*)\)%")
+STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|HEX|NUL|NL)\(([^)]*)\)%")
 
 
 def expand(text):
@@ -56,9 +56,41 @@ def expand(text):
             return "".join(itertools.islice(itertools.cycle(PATTERN), int(argument)))
         if kind == "BYTE":
             return to_text(bytes.fromhex(argument)) if int(argument, 16) < 128 else chr(0xDC00 + int(argument, 16))
+        if kind == "HEX":  # a text field of a record: its bytes in hexadecimal, filled with zeros
+            field, width = argument.rsplit(",", 1)
+            return to_bytes(field).ljust(int(width), b"\0").hex()
         return {"NUL": "\0", "NL": "\n"}[kind]
 
     return STATIC_MACRO.sub(value, text)
+
+
+ANY_MACRO = re.compile(r"%ANY\((\w+),(\d+),(.*?)\)%")
+
+
+def resolve(wanted, seen):
+    """Fills in %ANY(NAME,COUNT,SET)%: COUNT characters out of SET ("A-Z" is a range), the same ones wherever NAME is.
+
+    `wanted` and `seen` are lists of lines; a wanted line that fits the one seen in its place becomes that line.
+    """
+    found, lines = {}, list(wanted)
+    for number, line in enumerate(lines[:len(seen)]):
+        pattern, names = "", []
+        for at, part in enumerate(ANY_MACRO.split(line)):
+            if at % 4 == 0:
+                pattern += re.escape(part)
+            elif at % 4 == 1:
+                known = re.escape(found[part]) if part in found else f"(?P={part})" if part in names else ""
+                names.append(part)
+            elif at % 4 == 2:
+                count = part
+            else:
+                some = re.sub(r"(\w)-(\w)|(.)", lambda m: f"{m[1]}-{m[2]}" if m[1] else re.escape(m[3]), part)
+                pattern += known or f"(?P<{names[-1]}>[{some}]{{{count}}})"
+        match = re.fullmatch(pattern, seen[number], re.S) if names else None
+        if match:
+            found |= match.groupdict()
+            lines[number] = seen[number]
+    return lines
 
 
 # ---- replies: compact JSON in the case, the product's formatted print on the wire
@@ -97,12 +129,16 @@ class Items:
 
     WIDTHS = {"int32": 4, "byte": 1, "sbyte": 1, "ipv4": 4}
     TABLE_CALLS = {0x8001: "", 0x10002: "add ", 0x20003: "delete ", 0x40004: "delete all "}
+    INTERFACES = [f"{radio}.{virtual}" for radio in range(2) for virtual in range(6)]
 
     def __init__(self, path):
         self.by_name = tomllib.loads(path.read_text())
         for name, item in self.by_name.items():
             item["name"] = name
             item["width"] = item.get("width") or self.WIDTHS[item["type"]]
+            item["interfaces"] = self.INTERFACES if item.get("interface") else [None]
+            if "record" in item:
+                item["key"] = item.get("key", item["record"])
         self.by_id = {item["id"]: item for item in self.by_name.values()}
 
     def find(self, name):

@@ -4,11 +4,11 @@ import difflib
 import hashlib
 import re
 
-from caseformat import expand, to_bytes, to_text
+from caseformat import expand, resolve, to_bytes, to_text
 from sandbox import expected_record
 
 TIME_MACRO = re.compile(r"%(SESSION|TIME)\(([^)]*)\)%")
-LOG_HEAD = re.compile(r"(?<![A-Za-z_])((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
+LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
 
@@ -73,7 +73,7 @@ def compare(step, world, before, seen, items, second):
         yield "console", f"opened {len(lines)} times", f"opened {seen['console_opens']} times"
 
     events, reads, inits = history(seen["log"], items)
-    wanted = [fill(event) for event in step.get("events", [])]
+    wanted = resolve([fill(event) for event in step.get("events", [])], events)
     if events != wanted:
         yield "events", "\n".join(wanted), "\n".join(events)
     if "reads" in step and reads != step["reads"]:
@@ -127,17 +127,18 @@ def item_name(number, items):
     base, at, interface = number.partition("@")
     if int(base) in items.by_id:
         return items.by_id[int(base)]["name"] + at + interface
-    return items.table_call(int(base))[1]["name"] + " entry"
+    return items.table_call(int(base))[1]["name"] + at + interface + " entry"
 
 
 def set_event(words, items):
-    base = int(words[1].partition("@")[0])
+    base, at, interface = words[1].partition("@")
+    base = int(base)
     failed = "" if words[2] == "ok" else " failed"
     data = bytes.fromhex(words[3]) if len(words) > 3 else b""
     if base in items.by_id:
         return f"set {item_name(words[1], items)} {items.show(items.by_id[base], data)}{failed}"
     prefix, item = items.table_call(base)
-    return f"{prefix}{item['name']} {data.hex()}".rstrip() + failed
+    return f"{prefix}{item['name']}{at}{interface} {data.hex()}".rstrip() + failed
 
 
 def commit_event(words):

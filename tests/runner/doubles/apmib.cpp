@@ -3,9 +3,11 @@
 // The case's store is a text file, one statement per line (written by tests/runner/sandbox.py):
 //   item ID WIDTH VALUE            an item; VALUE is its bytes in hexadecimal, or "-" when reading it fails
 //   item ID@W.V WIDTH VALUE        the same for one wireless interface (wlan_idx W, vwlan_idx V)
-//   table ID SIZE RECORD...        the records of the table whose count item is ID
+//   table ID SIZE KEY RECORD...    the records of the table whose count item is ID, "-" for one that cannot be read;
+//                                  a delete compares their first KEY bytes
+//   table ID@W.V SIZE KEY RECORD...  the same for one wireless interface
 //   fail init|update|save          this call fails
-//   fail get|set ID                this call fails for this item
+//   fail get|set ID[@W.V]          this call fails for this item
 // A write changes the memory of this process only: the runner carries it over to the next request of the case.
 //
 // Everything lives in static storage, so that no tool takes the double's memory for the program's.
@@ -46,14 +48,17 @@ struct Item {
 
 struct Table {
     int count_id;
+    int interface;  // as of an item
     size_t size;
+    size_t key;
     size_t records;
     unsigned char *record[kMaxRecords];
 };
 
 struct Failure {
     char call[8];
-    int id;
+    int id;         // 0: whatever it is called for
+    int interface;  // as of an item; kNoInterface: on all of them
 };
 
 bool g_ready;
@@ -97,14 +102,23 @@ unsigned char *parse_bytes(const char *hex, size_t size) {
     return value;
 }
 
+// The interface of "ID@W.V"; kNoInterface without one.
+int parse_interface(const char *id) {
+    const char *at = strchr(id, '@');
+    return at == nullptr ? kNoInterface : (at[1] - '0') * 16 + (at[3] - '0');
+}
+
+bool is_selected(int interface) {
+    return interface == wlan_idx * 16 + vwlan_idx;
+}
+
 void parse_item(char *id, const char *width, const char *value) {
     if (g_item_count == kMaxItems || id == nullptr || width == nullptr || value == nullptr) {
         give_up("bad item");
     }
     Item &item = g_items[g_item_count++];
     item.id = atoi(id);
-    const char *at = strchr(id, '@');
-    item.interface = at == nullptr ? kNoInterface : (at[1] - '0') * 16 + (at[3] - '0');
+    item.interface = parse_interface(id);
     item.width = strtoul(width, nullptr, 10);
     if (item.width > kMaxWidth) {
         give_up("item too wide");
@@ -113,18 +127,20 @@ void parse_item(char *id, const char *width, const char *value) {
     item.value = item.readable ? parse_bytes(value, item.width) : take(item.width);
 }
 
-void parse_table(const char *id, const char *size) {
-    if (g_table_count == kMaxTables || id == nullptr || size == nullptr) {
+void parse_table(const char *id, const char *size, const char *key) {
+    if (g_table_count == kMaxTables || id == nullptr || size == nullptr || key == nullptr) {
         give_up("bad table");
     }
     Table &table = g_tables[g_table_count++];
     table.count_id = atoi(id);
+    table.interface = parse_interface(id);
     table.size = strtoul(size, nullptr, 10);
+    table.key = strtoul(key, nullptr, 10);
     while (const char *record = strtok(nullptr, " ")) {
         if (table.records == kMaxRecords) {
             give_up("too many records");
         }
-        table.record[table.records++] = parse_bytes(record, table.size);
+        table.record[table.records++] = strcmp(record, "-") == 0 ? nullptr : parse_bytes(record, table.size);
     }
 }
 
@@ -135,6 +151,7 @@ void parse_failure(const char *call, const char *id) {
     Failure &failure = g_failures[g_failure_count++];
     snprintf(failure.call, sizeof(failure.call), "%s", call);
     failure.id = id == nullptr ? 0 : atoi(id);
+    failure.interface = id == nullptr ? kNoInterface : parse_interface(id);
 }
 
 void parse_line(char *line) {
@@ -144,7 +161,8 @@ void parse_line(char *line) {
     }
     char *first = strtok(nullptr, " ");
     if (strcmp(kind, "table") == 0) {
-        parse_table(first, strtok(nullptr, " "));
+        const char *size = strtok(nullptr, " ");
+        parse_table(first, size, strtok(nullptr, " "));
         return;
     }
     const char *second = strtok(nullptr, " ");
@@ -181,7 +199,9 @@ void load_store() {
 
 bool fails(const char *call, int id) {
     for (size_t i = 0; i < g_failure_count; ++i) {
-        if (strcmp(g_failures[i].call, call) == 0 && (g_failures[i].id == 0 || g_failures[i].id == id)) {
+        const Failure &failure = g_failures[i];
+        if (strcmp(failure.call, call) == 0 && (failure.id == 0 || failure.id == id) &&
+            (failure.interface == kNoInterface || is_selected(failure.interface))) {
             return true;
         }
     }
@@ -193,7 +213,7 @@ Item *find_item(int id) {
     Item *found = nullptr;
     for (size_t i = 0; i < g_item_count; ++i) {
         if (g_items[i].id == id) {
-            if (g_items[i].interface == wlan_idx * 16 + vwlan_idx) {
+            if (is_selected(g_items[i].interface)) {
                 return &g_items[i];
             }
             if (g_items[i].interface == kNoInterface) {
@@ -206,7 +226,8 @@ Item *find_item(int id) {
 
 Table *find_table(int count_id) {
     for (size_t i = 0; i < g_table_count; ++i) {
-        if (g_tables[i].count_id == count_id) {
+        if (g_tables[i].count_id == count_id &&
+            (g_tables[i].interface == kNoInterface || is_selected(g_tables[i].interface))) {
             return &g_tables[i];
         }
     }
@@ -221,10 +242,11 @@ constexpr int kDeleteAll = 4 + 0x40000;
 
 char g_line[2 * kMaxWidth + 128];
 
-// Logs "CALL ID[@W.V] ok|failed|undeclared [hexadecimal bytes]" and returns what the call returns.
-int log_call(const char *call, int id, const Item *item, bool ok, const void *data, size_t size) {
+// Logs "CALL ID[@W.V] ok|failed [hexadecimal bytes]" and returns what the call returns. `interface` says only whether
+// what the call found belongs to one.
+int log_call(const char *call, int id, int interface, bool ok, const void *data, size_t size) {
     int used = snprintf(g_line, 128, "%s %d", call, id);
-    if (item != nullptr && item->interface != kNoInterface) {
+    if (interface != kNoInterface) {
         used += snprintf(g_line + used, 32, "@%d.%d", wlan_idx, vwlan_idx);
     }
     used += snprintf(g_line + used, 32, " %s", ok ? "ok" : "failed");
@@ -251,11 +273,16 @@ int get_entry(int id, void *value) {
         return -1;
     }
     const size_t index = *static_cast<unsigned char *>(value);
-    const bool ok = index >= 1 && index <= table->records && !fails("get", id);
+    const bool ok = index >= 1 && index <= table->records && table->record[index - 1] != nullptr && !fails("get", id);
     if (ok) {
         memcpy(value, table->record[index - 1], table->size);
     }
-    return log_call("get", id, nullptr, ok, nullptr, 0);
+    return log_call("get", id, table->interface, ok, nullptr, 0);
+}
+
+// Whether this is the record that a delete means.
+bool is_record(const Table &table, size_t i, const void *value) {
+    return table.record[i] != nullptr && memcmp(table.record[i], value, table.key) == 0;
 }
 
 int change_table(int id, const void *value) {
@@ -266,15 +293,15 @@ int change_table(int id, const void *value) {
         if (ok) {
             table->record[table->records++] = copy;
         }
-        return log_call("set", id, nullptr, ok, copy, table->size);
+        return log_call("set", id, table->interface, ok, copy, table->size);
     }
     if (Table *table = find_table(id - kDeleteEntry)) {
         size_t i = 0;
-        while (i < table->records && memcmp(table->record[i], value, table->size) != 0) {
+        while (i < table->records && !is_record(*table, i, value)) {
             ++i;
         }
         const bool ok = i < table->records && !fails("set", id);
-        log_call("set", id, nullptr, ok, value, table->size);
+        log_call("set", id, table->interface, ok, value, table->size);
         if (ok) {
             --table->records;
             memmove(&table->record[i], &table->record[i + 1], (table->records - i) * sizeof(table->record[0]));
@@ -284,7 +311,7 @@ int change_table(int id, const void *value) {
     if (Table *table = find_table(id - kDeleteAll)) {
         const bool ok = !fails("set", id);
         table->records = ok ? 0 : table->records;
-        return log_call("set", id, nullptr, ok, nullptr, 0);
+        return log_call("set", id, table->interface, ok, nullptr, 0);
     }
     return -1;
 }
@@ -307,7 +334,7 @@ void log_commit(const char *call, int type, bool ok) {
 int apmib_init(void) {
     load_store();
     g_ready = !fails("init", 0);
-    return log_call("init", 0, nullptr, g_ready, nullptr, 0);
+    return log_call("init", 0, kNoInterface, g_ready, nullptr, 0);
 }
 
 int apmib_get(int id, void *value) {
@@ -327,7 +354,7 @@ int apmib_get(int id, void *value) {
     if (ok) {
         memcpy(value, item->value, item->width);
     }
-    return log_call("get", id, item, ok, nullptr, 0);
+    return log_call("get", id, item->interface, ok, nullptr, 0);
 }
 
 int apmib_set(int id, void *value) {
@@ -346,7 +373,7 @@ int apmib_set(int id, void *value) {
         memcpy(item->value, copy, item->width);
         item->readable = true;
     }
-    return log_call("set", id, item, ok, copy, item->width);
+    return log_call("set", id, item->interface, ok, copy, item->width);
 }
 
 int apmib_update(int type) {

@@ -105,10 +105,10 @@ void do_queue(char *) {  // makes a queue that others may not use
     msgget(ftok("/dev/null", 117), IPC_CREAT | 0600);
 }
 
-void write_console(const char *text, bool twice) {
+void write_console(const char *text, const char *end, bool twice) {
     FILE *console = fopen("/dev/console", "w+");
     for (int i = 0; console != nullptr && i < (twice ? 2 : 1); ++i) {
-        fprintf(console, "app:main:%d:%s\n", __LINE__, text);
+        fprintf(console, "app:main:%d:%s%s", __LINE__, text, end);
     }
     if (console != nullptr) {
         fclose(console);
@@ -116,11 +116,15 @@ void write_console(const char *text, bool twice) {
 }
 
 void do_log(char *text) {
-    write_console(text, false);
+    write_console(text, "\n", false);
+}
+
+void do_log_open(char *text) {  // without a line feed
+    write_console(text, "", false);
 }
 
 void do_log_twice(char *text) {
-    write_console(text, true);
+    write_console(text, "\n", true);
 }
 
 void do_write(char *text) {  // PATH TEXT
@@ -196,6 +200,7 @@ constexpr Statement kStatements[] = {
     {"message",   do_message  },
     {"queue",     do_queue    },
     {"log",       do_log      },
+    {"log-open",  do_log_open },
     {"log-twice", do_log_twice},
     {"write",     do_write    },
     {"remove",    do_remove   },
