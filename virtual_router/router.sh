@@ -46,6 +46,7 @@ lay_out_root() {
     fi
     cp "$build"/{flash,system_daemon} "$root/bin"
     cp "$build/app.cgi" "$root/web/app"
+    : >"$root/web/status-500.html"
     cp "$here"/web/* "$root/web/pages"
     cp "$here/lighttpd.conf" "$here/apmib/items.conf" "$root/etc"
     echo 'root:x:0:0:root:/:/bin/sh' >"$root/etc/passwd"
