@@ -31,10 +31,12 @@ struct Call {
 };
 
 constexpr Call kCalls[] = {
-    {"msgget", SYS_msgget},
-    {"msgsnd", SYS_msgsnd},
-    {"pipe2",  SYS_pipe2 },
-    {"clone3", SYS_clone3},
+    {"msgget",  SYS_msgget },
+    {"msgsnd",  SYS_msgsnd },
+    {"pipe2",   SYS_pipe2  },
+    {"clone3",  SYS_clone3 },
+    {"socket",  SYS_socket },
+    {"sysinfo", SYS_sysinfo},
 };
 
 constexpr size_t kMaxFaults = 8;

@@ -2,22 +2,27 @@
 
 import difflib
 import hashlib
+import itertools
+import math
 import re
+import time
 
 from caseformat import expand, resolve, to_bytes, to_text
 from sandbox import expected_record
 
-TIME_MACRO = re.compile(r"%(SESSION|TIME)\(([^)]*)\)%")
+TIME_MACRO = re.compile(r"%(SESSION|TIME|UPTIME)\(([^)]*)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
 
-def at_time(text, second):
-    """Fills in what depends on the second of the login: %TIME()% and the session id %SESSION(user)%."""
+def at_time(text, second, uptime=0):
+    """Fills in what depends on the time: %TIME()%, the session id %SESSION(user)% of that second, and %UPTIME()%."""
 
     def value(match):
         if match[1] == "TIME":
             return str(second)
+        if match[1] == "UPTIME":
+            return str(uptime)
         return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
 
     return TIME_MACRO.sub(value, text)
@@ -28,11 +33,17 @@ def seconds_of(seen):
     return range(int(seen["started"] - 0.02), int(seen["ended"]) + 1)
 
 
+def uptimes_of(seen):
+    """The seconds since the kernel's start, rounded up as the kernel tells them, of the same span of time."""
+    booted = time.time() - time.clock_gettime(time.CLOCK_BOOTTIME)
+    return range(math.ceil(seen["started"] - booted - 0.02), math.ceil(seen["ended"] - booted + 0.02) + 1)
+
+
 def judge(case, step, before, seen, items):
     """(second, problems): the second that fits, and a list of (aspect, expected, seen) with all that differs."""
     found = None
-    for second in seconds_of(seen):
-        problems = list(compare(step, case["world"], before, seen, items, second))
+    for second, uptime in itertools.product(seconds_of(seen), uptimes_of(seen)):
+        problems = list(compare(step, case["world"], before, seen, items, second, uptime))
         if not problems:
             return second, []
         if found is None or len(problems) < len(found[1]):
@@ -40,9 +51,9 @@ def judge(case, step, before, seen, items):
     return found
 
 
-def compare(step, world, before, seen, items, second):
+def compare(step, world, before, seen, items, second, uptime):
     def fill(text):
-        return at_time(expand(text), second)
+        return at_time(expand(text), second, uptime)
 
     if seen["timeout"]:
         yield "time", "the program ends", "it had to be killed"

@@ -1,7 +1,12 @@
 // A program under test that does exactly what its body says, one statement per line, so that the runner can be shown
 // right and wrong behaviour of every kind. See the functions below for the statements.
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -105,6 +110,39 @@ void do_queue(char *) {  // makes a queue that others may not use
     msgget(ftok("/dev/null", 117), IPC_CREAT | 0600);
 }
 
+void do_uptime(char *) {
+    struct sysinfo info = {};
+    if (sysinfo(&info) != 0) {
+        perror("sysinfo");
+        return;
+    }
+    printf("up %ld\n", info.uptime);
+    fflush(stdout);
+}
+
+void do_network(char *name) {  // prints the interface's address, netmask and MAC, or why there is none
+    constexpr unsigned long kRequests[] = {SIOCGIFADDR, SIOCGIFNETMASK, SIOCGIFHWADDR};
+    const int file = socket(AF_INET, SOCK_STREAM, 0);
+    if (file < 0) {
+        perror("socket");
+        return;
+    }
+    for (const unsigned long request : kRequests) {
+        ifreq wanted = {};
+        snprintf(wanted.ifr_name, sizeof(wanted.ifr_name), "%s", name);
+        if (ioctl(file, request, &wanted) != 0) {
+            perror("ioctl");
+        } else if (request == SIOCGIFHWADDR) {
+            const auto *mac = reinterpret_cast<const unsigned char *>(wanted.ifr_hwaddr.sa_data);
+            printf("%02x:%02x:%02x:%02x:%02x:%02x\n", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+        } else {
+            puts(inet_ntoa(reinterpret_cast<sockaddr_in *>(&wanted.ifr_addr)->sin_addr));
+        }
+    }
+    close(file);
+    fflush(stdout);
+}
+
 void write_console(const char *text, const char *end, bool twice) {
     FILE *console = fopen("/dev/console", "w+");
     for (int i = 0; console != nullptr && i < (twice ? 2 : 1); ++i) {
@@ -199,6 +237,8 @@ constexpr Statement kStatements[] = {
     {"pipe",      do_pipe     },
     {"message",   do_message  },
     {"queue",     do_queue    },
+    {"uptime",    do_uptime   },
+    {"network",   do_network  },
     {"log",       do_log      },
     {"log-open",  do_log_open },
     {"log-twice", do_log_twice},
