@@ -211,11 +211,11 @@ def load_file(path, relative, items):
     data = read_files(tomllib.loads(path.read_text()), path.parent)
     if path.name == "case.toml":  # a case with a folder of its own
         area = relative.parent
-        head = {"defaults": {}, "replies": {}, "case": [{"name": "", **data}]}
+        head = {"defaults": {}, "replies": {}, "events": {}, "case": [{"name": "", **data}]}
     else:
         area = relative.with_suffix("")
-        head = {"defaults": {}, "replies": {}, "case": [], **data}
-    unknown = set(head) - {"defaults", "replies", "case"}
+        head = {"defaults": {}, "replies": {}, "events": {}, "case": [], **data}
+    unknown = set(head) - {"defaults", "replies", "events", "case"}
     if unknown:
         raise CaseError(f"unknown tables: {', '.join(sorted(unknown))}")
     check_keys(head["defaults"], CASE_KEYS, "defaults")
@@ -226,7 +226,7 @@ def load_file(path, relative, items):
             own_name = json.dumps(case.pop("name"), ensure_ascii=False)[1:-1].replace('\\"', '"')  # one line, whatever it holds
             name = f"{area}: {own_name}" if own_name else str(area)
             try:
-                cases.append({"row": number, **finish(name, case, head["replies"], items)})
+                cases.append({"row": number, **finish(name, case, head["replies"], head["events"], items)})
             except (CaseError, ValueError, KeyError) as error:
                 raise CaseError(f"{name}: {error}") from error
     return cases
@@ -314,7 +314,7 @@ def check_keys(table, known, where):
             raise CaseError(f"{where}: {key} has the wrong type")
 
 
-def finish(name, case, replies, items):
+def finish(name, case, replies, named_events, items):
     """Checks a case after all filling in, and makes the list of its steps."""
     check_keys(case, CASE_KEYS, name)
     for mode, reason in case.get("skip", {}).items():
@@ -335,7 +335,18 @@ def finish(name, case, replies, items):
         if step.get("stdin", "close") not in ("close", "open"):
             raise CaseError("stdin is close or open")
         step["reply"] = wire_reply(step["reply"], replies)
+        step["events"] = splice(step.get("events", []), named_events)
     return {"name": name, "world": world, "steps": steps, "skip": case.get("skip", {})}
+
+
+def splice(lines, named):
+    """The events of a step, every "@name" replaced by the lines of that name in [events]."""
+    filled = []
+    for line in lines:
+        if line.startswith("@") and line[1:] not in named:
+            raise CaseError(f"no such events: {line}")
+        filled += splice(named[line[1:]], named) if line.startswith("@") else [line]
+    return filled
 
 
 def wire_reply(reply, replies):
