@@ -57,10 +57,9 @@ def user_obstacle():
 
 
 def without_namespaces():
-    """A prefix that takes away every way to namespaces. Where users cannot make any, capabilities are the only one."""
-    if refusal(["unshare", "--user", "--map-root-user", "true"]) is None:
-        return WITHOUT_NAMESPACES
-    return DROP_CAPABILITIES if IS_ROOT else []
+    """The first prefix that takes away namespaces and can be had. None can where there is nothing left to take away."""
+    prefixes = (WITHOUT_NAMESPACES, DROP_CAPABILITIES, [])
+    return next(prefix for prefix in prefixes if refusal(prefix + ["true"]) is None)
 
 
 WAYS = {
