@@ -151,6 +151,24 @@ bool answer_request(unsigned long request, const Interface &interface, ifreq &an
     }
 }
 
+// Answers SIOCGIFCONF: as many interfaces with their addresses as there is room for.
+void list_interfaces(ifconf &list) {
+    const int room = list.ifc_len;
+    list.ifc_len = 0;
+    find_fact([&](const char *keyword, const char *text) {
+        Interface interface = {};
+        const int size = static_cast<int>(sizeof(ifreq));
+        if (parse_interface(keyword, text, interface) && list.ifc_len + size <= room) {
+            ifreq &entry = list.ifc_req[list.ifc_len / size];
+            entry = {};
+            memcpy(entry.ifr_name, interface.name, sizeof entry.ifr_name);
+            put_address(entry.ifr_addr, interface.address);
+            list.ifc_len += size;
+        }
+        return false;
+    });
+}
+
 // The network end of the raw socket that ping asked for, and what tells ping's end from other descriptors: ping moves
 // its end to another number. One per process is enough.
 int ping_network = -1;
@@ -214,6 +232,10 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
 
+    if (request == SIOCGIFCONF && static_cast<ifconf *>(argument)->ifc_req != nullptr) {
+        list_interfaces(*static_cast<ifconf *>(argument));
+        return 0;
+    }
     ifreq probe = {};
     Interface interface = {};
     if (!answer_request(request, interface, probe)) {
