@@ -159,8 +159,8 @@ def identity_and_login(t):
 
 
 def settings(t):
-    t.gated("set the name", {"action": "set", "dutInfo": {"name": "Küche"}}, set_reply("dutInfo"))
-    t.gated("get the name", {"action": "get", "dutInfo": {}}, get_reply(dutInfo={**DUT, "name": "Küche"}))
+    t.gated("set the name", {"action": "set", "dutInfo": {"name": "K\u00fcche"}}, set_reply("dutInfo"))
+    t.gated("get the name", {"action": "get", "dutInfo": {}}, get_reply(dutInfo={**DUT, "name": "K\u00fcche"}))
 
     mark = t.mark()
     t.gated("set the time zone", {"action": "set", "timeZone": {"timeZoneIndex": "7_2"}}, set_reply("timeZone"))
@@ -168,7 +168,7 @@ def settings(t):
         "a restart, with the new settings",
         "MSG_APP_REINIT",
         "  services start anew with:",
-        "  MIB_DUT_NAME=Küche",
+        "  MIB_DUT_NAME=K\u00fcche",
         "  MIB_TIME_ZONE_INDEX=7_2",
         "  MIB_OP_MODE=0",
         after=mark,
@@ -349,7 +349,7 @@ def restarts(results, router):
     t = Teller(router, results)
     kept = {"action": "get", "dutInfo": {}, "app": {}, "timeZone": {}}
     kept_reply = get_reply(
-        dutInfo={**DUT, "name": "Küche"}, timeZone={"timeZoneIndex": "7_2"}, app={"port": 4711, "ticktime": 9}
+        dutInfo={**DUT, "name": "K\u00fcche"}, timeZone={"timeZoneIndex": "7_2"}, app={"port": 4711, "ticktime": 9}
     )
     t.expect(
         "a write before the stop that is not committed",
