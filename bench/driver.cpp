@@ -373,7 +373,7 @@ int measure_all(const char *root, unsigned runs, bool json) {
 
 int main(int argc, char **argv) {
     const char *root = nullptr;
-    unsigned long runs = 1000;
+    unsigned long runs = 500;
     bool json = false;
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "--json") == 0) {
