@@ -30,8 +30,10 @@ readonly here
 # shellcheck source=virtual_router/modes/namespaces.sh
 . "$here/modes/$mode.sh"
 
-# The file system of the router, but for what a mode has to add.
+# The file system of the router, but for what a mode has to add. Beside it lie the two programs that serve it from outside.
+# All are copies, so that a build does not disturb a router that runs.
 lay_out_root() {
+    cp "$build"/{portal,console} "$run"
     mkdir -p "$root"/{bin,dev,etc,flash,lib,proc,tmp,usr,web/{app,pages}} "$root"/var/{mib,run,tmp}
     ln -s bin "$root/sbin"
     busybox --install -s "$root/bin"
@@ -113,9 +115,9 @@ start_part() {
 start_parts() {
     start_part "system daemon" enter system_daemon
     start_part "web server" enter /usr/sbin/lighttpd -D -f /etc/lighttpd.conf \
-        2> >(exec "$build/console" lighttpd 3<&- 4<&- 9<&-)
+        2> >(exec "$run/console" lighttpd 3<&- 4<&- 9<&-)
     # Opened for reading and writing, so that it never ends.
-    start_part "console" "$build/console" console <>"$root/dev/console" 3<&- 4<&- 9<&-
+    start_part "console" "$run/console" console <>"$root/dev/console" 3<&- 4<&- 9<&-
     start_part "phone" mode_forward 3 "$phone_ip" 4<&- 9<&-
     if [ "$loopback" = yes ]; then
         start_part "loopback port" mode_forward 4 127.0.0.1 3<&- 9<&-

@@ -102,8 +102,8 @@ mode_enter() {
 # Whom the web server sees as the client is the kernel's doing.
 mode_forward() {
     case "$2" in
-    127.*) exec "$build/portal" forward "$1" 127.0.0.1:80 ;;
-    *) exec nsenter --net="$run/networks/phone" "$build/portal" forward "$1" "$lan_ip:80" ;;
+    127.*) exec "$run/portal" forward "$1" 127.0.0.1:80 ;;
+    *) exec nsenter --net="$run/networks/phone" "$run/portal" forward "$1" "$lan_ip:80" ;;
     esac
 }
 

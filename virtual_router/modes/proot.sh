@@ -87,7 +87,7 @@ mode_enter() {
 }
 
 mode_forward() {
-    exec "$build/portal" forward "$1" "$root/var/run/http.sock" "$2" "$([ "$2" = "$phone_ip" ] && echo "$lan_ip" || echo "$2")"
+    exec "$run/portal" forward "$1" "$root/var/run/http.sock" "$2" "$([ "$2" = "$phone_ip" ] && echo "$lan_ip" || echo "$2")"
 }
 
 # SIGQUIT is proot's call to end all that it runs, SIGTERM is the other parts'.
