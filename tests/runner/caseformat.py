@@ -349,6 +349,9 @@ def splice(lines, named):
     return filled
 
 
+NUMBER_MACRO = re.compile(r'"(%UPTIME\(\)%)"')  # a text in the case, so that the case is JSON; a number on the wire
+
+
 def wire_reply(reply, replies):
     """The text that must be seen on standard output: None for nothing. Macros of the time are still in it."""
     if reply.startswith("@"):
@@ -359,4 +362,4 @@ def wire_reply(reply, replies):
         return None
     if reply.startswith("text:"):
         return expand(reply.removeprefix("text:"))
-    return format_json(parse_json(expand(reply))) + "\n"
+    return NUMBER_MACRO.sub(r"\1", format_json(parse_json(expand(reply)))) + "\n"

@@ -110,13 +110,13 @@ void do_queue(char *) {  // makes a queue that others may not use
     msgget(ftok("/dev/null", 117), IPC_CREAT | 0600);
 }
 
-void do_uptime(char *) {
+void do_uptime(char *format) {  // "json": as a formatted object with one member
     struct sysinfo info = {};
     if (sysinfo(&info) != 0) {
         perror("sysinfo");
         return;
     }
-    printf("up %ld\n", info.uptime);
+    printf(strcmp(format, "json") == 0 ? "{\n\t\"up\":\t%ld\n}\n" : "up %ld\n", info.uptime);
     fflush(stdout);
 }
 
