@@ -1,0 +1,55 @@
+#include "objects/wps.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/command.h"
+#include "base/input.h"
+#include "base/json.h"
+#include "base/resource.h"
+#include "store/items.h"
+#include "store/store.h"
+
+namespace {
+
+constexpr int kButtonStart = 1;
+constexpr int kButtonCancel = 0;
+
+// The interface of the WPS daemon. With mesh on, it is the mesh that watches the button.
+constexpr char kStatusPath[] = "/tmp/wscd_status";
+constexpr char kStart[] = "wscd -sig_pbc wlan1";
+constexpr char kStartMesh[] = "echo 1 > /tmp/virtual_push_button";
+constexpr char kCancel[] = "echo wlan1 > /tmp/wscd_cancel ";
+
+}  // namespace
+
+int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
+    cJSON *wps = cJSON_AddObjectToObject(reply, name);
+    const File file(fopen(kStatusPath, "r"));
+    if (!file) {
+        perror("open /tmp/wscd_status FAIL");
+        return -1;  // no message
+    }
+    char status[5] = {};  // four characters and the terminator
+    read_text(file.get(), status, sizeof status);
+    cJSON_AddNumberToObject(wps, "status", atoi(status));
+    return 0;
+}
+
+int app_set_wps_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
+    const cJSON *wps = find_item(request, name);
+    if (wps == nullptr) {
+        return 0;
+    }
+    const cJSON *button = find_item(wps, "wpsbutton");
+    if (button == nullptr) {
+        return -1;  // no message
+    }
+    const int32_t mesh_role = store_get(MIB_MESH_ROLE);
+    if (integer_value(button) == kButtonStart) {
+        run_command(mesh_role == kMeshOff ? kStart : kStartMesh);
+    } else if (integer_value(button) == kButtonCancel) {
+        run_command(kCancel);
+    }
+    return 0;
+}
