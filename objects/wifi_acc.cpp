@@ -147,8 +147,8 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
     // From here on a failure leaves what was written in the working copy, but commits nothing.
     const cJSON *added = find_item(acc, "addMaclist");
     if (added != nullptr) {
-        // One count, that of the radio which the mode was written to last, serves both radios, whose lists are the same.
-        // It is not read again behind an addition: an address that the request has twice is no error.
+        // One count, that of the radio which the mode was written to last, serves both radios, whose lists are the
+        // same. It is not read again behind an addition: an address that the request has twice is no error.
         int32_t count;
         if (!table_count(MIB_WLAN_ACL_NUM, count)) {
             return fail(kAddCountFailed);
