@@ -66,17 +66,18 @@ class Writers : public testing::Test {
     }
     ~Writers() override { munmap(told, sizeof(Told) * kWriters); }
 
-    pid_t start_writer(int writer, int rounds) {
-        return router.start([this, writer, rounds] {
+    // Starts a process that writes, and adds to the table with each number that `add_every` divides.
+    pid_t start_writer(int writer, int rounds, int add_every) {
+        return router.start([=] {
             REQUIRE(apmib_init() != 0);
             for (int i = 0; i < rounds; i++) {
-                write_round(writer, told[writer].tried + 1);
+                write_round(writer, told[writer].tried + 1, add_every);
             }
         });
     }
 
     // Writes `number` everywhere, and commits it every few numbers.
-    void write_round(int writer, int32_t number) {
+    void write_round(int writer, int32_t number, int add_every) {
         Told &mine = told[writer];
         mine.tried = number;
         wlan_idx = writer / 6;
@@ -85,7 +86,7 @@ class Writers : public testing::Test {
         REQUIRE(apmib_set(kShared, &number) != 0);
         REQUIRE(apmib_set(kCommitted1 + writer, &number) != 0);
         mine.stored = number;
-        if (number % kAddEvery == 0) {
+        if (number % add_every == 0) {
             int32_t entry[2] = {writer, number};
             REQUIRE(apmib_set(kTable + kAdd, entry) != 0);
             mine.added++;
@@ -151,7 +152,7 @@ class Writers : public testing::Test {
 TEST_F(Writers, LoseNothingThatTheyWereToldIsStored) {
     pid_t processes[kWriters];
     for (int i = 0; i < kWriters; i++) {
-        processes[i] = start_writer(i, 600);
+        processes[i] = start_writer(i, 600, 20);
     }
     for (pid_t process : processes) {
         EXPECT_EQ(wait_for(process), 0);
@@ -168,41 +169,215 @@ TEST_F(Writers, LoseNothingThatTheyWereToldIsStored) {
 }
 
 TEST_F(Writers, AreNotHarmedByTheDeathOfOthers) {
+    constexpr int kForEver = 1000000000;
+    constexpr int kSeldom = 1000;  // the table must not get full
+    constexpr int kKills = 300;
     pid_t processes[kWriters];
     for (int i = 0; i < kWriters; i++) {
-        processes[i] = start_writer(i, 1000000);
+        processes[i] = start_writer(i, kForEver, kSeldom);
     }
     Random random(1);
-    int kills = 0;
-    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-    // The table has room for 255 entries: it must not get full.
-    auto has_room = [&] {
-        int32_t sum = 0;
-        for (int i = 0; i < kWriters; i++) {
-            sum += told[i].tried / kAddEvery + 1;
-        }
-        return sum < 240;
-    };
-    while (std::chrono::steady_clock::now() < end && has_room()) {
-        usleep(static_cast<useconds_t>(random.below(2000)));
+    for (int i = 0; i < kKills; i++) {
+        usleep(static_cast<useconds_t>(random.below(4000)));
         auto victim = random.below(kWriters);
         kill(processes[victim], SIGKILL);
         ASSERT_EQ(wait_for(processes[victim]), 128 + SIGKILL) << "a writer ended by itself";
-        processes[victim] = start_writer(static_cast<int>(victim), 1000000);
-        kills++;
+        processes[victim] = start_writer(static_cast<int>(victim), kForEver, kSeldom);
     }
     for (pid_t process : processes) {
         kill(process, SIGKILL);
         EXPECT_EQ(wait_for(process), 128 + SIGKILL);
     }
-    EXPECT_GT(kills, 200);
-    printf("killed %d writers\n", kills);
     expect_between("working copy", &Told::stored);
     Outcome boot = router.flash({"boot"});
     ASSERT_EQ(boot.status, 0);
     EXPECT_EQ(boot.output, "");
     expect_between("committed copy", &Told::committed);
 }
+
+// ---- Readers beside writers -----------------------------------------------------------------------------------------
+
+constexpr int kOldest = 1;  // written first, and lies at one end of the records
+constexpr int kNewest = 30000;
+constexpr int kWide = 20000;  // a record of several pages
+constexpr size_t kWideSize = 1024;
+
+std::string wide_definitions() {
+    std::string text =
+        "1 MIB_OLDEST int32 global 0\n30000 MIB_NEWEST int32 global 0\n20000 MIB_WIDE table[1024x9/1] global " +
+        std::string(2 * kWideSize, '0') + "\n";
+    for (int id = 100; id < 600; id++) {
+        text += std::to_string(id) + " MIB_FILL_" + std::to_string(id) + " text[60] global \"\"\n";
+    }
+    return text;
+}
+
+class Readers : public testing::Test {
+  protected:
+    Readers() : router(wide_definitions()) { EXPECT_EQ(router.flash({"boot"}).status, 0); }
+
+    // Runs `work` again and again beside a process that writes without a pause.
+    void beside_a_writer(const std::function<void()> &work) {
+        pid_t writer = router.start([] {
+            REQUIRE(apmib_init() != 0);
+            uint8_t entry[kWideSize] = {};
+            for (int32_t i = 1;; i++) {
+                memset(entry, i, sizeof(entry));
+                REQUIRE(apmib_set(kOldest, &i) != 0);
+                REQUIRE(apmib_set(kWide + 4 + 0x40000, entry) != 0 && apmib_set(kWide + kAdd, entry) != 0);
+                REQUIRE(apmib_set(kNewest, &i) != 0);
+            }
+        });
+        EXPECT_EQ(router.run([&] {
+            REQUIRE(apmib_init() != 0);
+            auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1200);
+            while (std::chrono::steady_clock::now() < end) {
+                work();
+            }
+        }),
+                  0);
+        kill(writer, SIGKILL);
+        EXPECT_EQ(wait_for(writer), 128 + SIGKILL);
+    }
+
+    Router router;
+};
+
+TEST_F(Readers, SeeAValueOfOneWrite) {
+    beside_a_writer([] {
+        uint8_t entry[kWideSize] = {1};
+        if (apmib_get(kWide + kReadEntry, entry) != 0) {  // the writer deletes it for a moment
+            REQUIRE(std::count(entry, entry + kWideSize, entry[0]) == kWideSize);
+        }
+    });
+}
+
+TEST_F(Readers, CommitOneMoment) {
+    beside_a_writer([] {
+        REQUIRE(apmib_update(4) != 0 && save_cs_to_file() == 0);
+        std::string settings = "\n" + read_file("/flash/mib/settings.txt");
+        auto number = [&](const char *name) {
+            size_t at = settings.find(name);
+            REQUIRE(at != std::string::npos);
+            return std::stoi(settings.substr(at + strlen(name)));
+        };
+        int oldest = number("\nMIB_OLDEST=");
+        int newest = number("\nMIB_NEWEST=");
+        REQUIRE(oldest == newest || oldest == newest + 1);
+    });
+    Outcome boot = router.flash({"boot"});
+    EXPECT_EQ(boot.status, 0);
+    EXPECT_EQ(boot.output, "");
+}
+
+// ---- What a process does to the committed copy ----------------------------------------------------------------------
+
+// What a process did to one file.
+struct FileEvent {
+    enum { kWrite, kDurableWrite, kSync } what;
+    size_t offset;
+    std::string bytes;
+};
+
+// Runs a traced process and writes down what it does to the committed copy, from its system calls.
+class FileRecorder {
+  public:
+    explicit FileRecorder(pid_t process) : process_(process) {}
+
+    // Kills the process at its n-th stop, counted from 0; the default lets it end. Returns its status.
+    int run(size_t n = SIZE_MAX) {
+        size_t stop = 0;
+        return trace(process_, [&, n](const SystemCall &call) {
+            if (call.entry) {
+                entry_ = call;
+            } else {
+                end(call.result);
+            }
+            return stop++ != n;
+        });
+    }
+
+    // Whether the write that makes a commit a fact was done.
+    bool committed() const {
+        return std::any_of(events.begin(), events.end(),
+                           [](const FileEvent &event) { return event.what == FileEvent::kDurableWrite; });
+    }
+
+    std::vector<FileEvent> events;
+    bool strange = false;  // the file was written in a way that this does not know
+
+  private:
+    void end(long result) {
+        auto fd = static_cast<int>(entry_.arguments[0]);
+        if (entry_.number == SYS_openat && result >= 0) {
+            opened(static_cast<int>(result));
+        } else if (files_.count(fd) != 0 && result >= 0) {
+            done(&files_[fd], static_cast<size_t>(result));
+        }
+    }
+
+    void opened(int fd) {
+        files_.erase(fd);
+        std::string path = read_memory(process_, entry_.arguments[1], sizeof(kCommitted));
+        if (path == std::string(kCommitted, sizeof(kCommitted))) {
+            files_[fd] = {(entry_.arguments[2] & O_DSYNC) != 0, 0};
+        }
+    }
+
+    struct File {
+        bool durable;
+        size_t position;
+    };
+
+    void done(File *file, size_t result) {
+        const unsigned long *arguments = entry_.arguments;
+        switch (entry_.number) {
+            case SYS_lseek:
+                file->position = result;
+                break;
+            case SYS_pwrite64:
+                add(*file, arguments[3], read_memory(process_, arguments[1], result));
+                break;
+            case SYS_writev:
+                add(*file, file->position, gather(arguments[1], arguments[2], result));
+                file->position += result;
+                break;
+            case SYS_pwritev:
+                add(*file, arguments[3], gather(arguments[1], arguments[2], result));
+                break;
+            case SYS_fdatasync:
+            case SYS_fsync:
+                events.push_back({FileEvent::kSync, 0, ""});
+                break;
+            case SYS_write:
+            case SYS_ftruncate:
+                strange = true;
+                break;
+            default:
+                break;
+        }
+    }
+
+    void add(const File &file, size_t offset, const std::string &bytes) {
+        events.push_back({file.durable ? FileEvent::kDurableWrite : FileEvent::kWrite, offset, bytes});
+    }
+
+    std::string gather(unsigned long address, size_t count, size_t size) {
+        std::string raw = read_memory(process_, address, count * sizeof(iovec));
+        std::string bytes;
+        for (size_t i = 0; i < count; i++) {
+            iovec part = {};
+            memcpy(&part, raw.data() + i * sizeof(part), sizeof(part));
+            bytes += read_memory(process_, reinterpret_cast<unsigned long>(part.iov_base), part.iov_len);
+        }
+        strange |= bytes.size() != size;
+        return bytes;
+    }
+
+    pid_t process_;
+    SystemCall entry_ = {};
+    std::map<int, File> files_;
+};
 
 // ---- A process that is killed ---------------------------------------------------------------------------------------
 
@@ -310,29 +485,31 @@ class State : public testing::Test {
         return boot_state();
     }
 
-    // Kills a process of `start` at every stop, each time from the same committed copy, which has the state `base`, and
-    // looks what the router starts with: `old_state` or `new_state`, never a mixture, and never the old one after more
-    // of the work was done than when it was the new one. Returns the number of places.
-    size_t kill_everywhere(const std::string &committed, int base, int old_state, int new_state,
-                           const std::function<pid_t()> &start) {
-        bool seen_new = false;
-        for (size_t n = 0;; n++) {
-            EXPECT_EQ(boot_from(committed), base);
-            int status = kill_at_stop(start(), n);
-            if (status != 0) {
-                EXPECT_EQ(status, 128 + SIGKILL) << "at stop " << n;
-                expect_free_locks();
-            }
-            int state = boot_state();
+    // Kills a process of `start` at every stop (step 1) or before every system call (step 2), each time from the same
+    // two copies, and looks what the router starts with: `new_state` if the commit was a fact, else `old_state`.
+    // Returns the number of places.
+    size_t kill_everywhere(int old_state, int new_state, size_t step, const std::function<pid_t()> &start) {
+        const std::string committed = read_file(router.path(kCommitted));
+        const std::string working = read_file(router.path(kWorking));
+        size_t places = 0;
+        size_t facts = 0;
+        for (size_t n = 0;; n += step) {
+            write_file(router.path(kCommitted), committed);
+            write_file(router.path(kWorking), working);
+            FileRecorder recorder(start());
+            int status = recorder.run(n);
             if (status == 0) {
-                EXPECT_EQ(state, new_state) << "it was done";
-                EXPECT_TRUE(seen_new);
-                return n;
+                EXPECT_EQ(boot_state(), new_state);
+                EXPECT_TRUE(old_state == new_state || (facts > 0 && facts < places));
+                return places;
             }
-            EXPECT_TRUE(state == new_state || (state == old_state && !seen_new)) << "at stop " << n << ": " << state;
-            seen_new = state == new_state;
+            EXPECT_EQ(status, 128 + SIGKILL) << "at stop " << n;
+            expect_free_locks();
+            EXPECT_EQ(boot_state(), recorder.committed() ? new_state : old_state) << "at stop " << n;
+            places++;
+            facts += recorder.committed();
             if (HasFailure()) {
-                return n;
+                return places;
             }
         }
     }
@@ -369,8 +546,8 @@ TEST_F(State, IsOldOrNewWhereverACommitIsKilled) {
         SCOPED_TRACE("states " + std::to_string(base) + " to " + std::to_string(last));
         ASSERT_EQ(router.flash({"default"}).status, 0);
         commit_states(base);
-        std::string committed = read_file(router.path(kCommitted));
-        places += kill_everywhere(committed, base, last - 1, last, [=] { return start_commits(base, last); });
+        ASSERT_EQ(boot_state(), base);
+        places += kill_everywhere(last - 1, last, 1, [=] { return start_commits(base, last); });
         ASSERT_FALSE(HasFailure());
     }
     EXPECT_GT(places, 300U);
@@ -379,8 +556,7 @@ TEST_F(State, IsOldOrNewWhereverACommitIsKilled) {
 
 TEST_F(State, IsTheCommittedOneWhereverABootIsKilled) {
     commit_states(3);
-    std::string committed = read_file(router.path(kCommitted));
-    size_t places = kill_everywhere(committed, 3, 3, 3, [this] { return start_boot(); });
+    size_t places = kill_everywhere(3, 3, 2, [this] { return start_boot(); });
     EXPECT_GT(places, 100U);
     printf("killed at %zu places\n", places);
 }
@@ -389,13 +565,21 @@ TEST_F(State, IsOldOrNewAfterKillsAtAnyTime) {
     Random random(2);
     int state = 0;
     int ended = 0;
-    for (int i = 0; i < 200; i++) {
-        pid_t process = router.start([state] {
+    auto start = [&] {
+        return router.start([state] {
             REQUIRE(apmib_init() != 0);
             write_state(state + 1);
             REQUIRE(apmib_update(4) != 0 && save_cs_to_file() == 0);
         });
-        usleep(static_cast<useconds_t>(random.below(6000)));
+    };
+    // How long it takes when nobody kills it, on this machine.
+    auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(wait_for(start()), 0);
+    auto usual = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+    ASSERT_EQ(boot_state(), ++state);
+    for (int i = 0; i < 200; i++) {
+        pid_t process = start();
+        usleep(static_cast<useconds_t>(random.below(2 * static_cast<size_t>(usual.count()))));
         kill(process, SIGKILL);
         int status = wait_for(process);
         int next = boot_state();
@@ -414,105 +598,6 @@ TEST_F(State, IsOldOrNewAfterKillsAtAnyTime) {
 // ---- A power cut ----------------------------------------------------------------------------------------------------
 
 constexpr size_t kSector = 512;  // what a disk writes whole or not at all
-
-// What a process did to one file.
-struct FileEvent {
-    enum { kWrite, kDurableWrite, kSync } what;
-    size_t offset;
-    std::string bytes;
-};
-
-// Writes down what a traced process does to the committed copy, from the system calls.
-class FileRecorder {
-  public:
-    explicit FileRecorder(pid_t process) : process_(process) {}
-
-    int run() {
-        return trace(process_, [this](const SystemCall &call) {
-            if (call.entry) {
-                entry_ = call;
-            } else {
-                end(call.result);
-            }
-            return true;
-        });
-    }
-
-    std::vector<FileEvent> events;
-    bool strange = false;  // the file was written in a way that this does not know
-
-  private:
-    void end(long result) {
-        auto fd = static_cast<int>(entry_.arguments[0]);
-        if (entry_.number == SYS_openat && result >= 0) {
-            opened(static_cast<int>(result));
-        } else if (files_.count(fd) != 0 && result >= 0) {
-            done(&files_[fd], static_cast<size_t>(result));
-        }
-    }
-
-    void opened(int fd) {
-        files_.erase(fd);
-        std::string path = read_memory(process_, entry_.arguments[1], sizeof(kCommitted));
-        if (path == std::string(kCommitted, sizeof(kCommitted))) {
-            files_[fd] = {(entry_.arguments[2] & O_DSYNC) != 0, 0};
-        }
-    }
-
-    struct File {
-        bool durable;
-        size_t position;
-    };
-
-    void done(File *file, size_t result) {
-        const unsigned long *arguments = entry_.arguments;
-        switch (entry_.number) {
-            case SYS_lseek:
-                file->position = result;
-                break;
-            case SYS_pwrite64:
-                add(*file, arguments[3], read_memory(process_, arguments[1], result));
-                break;
-            case SYS_writev:
-                add(*file, file->position, gather(arguments[1], arguments[2], result));
-                file->position += result;
-                break;
-            case SYS_pwritev:
-                add(*file, arguments[3], gather(arguments[1], arguments[2], result));
-                break;
-            case SYS_fdatasync:
-            case SYS_fsync:
-                events.push_back({FileEvent::kSync, 0, ""});
-                break;
-            case SYS_write:
-            case SYS_ftruncate:
-                strange = true;
-                break;
-            default:
-                break;
-        }
-    }
-
-    void add(const File &file, size_t offset, const std::string &bytes) {
-        events.push_back({file.durable ? FileEvent::kDurableWrite : FileEvent::kWrite, offset, bytes});
-    }
-
-    std::string gather(unsigned long address, size_t count, size_t size) {
-        std::string raw = read_memory(process_, address, count * sizeof(iovec));
-        std::string bytes;
-        for (size_t i = 0; i < count; i++) {
-            iovec part = {};
-            memcpy(&part, raw.data() + i * sizeof(part), sizeof(part));
-            bytes += read_memory(process_, reinterpret_cast<unsigned long>(part.iov_base), part.iov_len);
-        }
-        strange |= bytes.size() != size;
-        return bytes;
-    }
-
-    pid_t process_;
-    SystemCall entry_ = {};
-    std::map<int, File> files_;
-};
 
 // Writes a part of an event's bytes into the image of a file: each sector with a chance of `of` in 4.
 void apply(const FileEvent &event, std::string *file, Random *random, size_t of) {

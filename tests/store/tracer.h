@@ -23,10 +23,7 @@ struct SystemCall {
 // Returns its status as in Outcome.
 int trace(pid_t process, const std::function<bool(const SystemCall &)> &look);
 
-// Kills the process at its n-th stop, counted from 0. Returns its status.
-int kill_at_stop(pid_t process, size_t n);
-
-// Reads the memory of a traced process.
+// Reads the memory of a traced process, up to where it ends.
 std::string read_memory(pid_t process, unsigned long address, size_t size);
 
 #endif
