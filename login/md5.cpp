@@ -129,8 +129,10 @@ char *MD5_encryption(const char *text) {
         perror("app: malloc encryption out of memory in function MD5_encryption.");
         return nullptr;
     }
+    constexpr char kDigits[] = "0123456789abcdef";
     for (size_t i = 0; i < kDigestSize; ++i) {
-        snprintf(hex + 2 * i, 3, "%02x", digest[i]);
+        hex[2 * i] = kDigits[digest[i] >> 4];
+        hex[2 * i + 1] = kDigits[digest[i] & 15];
     }
     return hex;
 }
