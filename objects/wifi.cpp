@@ -1,10 +1,10 @@
 #include "objects/wifi.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/text.h"
 #include "gateway/request_state.h"
 #include "objects/wifi_security.h"
 #include "store/items.h"
@@ -82,7 +82,7 @@ void store_network(const Network &network) {
 // The value of a key that holds a number or its text, in the type of the firmware's switches: 257 is 1, too.
 int8_t switch_value(const cJSON *item) {
     const char *text = cJSON_GetStringValue(item);
-    return static_cast<int8_t>(text != nullptr ? atoi(text) : integer_value(item));
+    return static_cast<int8_t>(text != nullptr ? decimal_value(text) : integer_value(item));
 }
 
 // Makes the Wi-Fi key the administrator's password.

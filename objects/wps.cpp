@@ -1,12 +1,12 @@
 #include "objects/wps.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "base/command.h"
 #include "base/input.h"
 #include "base/json.h"
 #include "base/resource.h"
+#include "base/text.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -32,7 +32,7 @@ int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     }
     char status[5] = {};  // four characters and the terminator
     read_text(file.get(), status, sizeof status);
-    cJSON_AddNumberToObject(wps, "status", atoi(status));
+    cJSON_AddNumberToObject(wps, "status", decimal_value(status));
     return 0;
 }
 
