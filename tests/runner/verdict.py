@@ -1,5 +1,6 @@
 """Compares what was seen of a request with what its case expects."""
 
+import ctypes
 import difflib
 import hashlib
 import itertools
@@ -8,9 +9,10 @@ import re
 import time
 
 from caseformat import expand, resolve, to_bytes, to_text
-from sandbox import expected_record
+from sandbox import expected_record, libc
 
 TIME_MACRO = re.compile(r"%(SESSION|TIME|UPTIME)\(([^)]*)\)%")
+DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
@@ -25,7 +27,15 @@ def at_time(text, second, uptime=0):
             return str(uptime)
         return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
 
-    return TIME_MACRO.sub(value, text)
+    return DRAWN_MACRO.sub(lambda match: drawn(second, *match.groups()), TIME_MACRO.sub(value, text))
+
+
+def drawn(second, add, factor, skip, count, characters):
+    """%DRAWN(ADD,FACTOR,SKIP,COUNT,CHARACTERS)%: what rand() picks once srand() got (second + ADD) * FACTOR."""
+    libc.srand(ctypes.c_uint((second + int(add)) * int(factor)))
+    for _ in range(int(skip)):
+        libc.rand()
+    return "".join(characters[libc.rand() % len(characters)] for _ in range(int(count)))
 
 
 def seconds_of(seen):

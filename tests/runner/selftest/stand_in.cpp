@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "platform/apmib.h"
 
@@ -54,6 +55,13 @@ void do_entry(char *text) {  // ID INDEX: prints the table entry
     g_value[0] = static_cast<unsigned char>(atoi(strchr(text, ' ')));
     printf("%s\n", apmib_get(atoi(text), g_value) != 0 ? reinterpret_cast<char *>(g_value) : "failed");
     fflush(stdout);
+}
+
+void do_random(char *) {  // writes what the second draw picks out of "ABCDEFG"
+    srand((static_cast<unsigned>(time(nullptr)) + 5) * 3);
+    rand();
+    char value[8] = {"ABCDEFG"[rand() % 7]};
+    apmib_set(10, value);
 }
 
 void do_commit(char *text) {
@@ -229,6 +237,7 @@ constexpr Statement kStatements[] = {
     {"short",     do_short    },
     {"interface", do_interface},
     {"entry",     do_entry    },
+    {"random",    do_random   },
     {"commit",    do_commit   },
     {"save",      do_save     },
     {"print",     do_print    },
