@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -35,7 +36,6 @@ constexpr int kNumber = 1000;      // + writer: an item of its own
 constexpr int kShared = 2000;      // a record whose slots belong to the writers: one loses nothing by another's write
 constexpr int kCommitted1 = 3000;  // + writer: written and committed
 constexpr int kTable = 4000;       // everybody adds to it
-constexpr int kAddEvery = 64;      // numbers; the table has room for 255 entries
 
 std::string writers_definitions() {
     std::string text = std::to_string(kShared) + " MIB_WLAN_SHARED int32 interface 0\n" + std::to_string(kTable) +
@@ -593,6 +593,41 @@ TEST_F(State, IsOldOrNewAfterKillsAtAnyTime) {
     }
     EXPECT_GT(ended, 10);
     EXPECT_LT(ended, 190);
+}
+
+// Limits how long a file of this process may get, as full memory does.
+void limit_files(rlim_t size) {
+    const rlimit limit = {size, RLIM_INFINITY};
+    REQUIRE(signal(SIGXFSZ, SIG_IGN) != SIG_ERR && setrlimit(RLIMIT_FSIZE, &limit) == 0);
+}
+
+TEST_F(State, IsOldWhenTheMemoryIsFullAndNewWhenThereIsRoomAgain) {
+    for (rlim_t size = 0; size < 40000; size += 4096) {
+        ASSERT_EQ(router.flash({"default"}).status, 0);
+        int status = router.run([size] {
+            REQUIRE(apmib_init() != 0);
+            write_state(1);
+            limit_files(size);
+            int32_t number = 2;
+            if (apmib_set(kFirst, &number) == 0) {
+                REQUIRE(apmib_get(kFirst, &number) != 0 && number == 1);
+            } else {
+                limit_files(RLIM_INFINITY);
+                number = 1;
+                REQUIRE(apmib_set(kFirst, &number) != 0);
+                limit_files(size);
+            }
+            int done = apmib_update(4);
+            REQUIRE(size > 4096 || done == 0);
+            REQUIRE(size > 0 || save_cs_to_file() != 0);  // a file of less than a page
+            limit_files(RLIM_INFINITY);
+            REQUIRE(read_state() == 1);
+            _exit(done != 0 ? 101 : 100);
+        });
+        ASSERT_EQ(status, 100 + boot_state());
+        commit_states(1);
+        ASSERT_EQ(boot_state(), 1);
+    }
 }
 
 // ---- A power cut ----------------------------------------------------------------------------------------------------

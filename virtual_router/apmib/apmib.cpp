@@ -102,8 +102,8 @@ bool find(MDB_txn *txn, uint32_t id, Place *place) {
         if (wlan_idx < 0 || wlan_idx >= store::kRadioCount || vwlan_idx < 0 || vwlan_idx >= store::kVirtualCount) {
             return false;
         }
-        auto slot = static_cast<size_t>(wlan_idx * store::kVirtualCount + vwlan_idx);
-        place->value += slot * store::slot_size(place->item);
+        int slot = wlan_idx * store::kVirtualCount + vwlan_idx;
+        place->value += static_cast<size_t>(slot) * store::slot_size(place->item);
     }
     return true;
 }

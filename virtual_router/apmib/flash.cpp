@@ -154,9 +154,9 @@ class Session {
 
     void print(store::Text *text) { store::check(store::print_items(txn_, copy_.dbi, text), "read"); }
 
-    void write(uint32_t id, std::string record) {
+    void write(uint32_t id, std::string *record) {
         MDB_val key = {sizeof(id), &id};
-        MDB_val data = {record.size(), record.data()};
+        MDB_val data = {record->size(), record->data()};
         store::check(mdb_put(txn_, copy_.dbi, &key, &data, 0), "write");
         int error = mdb_txn_commit(txn_);
         txn_ = nullptr;
@@ -240,7 +240,7 @@ void set(const Options &options) {
     } catch (const std::invalid_argument &fault) {
         throw std::runtime_error(options.words[1] + " is not set: " + fault.what());
     }
-    session.write(found.id, record);
+    session.write(found.id, &record);
 }
 
 void print_all(const Options &) {

@@ -72,7 +72,7 @@ void parse_table(const Item &item, const std::string &text, uint8_t *slot) {
     auto stored = static_cast<int32_t>(count);
     memset(slot, 0, slot_size(item));
     memcpy(slot, &stored, sizeof(stored));
-    memcpy(slot + kCountSize, entries.data(), entries.size());
+    std::copy(entries.begin(), entries.end(), slot + kCountSize);
 }
 
 }  // namespace
@@ -101,7 +101,7 @@ void parse_value(const Item &item, const std::string &text, uint8_t *slot) {
                                             std::to_string(item.width - 1) + " fit");
             }
             memset(slot, 0, item.width);
-            memcpy(slot, text.data(), text.size());
+            std::copy(text.begin(), text.end(), slot);
             break;
         case kTable:
             parse_table(item, text, slot);

@@ -76,7 +76,8 @@ int begin(Copy *copy, unsigned flags, MDB_txn **txn) {
     if (error != 0) {
         return error;
     }
-    error = mdb_dbi_open(*txn, nullptr, MDB_INTEGERKEY | (flags & MDB_RDONLY ? 0 : MDB_CREATE), &copy->dbi);
+    // A new copy is told by its first writer what its keys are.
+    error = mdb_dbi_open(*txn, nullptr, MDB_INTEGERKEY | ((flags & MDB_RDONLY) != 0 ? 0 : MDB_CREATE), &copy->dbi);
     if (error != 0) {
         mdb_txn_abort(*txn);
     }
