@@ -6,6 +6,10 @@
 #include "objects/mesh.h"
 #include "objects/sys.h"
 #include "objects/wan.h"
+#include "objects/wifi.h"
+#include "objects/wifi_acc.h"
+#include "objects/wifi_advance.h"
+#include "objects/wps.h"
 
 namespace {
 
@@ -18,28 +22,28 @@ constexpr ObjectHandler kNotServedYet = nullptr;
 // A row is the only place where an object is named for dispatch. The order is part of the protocol.
 // Columns: name, get, set.
 const ObjectRow ObjectHandlerTable[] = {
-    {"dutInfo",     app_get_dutInfo_handler,    app_set_dutInfo_handler   },
-    {"wanInfo",     app_get_wanInfo_handler,    app_set_wanInfo_handler   },
-    {"wanAdvance",  app_get_wanAdvance_handler, app_set_wanAdvance_handler},
-    {"wanStatus",   kNotServedYet,              nullptr                   },
-    {"wifi",        kNotServedYet,              kNotServedYet             },
-    {"wifiAdvance", kNotServedYet,              kNotServedYet             },
-    {"wifiguest",   kNotServedYet,              kNotServedYet             },
-    {"wps",         kNotServedYet,              kNotServedYet             },
-    {"wifiAcc",     kNotServedYet,              kNotServedYet             },
-    {"opMode",      app_get_opMode_handler,     app_set_opMode_handler    },
-    {"timeZone",    app_get_timeZone_handler,   app_set_timeZone_handler  },
-    {"lan",         app_get_lan_handler,        app_set_lan_handler       },
-    {"lanStatus",   kNotServedYet,              nullptr                   },
-    {"logout",      nullptr,                    app_set_logout_handler    },
-    {"sys",         app_get_sys_handler,        app_set_sys_handler       },
-    {"mesh",        app_get_mesh_handler,       app_set_mesh_handler      },
-    {"meshStatus",  kNotServedYet,              nullptr                   },
-    {"Sec",         kNotServedYet,              kNotServedYet             },
-    {"netAcc",      kNotServedYet,              kNotServedYet             },
-    {"urlfilter",   kNotServedYet,              kNotServedYet             },
-    {"netDig",      app_get_netDig_handler,     nullptr                   },
-    {"app",         app_get_app_handler,        app_set_app_handler       },
-    {"qos",         kNotServedYet,              kNotServedYet             },
-    {"",            nullptr,                    nullptr                   },
+    {"dutInfo",     app_get_dutInfo_handler,     app_set_dutInfo_handler    },
+    {"wanInfo",     app_get_wanInfo_handler,     app_set_wanInfo_handler    },
+    {"wanAdvance",  app_get_wanAdvance_handler,  app_set_wanAdvance_handler },
+    {"wanStatus",   kNotServedYet,               nullptr                    },
+    {"wifi",        app_get_wifi_handler,        app_set_wifi_handler       },
+    {"wifiAdvance", app_get_wifiAdvance_handler, app_set_wifiAdvance_handler},
+    {"wifiguest",   app_get_wifiguest_handler,   app_set_wifiguest_handler  },
+    {"wps",         app_get_wps_handler,         app_set_wps_handler        },
+    {"wifiAcc",     app_get_wifiAcc_handler,     app_set_wifiAcc_handler    },
+    {"opMode",      app_get_opMode_handler,      app_set_opMode_handler     },
+    {"timeZone",    app_get_timeZone_handler,    app_set_timeZone_handler   },
+    {"lan",         app_get_lan_handler,         app_set_lan_handler        },
+    {"lanStatus",   kNotServedYet,               nullptr                    },
+    {"logout",      nullptr,                     app_set_logout_handler     },
+    {"sys",         app_get_sys_handler,         app_set_sys_handler        },
+    {"mesh",        app_get_mesh_handler,        app_set_mesh_handler       },
+    {"meshStatus",  kNotServedYet,               nullptr                    },
+    {"Sec",         kNotServedYet,               kNotServedYet              },
+    {"netAcc",      kNotServedYet,               kNotServedYet              },
+    {"urlfilter",   kNotServedYet,               kNotServedYet              },
+    {"netDig",      app_get_netDig_handler,      nullptr                    },
+    {"app",         app_get_app_handler,         app_set_app_handler        },
+    {"qos",         kNotServedYet,               kNotServedYet              },
+    {"",            nullptr,                     nullptr                    },
 };

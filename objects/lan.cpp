@@ -112,7 +112,9 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     const cJSON *dhcp = find_item(lan, "dhcp");
     if (dhcp == nullptr) {
         // The pool in force goes on being handed out, so it has to suit the new subnet.
-        if (!check_lan_range(ip, mask, store_get(MIB_DHCP_POOL_START), store_get(MIB_DHCP_POOL_END))) {
+        const in_addr start = store_get(MIB_DHCP_POOL_START);
+        const in_addr end = store_get(MIB_DHCP_POOL_END);
+        if (!check_lan_range(ip, mask, start, end)) {
             return fail(kSubnetInvalid);
         }
     } else if (integer_value(dhcp) != kDhcpServer) {

@@ -2,7 +2,6 @@
 
 #include <sys/sysinfo.h>
 
-#include <cstdio>
 #include <cstring>
 
 #include "base/command.h"
@@ -76,6 +75,13 @@ const LedState *find_led_state(const char *text) {
         }
     }
     return nullptr;
+}
+
+// The number in a line "enable=NUMBER" of the LEDs' command; 0 in any other.
+int find_led_switch(const char *line) {
+    constexpr char kPrefix[] = "enable=";
+    constexpr size_t kPrefixLength = sizeof kPrefix - 1;
+    return strncmp(line, kPrefix, kPrefixLength) == 0 ? decimal_value(line + kPrefixLength) : 0;
 }
 
 // Has an agent switch its LEDs. Nobody waits for its answer.
@@ -199,7 +205,7 @@ int app_get_sys_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     Pipe output = open_command("leds getenable");
     char line[128];
     if (output && read_line(output.get(), line)) {
-        sscanf(line, "enable=%d", &leds_on);
+        leds_on = find_led_switch(line);
     }
     output.reset();
     DebugLog("LED enStatus:%d\n\n", leds_on);

@@ -1,9 +1,9 @@
 #include "store/wlan.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "base/debug_log.h"
+#include "base/text.h"
 #include "platform/apmib.h"
 
 namespace {
@@ -21,7 +21,7 @@ constexpr size_t kShortestWithSuffix = 9;
 int SetWlan_idx(const char *name) {
     const size_t length = strlen(name);
     // A name that ends before its number counts as radio 0.
-    const int radio = length > kRadioAt ? atoi(name + kRadioAt) : 0;
+    const int radio = length > kRadioAt ? decimal_value(name + kRadioAt) : 0;
     if (radio >= kRadioCount) {
         DebugLog("invalid wlan interface index number!");
         return 0;
@@ -31,7 +31,7 @@ int SetWlan_idx(const char *name) {
         return 1;
     }
     if (strncmp(name + kSuffixAt, "-va", 3) == 0) {
-        const int number = atoi(name + kVirtualAt);
+        const int number = decimal_value(name + kVirtualAt);
         if (number >= kInterfaceCount - 1) {
             DebugLog("invalid virtual wlan interface index number!");
             return 0;

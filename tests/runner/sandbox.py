@@ -181,8 +181,9 @@ class Sandbox:
         libraries = shared_objects(binary, {"libapmib.so", "libarpcheck.so"})
         for library in libraries:
             self.copy(library)
-        for double in ("libapmib.so", "libarpcheck.so"):
+        for double in ("libapmib.so", "libarpcheck.so", "libinterfaces.so"):
             self.copy(self.tools / double, f"/lib/{double}")
+        self.path("/etc/ld.so.preload").write_text("/lib/libinterfaces.so\n")
         self.copy(self.tools / "double_shell", "/.runner/shell")
         self.copy(self.tools / "launch", "/.runner/launch")
         if self.mode == "valgrind":
@@ -300,7 +301,8 @@ class Sandbox:
             line += ["-f", f"{name}={getattr(errno, error)}"]
         if self.mode == "sanitize":
             env["ASAN_OPTIONS"] = ("allocator_may_return_null=1:exitcode=99:log_path=/.runner/sanitizer.log:"
-                                   "detect_stack_use_after_return=1:strict_string_checks=1:detect_leaks="
+                                   "detect_stack_use_after_return=1:strict_string_checks=1:verify_asan_link_order=0:"
+                                   "detect_leaks="
                                    + ("0" if self.proot else "1")  # the leak check cannot run beside proot's tracing
                                    + (f":max_allocation_size_mb={memory >> 20}" if memory else ""))
             env["UBSAN_OPTIONS"] = "print_stacktrace=1:log_path=/.runner/sanitizer.log"

@@ -4,7 +4,7 @@
 // An interface NAME is a file /sys/class/net/NAME of up to three words, "ADDRESS NETMASK MAC"; "-" is one that the
 // interface does not have. Without the file there is no such interface.
 //
-// It lies in the store's double because that library comes before the C library, whose ioctl() it thus replaces.
+// The root's loader puts it before all other libraries, so that it replaces the C library's ioctl().
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <netinet/in.h>
