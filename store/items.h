@@ -91,4 +91,27 @@ constexpr TextItem<30> MIB_MESH_DEVICE_NAME{2389};
 constexpr Int32Item MIB_MESH_BACKHAUL_5G{250};  // 1: an agent's backhaul runs on that band
 constexpr Int32Item MIB_MESH_BACKHAUL_2G{252};
 
+// Firewall. A threshold is in a unit of the firewall's.
+constexpr Int32Item MIB_FIREWALL_FLAGS{229};  // bit 0 on; bits 1 to 4 SYN, FIN, UDP, ICMP flood protection
+constexpr Int32Item MIB_SYN_FLOOD_THRESHOLD{230};
+constexpr Int32Item MIB_FIN_FLOOD_THRESHOLD{231};
+constexpr Int32Item MIB_UDP_FLOOD_THRESHOLD{232};
+constexpr Int32Item MIB_ICMP_FLOOD_THRESHOLD{233};
+constexpr Int32Item MIB_MACFILTER_ENABLED{122};  // 0 or 1
+constexpr TableItem<MacFilterEntry> MIB_MACFILTER_TBL_NUM{123};
+
+// Access schedules.
+constexpr ByteItem MIB_SCHNETACC_ENABLED{4310};  // 0 or 1
+constexpr TableItem<SchNetAccEntry> MIB_SCHNETACC_TBL_NUM{16101};
+
+// URL filter.
+constexpr Int32Item MIB_URLFILTER_ENABLED{239};  // 0 or 1
+constexpr Int32Item MIB_URLFILTER_MODE{255};     // the list in force: 0 black, 1 white
+constexpr TableItem<UrlFilterEntry> MIB_URLFILTER_TBL_NUM{240};
+
+// Bandwidth rules.
+constexpr Int32Item MIB_QOS_ENABLED{307};  // 0 or 1
+constexpr TableItem<QosRuleEntry> MIB_QOS_RULE_TBL_NUM{310};
+constexpr Int32Item MIB_VLAN_ENABLED{3413};  // VLANs on the router's ports: 0 or 1
+
 #endif

@@ -21,6 +21,8 @@ constexpr int remove_all(int count_id) {
 }
 }  // namespace table_id
 
+constexpr int kHighestIndex = 255;  // an entry is named by one byte
+
 // The number of entries into `count`. False: it can't be read, and `count` is 0.
 template <typename Record>
 bool table_count(TableItem<Record> table, int32_t &count) {
@@ -36,6 +38,32 @@ bool table_read(TableItem<Record> table, int index, Record &record) {
     return store_read_raw(table_id::entry(table.count_id), &record);
 }
 
+// Reads the next entry behind entry `index` that can be read, and puts its number into `index`; entries that can't be
+// read are passed over. Starts from 0. False: there is none up to `count`.
+//
+// Numbers are not names: deleting an entry moves all that follow it down by one. A loop that deletes what it reads
+// passes over the entry behind each, and one that also adds meets its own additions if it deleted as many.
+template <typename Record>
+bool table_next(TableItem<Record> table, int32_t count, int &index, Record &record) {
+    while (index < count && index < kHighestIndex) {
+        if (table_read(table, ++index, record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Reads the first of the entries 1 to `count` for which `matches(record)` holds. False: there is none that can be read.
+template <typename Record, typename Matches>
+bool table_find(TableItem<Record> table, int32_t count, Record &record, Matches matches) {
+    for (int index = 0; table_next(table, count, index, record);) {
+        if (matches(record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Appends an entry. False: the store refused it.
 template <typename Record>
 bool table_add(TableItem<Record> table, const Record &record) {
@@ -48,11 +76,10 @@ bool table_remove(TableItem<Record> table, const Record &record) {
     return store_write_raw(table_id::remove(table.count_id), &record);
 }
 
-// Deletes all entries. False: the store refused.
+// Deletes all entries; what `record` has to do with it is for the store to know. False: the store refused.
 template <typename Record>
-bool table_remove_all(TableItem<Record> table) {
-    const Record unused = {};
-    return store_write_raw(table_id::remove_all(table.count_id), &unused);
+bool table_remove_all(TableItem<Record> table, const Record &record) {
+    return store_write_raw(table_id::remove_all(table.count_id), &record);
 }
 
 #endif
