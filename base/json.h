@@ -6,6 +6,8 @@
 
 #include <cjson/cJSON.h>
 
+#include <cstdint>
+
 // The item under `key`, whatever the case of its letters; nullptr when `parent` has none or is no object.
 inline const cJSON *find_item(const cJSON *parent, const char *key) {
     return cJSON_GetObjectItem(parent, key);
@@ -19,6 +21,35 @@ inline const char *find_text(const cJSON *parent, const char *key) {
 // The integer value of an item that is there.
 inline int integer_value(const cJSON *item) {
     return item->valueint;
+}
+
+// The value of an item that is there, for numbers that the store keeps as unsigned words: the range of an int ends
+// halfway. A fraction is dropped, a number out of range is the nearest in it, and what is no number is worth what
+// integer_value() says.
+inline uint32_t unsigned_value(const cJSON *item) {
+    if (!cJSON_IsNumber(item)) {
+        return static_cast<uint32_t>(item->valueint);
+    }
+    if (!(item->valuedouble > 0)) {
+        return 0;
+    }
+    return item->valuedouble < UINT32_MAX ? static_cast<uint32_t>(item->valuedouble) : UINT32_MAX;
+}
+
+// The first element of an array, from which `next` leads to the others. nullptr: it is empty, or there is no array. To
+// cJSON the members of an object are elements, too; here they are none.
+inline const cJSON *array_first(const cJSON *array) {
+    return array != nullptr && cJSON_IsArray(array) ? array->child : nullptr;
+}
+
+// The number of elements, null ones included; 0 when there is no array.
+inline int array_size(const cJSON *array) {
+    return cJSON_IsArray(array) ? cJSON_GetArraySize(array) : 0;
+}
+
+// The string that is an array's element number `index`, from 0; nullptr when there is none.
+inline const char *array_text(const cJSON *array, int index) {
+    return cJSON_IsArray(array) ? cJSON_GetStringValue(cJSON_GetArrayItem(array, index)) : nullptr;
 }
 
 #endif
