@@ -1,0 +1,16 @@
+#include "objects/firewall_reload.h"
+
+#include "base/text.h"
+#include "gateway/message.h"
+#include "gateway/request_state.h"
+
+namespace {
+constexpr char kNotSent[] = "ERROR: send MSG_CALL_SYSCONF fail";
+}
+
+int reload_firewall() {
+    SysMsgRecord record = {};
+    record.msg_type = MSG_CALL_SYSCONF;
+    put(record.sysconfArgv, "firewall");
+    return msg_send(record) == 0 ? 0 : fail(kNotSent);
+}
