@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Lays out the virtual router and runs it until its cord is pulled or a part of it ends. Started by script/server:
+# Lays out a virtual router and runs it until its cord is pulled or a part of it ends. Started by script/server, and for
+# mesh agents by itself:
 #
-#   router.sh MODE BUILD-FOLDER STATE-FOLDER LOOPBACK DEBUG
+#   router.sh MODE BUILD-FOLDER STATE-FOLDER LOOPBACK DEBUG AGENTS
 #
 # MODE names a file in modes/, which holds all that differs between the ways to run the router. LOOPBACK and DEBUG are
-# yes or no. Descriptors that it is given:
+# yes or no. AGENTS is the number of mesh agents in the home; for an agent, its own number. Descriptors that it is given:
 #   0  the cord: its end of file ends the router, so whoever holds the other end need not survive to stop it
 #   3  the listening socket of the PC's port; 4 that of the loopback port if LOOPBACK is yes
 #   9  takes "name=value" lines about the router when it is up
@@ -12,21 +13,25 @@
 # A mode defines:
 #   mode_make_room               makes the folder $run ready to hold the router
 #   mode_complete_root           adds to $root what cannot be laid out as plain files
-#   mode_network                 makes the network; reads lan_ip, lan_mask, phone_ip
+#   mode_network                 makes the links of the network; addresses come later
 #   mode_enter COMMAND...        becomes COMMAND inside the router
-#   mode_forward DESCRIPTOR FROM becomes the portal that carries a PC's port to the web server, as the client FROM
+#   mode_follow_lan ADDRESS MASK makes the home follow the router's LAN address
+#   mode_parts                   starts the parts beside the router itself, such as the PC's ports
+#   mode_up                      waits until the router can be used; prints what is to be known of it
 #   mode_stop PID...             ends the parts and all that they run
 #   mode_clean                   removes what outlives the router's processes
 set -eu
 export PATH="$PATH:/usr/sbin:/sbin"
 
-readonly mode=$1 build=$2 state=$3 loopback=$4 debug=$5
+readonly mode=$1 build=$2 state=$3 loopback=$4 debug=$5 agents=$6
 readonly run=$state/run
 readonly root=$run/root
 here=$(dirname "$(readlink -f "$0")")
 readonly here
 # shellcheck source=virtual_router/home.sh
 . "$here/home.sh"
+# shellcheck source=virtual_router/system/lib/address.sh
+. "$here/system/lib/address.sh"
 # shellcheck source=virtual_router/modes/namespaces.sh
 . "$here/modes/$mode.sh"
 
@@ -46,7 +51,11 @@ lay_out_root() {
     if [ -e /usr/lib64 ]; then
         ln -s usr/lib64 "$root/lib64"
     fi
-    cp "$build"/{flash,system_daemon} "$root/bin"
+    # The router's own commands take the place of BusyBox's.
+    cp --remove-destination "$build"/{flash,system_daemon} "$here"/system/bin/* "$root/bin"
+    ln -s /usr/bin/curl "$root/bin/curl"
+    cp "$here"/system/lib/* "$root/lib"
+    cp "$here/home.sh" "$root/etc/home.conf"
     cp "$build/app.cgi" "$root/web/app"
     : >"$root/web/status-500.html"
     cp "$here"/web/* "$root/web/pages"
@@ -55,7 +64,7 @@ lay_out_root() {
     echo 'root:x:0:' >"$root/etc/group"
     echo '127.0.0.1 localhost' >"$root/etc/hosts"
     echo "Compile Date: $FIRMWARE_DATE" >"$root/etc/fwInfo.file"
-    mkfifo "$root/dev/console"
+    mkfifo "$root/dev/console" "$root/dev/lan"
     if [ "$debug" = yes ]; then
         echo 1 >"$root/var/appdebug"
     fi
@@ -79,28 +88,43 @@ store_value() {
     (enter flash get "$1") | sed 's/^[^=]*=//'
 }
 
-address_to_number() {
-    local IFS=.
-    # shellcheck disable=SC2086  # four words
-    set -- $1
-    echo $((($1 << 24) + ($2 << 16) + ($3 << 8) + $4))
+# Follows the LAN address for ever, as it stands in the lines that the router writes when it changes it.
+follow_lan() {
+    local address mask
+    while read -r address mask; do
+        mode_follow_lan "$address" "$mask"
+    done
 }
 
-number_to_address() {
-    echo "$(($1 >> 24 & 255)).$(($1 >> 16 & 255)).$(($1 >> 8 & 255)).$(($1 & 255))"
+# Writes a file of $run, which is never seen half written.
+put_file() {
+    echo "$2" >"$run/$1.new"
+    mv "$run/$1.new" "$run/$1"
 }
 
-# The phone's address in the LAN of the router's address $1 and mask $2.
+await_file() {
+    local tenths
+    for ((tenths = 0; tenths < 100; ++tenths)); do
+        [ ! -e "$1" ] || return 0
+        sleep 0.1
+    done
+    echo "router: $1 does not appear" >&2
+    return 1
+}
+
+# Waits for the phone, and prints what an app on it must know.
+introduce_phone() {
+    await_file "$run/phone"
+    echo "phone_ip=$(cat "$run/phone")"
+    echo "user=$(store_value MIB_USER_NAME)"
+    echo "password=$(store_value MIB_USER_PASSWORD)"
+    echo "up=yes"
+}
+
+# Prints the place that the phone takes in the LAN of the router's address $1 and mask $2: its usual one or one of the
+# last two. Fails where there is no room.
 phone_address() {
-    local own mask last place
-    own=$(address_to_number "$1")
-    mask=$(address_to_number "$2")
-    last=$(((~mask & 0xffffffff) - 1))  # the place before the broadcast address
-    place=$((PHONE_NUMBER <= last ? PHONE_NUMBER : last))
-    if [ $(((own & mask) + place)) -eq "$own" ]; then
-        place=$((place - 1))
-    fi
-    number_to_address $(((own & mask) + place))
+    lan_host "$1" "$2" "$PHONE_PLACE" || lan_host "$1" "$2" -1 || lan_host "$1" "$2" -2
 }
 
 declare -A parts=()  # process id -> name
@@ -118,10 +142,9 @@ start_parts() {
         2> >(exec "$run/console" lighttpd 3<&- 4<&- 9<&-)
     # Opened for reading and writing, so that it never ends.
     start_part "console" "$run/console" console <>"$root/dev/console" 3<&- 4<&- 9<&-
-    start_part "phone" mode_forward 3 "$phone_ip" 4<&- 9<&-
-    if [ "$loopback" = yes ]; then
-        start_part "loopback port" mode_forward 4 127.0.0.1 3<&- 9<&-
-    fi
+    start_part "pairing daemon" enter wscd
+    mode_parts
+    start_part "LAN" follow_lan <>"$root/dev/lan" 3<&- 4<&- 9<&-
     start_part "cord" cat <&8 3<&- 4<&- 9<&-
 }
 
@@ -149,17 +172,10 @@ exec 8<&0 </dev/null
 mode_make_room
 lay_out_root
 mode_complete_root
-(enter flash boot)
-lan_ip=$(store_value MIB_LAN_IP_ADDR)
-lan_mask=$(store_value MIB_LAN_SUBNET_MASK)
-phone_ip=$(phone_address "$lan_ip" "$lan_mask")
 mode_network
+(enter flash boot)
 start_parts
-{
-    echo "phone_ip=$phone_ip"
-    echo "user=$(store_value MIB_USER_NAME)"
-    echo "password=$(store_value MIB_USER_PASSWORD)"
-    echo "up=yes"
-} >&9
+(enter startup 2>&1) | "$run/console" startup 3<&- 4<&- 9<&-
+mode_up >&9
 exec 3<&- 4<&- 9<&-
 await_end

@@ -154,12 +154,20 @@ class Router:
                 parent = table[parent][0]
         return None
 
+    def inside(self, *command):
+        """Runs a command inside the router with script/router. Returns its exit status and what it said."""
+        run = subprocess.run(
+            [*self.way.prefix, str(PROJECT / "script/router"), "--state", str(self.state), *command],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=20,
+        )  # fmt: skip
+        return run.returncode, run.stdout
+
     def post(self, kind, payload):
         """Posts a record to the system daemon. True: the queue took it."""
         enter = []
         key = QUEUE_KEY
         if self.way.played:
-            home = (self.state / "run/root/etc/home").read_text()
+            home = (self.state / "run/root/etc/played").read_text()
             key = int(re.search(r"^queue-key (-?\d+)$", home, re.MULTILINE).group(1))
         else:
             pid = self.find_process("system_daemon")
@@ -200,7 +208,7 @@ class Router:
             left.append("a mount")
         left += [f"queue {key:#x}" for key, id in queues() - self.before if key == QUEUE_KEY or id == self.queue]
         left += [f"temporary file {name}" for name in os.listdir(self.temporary)]
-        left += [f"{name} in the state folder" for name in os.listdir(self.state) if name not in ("flash", "router.lock")]
+        left += [f"{name} in the state folder" for name in os.listdir(self.state) if name not in ("flash", "agents", "router.lock")]
         return left
 
     def remove(self):

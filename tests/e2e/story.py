@@ -168,8 +168,8 @@ def settings(t):
         "a restart, with the new settings",
         "MSG_APP_REINIT",
         "  services start anew with:",
-        "  MIB_DUT_NAME=K\u00fcche",
         "  MIB_TIME_ZONE_INDEX=7_2",
+        "  MIB_DUT_NAME=K\u00fcche",
         "  MIB_OP_MODE=0",
         after=mark,
     )
@@ -181,7 +181,7 @@ def settings(t):
     )
     mark = t.mark()
     t.gated("set the operating mode", {"action": "set", "opMode": {"opMode": "2"}}, set_reply("opMode"))
-    t.told("a restart, with the new mode", "  MIB_TIME_ZONE_INDEX=7_2", "  MIB_OP_MODE=2", after=mark)
+    t.told("a restart, with the new mode", "  MIB_DUT_NAME=K\u00fcche", "  MIB_OP_MODE=2", after=mark)
     t.gated("get the operating mode", {"action": "get", "opMode": {}}, get_reply(opMode={"opMode": "2"}))
     t.gated("set the app's numbers", {"action": "set", "app": {"port": 65535, "ticktime": 9}}, set_reply("app"))
     t.gated("get the app's numbers", {"action": "get", "app": {}}, get_reply(app={"port": 65535, "ticktime": 9}))
@@ -243,20 +243,30 @@ def web_server(t):
 
 def odd_records(t):
     text = "init\x1b[2J\"\\".encode() + b"\xff"
+    nothing = "(nothing in this router acts on it yet)"
     records = (
-        (10, bytes(232) + text, 'MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff" (payload of 243 bytes instead of 360)'),
-        (10, bytes(232) + b"a" * 128, f'MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"'),
-        (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130), "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001"),
-        (9, bytes(232) + struct.pack("<ii", -1, 3) + b"g-1" + bytes(117), 'MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"'),
-        (6, b"http://u/f".ljust(128, b"\0") + b"d" * 32 + bytes(200), f'MSG_APP_FWUPG url="http://u/f" md5="{"d" * 32}"'),
-        (7, bytes(359) + b"x", "MSG_APP_SETQOS (1 bytes that should be zero are not)"),
-        (77, b"", "unknown message type 77 (payload of 0 bytes instead of 360)"),
-        (1 << 40, bytes(8192), f"unknown message type {1 << 40} (payload of 8192 bytes instead of 360)"),
+        (10, bytes(232) + text, 'MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff" (payload of 243 bytes instead of 360)', nothing),
+        (10, bytes(232) + b"a" * 128, f'MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"', nothing),
+        (10, (bytes(232) + b"firewall").ljust(360, b"\0"), 'MSG_CALL_SYSCONF sysconfArgv="firewall"',
+         "(the rules are in the store; this router does not filter anything)"),
+        (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130),
+         "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001",
+         "reboots are scheduled: 23:59:07 on the days 1000001"),
+        (5, bytes(360), "MSG_APP_SCHREBOOT enable=0 hour=0 minute=0 second=0 weekdays=0000000", "no reboot is scheduled"),
+        (9, bytes(232) + struct.pack("<ii", -1, 3) + b"g-1" + bytes(117),
+         'MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"', nothing),
+        (6, b"http://u/$(x)".ljust(128, b"\0") + b"d" * 32 + bytes(200), f'MSG_APP_FWUPG url="http://u/$(x)" md5="{"d" * 32}"',
+         "an upgrade begins: http://u/$(x)"),
+        (6, bytes(360), 'MSG_APP_FWUPG url="" md5=""', "an upgrade is under way; this one is not begun"),
+        (7, bytes(359) + b"x", "MSG_APP_SETQOS (1 bytes that should be zero are not)",
+         "(the bandwidth rules are in the store; this router does not slow anybody down)"),
+        (77, b"", "unknown message type 77 (payload of 0 bytes instead of 360)", nothing),
+        (1 << 40, bytes(8192), f"unknown message type {1 << 40} (payload of 8192 bytes instead of 360)", nothing),
     )  # fmt: skip
-    for kind, payload, line in records:
+    for kind, payload, line, outcome in records:
         mark = t.mark()
         if t.results.check(f"the queue takes a record of type {kind}", t.router.post(kind, payload)):
-            t.told(line, line, "  (nothing in this router acts on it yet)", after=mark)
+            t.told(line, line, f"  {outcome}", after=mark)
 
 
 def reboot_and_reset(t):

@@ -41,30 +41,51 @@ constexpr Field kSysconf[] = {
     {        },
 };
 
+constexpr char kNothing[] = "(nothing in this router acts on it yet)";
+constexpr char kRatesNotPlayed[] = "(the bandwidth rules are in the store; this router does not slow anybody down)";
+constexpr char kFirewallNotPlayed[] = "(the rules are in the store; this router does not filter anything)";
+
+// A message of which there is one kind: the command is called with the fields' values as its words.
 struct Row {
     long type;
     const char *name;
     const Field *fields;
-    Action action;
+    const char *command;  // nullptr: none
+    const char *note;     // without a command
 };
 
 constexpr Row kRows[] = {
-    {1,  "MSG_APP_START",                kNoFields, Action::kNotPlayed},
-    {2,  "MSG_RESET",                    kNoFields, Action::kReset    },
-    {3,  "MSG_REBOOT",                   kNoFields, Action::kReboot   },
-    {4,  "MSG_APP_REINIT",               kNoFields, Action::kRestart  },
-    {5,  "MSG_APP_SCHREBOOT",            kSchedule, Action::kNotPlayed},
-    {6,  "MSG_APP_FWUPG",                kUpgrade,  Action::kNotPlayed},
-    {7,  "MSG_APP_SETQOS",               kNoFields, Action::kNotPlayed},
-    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, Action::kNotPlayed},
-    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   Action::kNotPlayed},
-    {10, "MSG_CALL_SYSCONF",             kSysconf,  Action::kNotPlayed},
+    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing       },
+    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr        },
+    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr        },
+    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr        },
+    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr        },
+    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr        },
+    {7,  "MSG_APP_SETQOS",               kNoFields, nullptr,     kRatesNotPlayed},
+    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, nullptr,     kNothing       },
+    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNothing       },
+    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing       },
 };
 
-std::string value_text(const Field &field, const char *bytes) {
+// What a MSG_CALL_SYSCONF can ask for.
+struct Order {
+    const char *argument;
+    const char *command;  // nullptr: none
+    const char *note;     // without a command
+};
+
+constexpr Order kOrders[] = {
+    {"initwan",     "initwan", nullptr           },
+    {"initlan",     "initlan", nullptr           },
+    {"init gw all", "restart", nullptr           },
+    {"firewall",    nullptr,   kFirewallNotPlayed},
+};
+
+// The value as a program takes it.
+std::string plain_value(const Field &field, const char *bytes) {
     switch (field.kind) {
         case Kind::kText:
-            return '"' + printable({bytes, strnlen(bytes, field.size)}, "\"\\") + '"';
+            return {bytes, strnlen(bytes, field.size)};
         case Kind::kByte:
             return std::to_string(static_cast<unsigned char>(*bytes));
         case Kind::kWeekdays: {
@@ -83,6 +104,33 @@ std::string value_text(const Field &field, const char *bytes) {
     return "";
 }
 
+// The value as a person reads it.
+std::string shown_value(const Field &field, const std::string &value) {
+    return field.kind == Kind::kText ? '"' + printable(value, "\"\\") + '"' : value;
+}
+
+// Finds what is to be done about a message with these values.
+void find_command(const Row &row, const std::vector<std::string> &values, Message &message) {
+    const char *command = row.command;
+    const char *note = row.note;
+    if (row.fields == kSysconf) {
+        for (const Order &order : kOrders) {
+            if (values[0] == order.argument) {
+                command = order.command;
+                note = order.note;
+            }
+        }
+    } else {
+        message.command = values;
+    }
+    if (command != nullptr) {
+        message.command.insert(message.command.begin(), command);
+    } else {
+        message.command.clear();
+        message.note = note;
+    }
+}
+
 }  // namespace
 
 Message decode_record(long type, std::string_view payload) {
@@ -92,12 +140,16 @@ Message decode_record(long type, std::string_view payload) {
     char bytes[kPayloadSize] = {};
     std::memcpy(bytes, payload.data(), std::min(payload.size(), sizeof bytes));
 
-    Message message = {known ? row->action : Action::kNotPlayed,
-                       known ? row->name : "unknown message type " + std::to_string(type)};
+    Message message = {known ? row->name : "unknown message type " + std::to_string(type), {}, kNothing};
+    std::vector<std::string> values;
     for (const Field *field = known ? row->fields : kNoFields; field->name != nullptr; ++field) {
-        char *value = bytes + field->offset - kTypeSize;
-        message.text += std::string(" ") + field->name + "=" + value_text(*field, value);
-        std::memset(value, 0, field->size);  // so that only bytes without a meaning are left
+        char *bytes_of_field = bytes + field->offset - kTypeSize;
+        values.push_back(plain_value(*field, bytes_of_field));
+        message.text += std::string(" ") + field->name + "=" + shown_value(*field, values.back());
+        std::memset(bytes_of_field, 0, field->size);  // so that only bytes without a meaning are left
+    }
+    if (known) {
+        find_command(*row, values, message);
     }
     const auto stray = std::count_if(std::begin(bytes), std::end(bytes), [](char byte) { return byte != 0; });
     if (stray != 0) {

@@ -6,23 +6,18 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // A record is described as 364 bytes that begin with a 32-bit type. The queue carries the type apart, as a `long`, and
 // the other 360 bytes as they are, so a field lies 4 bytes before its described offset.
 constexpr std::size_t kTypeSize = 4;
 constexpr std::size_t kPayloadSize = 360;
 
-// What the daemon does about a message, as far as this router can show it.
-enum class Action : uint8_t {
-    kRestart,    // shows the settings in force, as services that start anew read them
-    kReboot,     // drops what a power cut drops
-    kReset,      // brings the factory's settings back
-    kNotPlayed,  // nothing: what it asks for has no part in this router yet
-};
-
 struct Message {
-    Action action;
     std::string text;  // one line, fit for a terminal
+    std::vector<std::string>
+        command;       // the router's command that does what is asked, and its words; empty: there is none
+    std::string note;  // without a command: what becomes of the message, fit for a terminal
 };
 
 // Decodes a record of `type` with the payload bytes that came. Any bytes are welcome: missing ones count as zero, and

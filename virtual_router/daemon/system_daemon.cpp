@@ -1,14 +1,17 @@
-// The router's system daemon, as far as the virtual router needs one: reads the message queue, prints each record, and
-// does what it asks as far as that can be shown here. Runs until it is killed.
+// The router's system daemon: reads the message queue, prints each record, and has the router's command do what it
+// asks, one after another. Runs until it is killed.
+#include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
+#include "virtual_router/console/printable.h"
 #include "virtual_router/daemon/record.h"
 
 namespace {
@@ -23,53 +26,56 @@ struct Envelope {
     char payload[8192];
 };
 
-// Runs a command of the router and prints what it prints, one indented line each.
-void show_command(const char *command) {
-    const std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(command, "r"), pclose);
-    if (!pipe) {
-        std::perror(command);
+// Becomes the command. Its words come from outside, so no shell reads them.
+[[noreturn]] void become(const std::vector<std::string> &command, int output) {
+    std::vector<char *> words;
+    for (const std::string &word : command) {
+        words.push_back(const_cast<char *>(word.c_str()));
+    }
+    words.push_back(nullptr);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    execvp(words[0], words.data());
+    std::perror(words[0]);
+    _exit(127);
+}
+
+// Prints what arrives, one indented line each, until the writers have gone.
+void show_lines(int input) {
+    const std::unique_ptr<FILE, int (*)(FILE *)> lines(fdopen(input, "r"), fclose);
+    char *line = nullptr;
+    std::size_t room = 0;
+    for (ssize_t length = 0; (length = getline(&line, &room, lines.get())) >= 0;) {
+        std::string_view text(line, static_cast<std::size_t>(length));
+        if (!text.empty() && text.back() == '\n') {
+            text.remove_suffix(1);
+        }
+        std::printf("daemon:   %s\n", printable(text).c_str());
+    }
+    std::free(line);
+}
+
+void run(const std::vector<std::string> &command) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {  // what a command leaves running must not keep the pipe open
+        std::perror("daemon: pipe");
         return;
     }
-    char line[512];
-    while (fgets(line, sizeof line, pipe.get()) != nullptr) {
-        std::printf("daemon:   %s", line);
+    const pid_t child = fork();
+    if (child == 0) {
+        become(command, ends[1]);
     }
-}
-
-void restart() {
-    std::puts("daemon:   services start anew with:");
-    show_command("for item in MIB_DUT_NAME MIB_TIME_ZONE_INDEX MIB_OP_MODE; do flash get $item; done 2>&1");
-}
-
-void reboot() {
-    show_command("rm -f /var/app_sessionid; flash boot 2>&1");
-    std::puts("daemon:   the router started anew; what was not committed is gone, and so is the session");
-}
-
-void reset() {
-    show_command("flash default 2>&1");
-    std::puts("daemon:   the factory's settings are back");
-    reboot();
-}
-
-void not_played() {
-    std::puts("daemon:   (nothing in this router acts on it yet)");
-}
-
-void act(Action action) {
-    switch (action) {
-        case Action::kRestart:
-            restart();
-            break;
-        case Action::kReboot:
-            reboot();
-            break;
-        case Action::kReset:
-            reset();
-            break;
-        case Action::kNotPlayed:
-            not_played();
-            break;
+    close(ends[1]);
+    if (child < 0) {
+        std::perror("daemon: fork");
+        close(ends[0]);
+        return;
+    }
+    show_lines(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (status != 0) {
+        std::printf("daemon:   (%s failed)\n", command[0].c_str());
     }
 }
 
@@ -88,7 +94,11 @@ int main() {
         if (size >= 0) {
             const Message message = decode_record(envelope.type, {envelope.payload, static_cast<std::size_t>(size)});
             std::printf("daemon: %s\n", message.text.c_str());
-            act(message.action);
+            if (message.command.empty()) {
+                std::printf("daemon:   %s\n", message.note.c_str());
+            } else {
+                run(message.command);
+            }
         } else if (errno != EINTR) {
             std::perror("daemon: msgrcv");
             return 1;

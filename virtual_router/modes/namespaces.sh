@@ -73,25 +73,45 @@ link set lo up
 link add br0 address $ROUTER_LAN_MAC type bridge
 link add lan1 type veth peer name eth0 address $PHONE_MAC netns $run/networks/phone
 link set lan1 master br0 up
-address add $lan_ip/$lan_mask broadcast + dev br0
-link set br0 up
 link add eth1 address $ROUTER_WAN_MAC type veth peer name eth0 address $ISP_MAC netns $run/networks/isp
-address add $WAN_ADDRESS/$WAN_MASK broadcast + dev eth1
-link set eth1 up
+link add ppp0 type veth peer name ppp0 netns $run/networks/isp
 END
     nsenter --net="$run/networks/phone" ip -batch - <<END
 link set lo up
-address add $phone_ip/$lan_mask broadcast + dev eth0
 link set eth0 up
-route add default via $lan_ip
 END
+    # All that is not the router's is the provider: it answers for the whole Internet.
     nsenter --net="$run/networks/isp" ip -batch - <<END
 link set lo up
 address add $ISP_ADDRESS/$WAN_MASK broadcast + dev eth0
 link set eth0 up
+address add $PPP_PEER peer $PPP_ADDRESS dev ppp0
+link set ppp0 up
+route add local default dev lo
 END
-    ip route add default via "$ISP_ADDRESS"
     echo 'server.bind = "0.0.0.0"' >"$root/etc/lighttpd-listen.conf"
+}
+
+mode_follow_lan() {
+    local phone='' agent address
+    if phone=$(phone_address "$1" "$2") && nsenter --net="$run/networks/phone" ip -batch - <<END; then
+address flush dev eth0
+address add $phone/$2 broadcast + dev eth0
+route add default via $1
+END
+        put_file phone-target "$1:80"
+        echo "home: the phone has the address $phone"
+    else
+        echo "home: the phone finds no place in the LAN of $1, mask $2"
+    fi
+    for agent in "${!leases[@]}"; do
+        if address=$(lan_host "$1" "$2" $((FIRST_AGENT_PLACE + agent - 1))); then
+            echo "$address $2 $1" >&"${leases[$agent]}"
+        else
+            echo "home: agent $agent finds no place in the LAN of $1, mask $2"
+        fi
+    done
+    put_file phone "$phone"
 }
 
 mode_enter() {
@@ -100,11 +120,52 @@ mode_enter() {
 }
 
 # Whom the web server sees as the client is the kernel's doing.
-mode_forward() {
-    case "$2" in
-    127.*) exec "$run/portal" forward "$1" 127.0.0.1:80 ;;
-    *) exec nsenter --net="$run/networks/phone" "$run/portal" forward "$1" "$lan_ip:80" ;;
-    esac
+mode_parts() {
+    start_part "phone" nsenter --net="$run/networks/phone" "$run/portal" forward 3 "@$run/phone-target" 4<&- 9<&-
+    if [ "$loopback" = yes ]; then
+        start_part "loopback port" "$run/portal" forward 4 127.0.0.1:80 3<&- 9<&-
+    fi
+    local agent
+    for ((agent = 1; agent <= agents; ++agent)); do
+        add_agent "$agent"
+    done
+}
+
+leases=()  # agent -> descriptor of the pipe that takes its addresses
+
+# Attaches a mesh agent to the LAN: a router of its own, in namespaces and a folder of its own.
+add_agent() {
+    local name=agent$1 place=$((FIRST_AGENT_PLACE + $1 - 1)) mac=$AGENT_MAC_PREFIX$1 lease
+    mkdir -p "$run/agents/$1" "$state/agents/$1/mib"
+    ln -s "$state/agents/$1" "$run/agents/$1/flash"
+    mkdir "$run/agents/$1/run"
+    mkfifo "$run/agents/$1/leases"
+    exec {lease}<>"$run/agents/$1/leases"
+    leases[$1]=$lease
+    add_network "$name"
+    ip -batch - <<END
+link add $name type veth peer name eth0 address $mac netns $run/networks/$name
+link set $name master br0 up
+END
+    echo "$place $mac" >>"$root/etc/agents"
+    start_part "agent $1" run_agent "$1" <&8 3<&- 4<&-
+}
+
+# Its ready file is there when it is up.
+run_agent() {
+    local folder=$run/agents/$1
+    nsenter --net="$run/networks/agent$1" unshare --mount --ipc --uts --pid --fork --kill-child --propagation private \
+        "$here/router.sh" agent "$build" "$folder" no "$debug" "$1" 9>"$folder/ready.new" 2>&1 |
+        "$run/console" "agent $1" 9<&-
+}
+
+mode_up() {
+    introduce_phone >"$run/introduction"
+    local agent
+    for agent in "${!leases[@]}"; do
+        await_file "$run/agents/$agent/ready"
+    done
+    cat "$run/introduction"
 }
 
 # The end of the namespaces' first process ends all others.

@@ -7,7 +7,9 @@
 # Sets mode_command to what the router is run with: nothing. Fails, with the reason in mode_refusal, where proot does not
 # work.
 mode_try() {
+    # shellcheck disable=SC2034  # read by script/server
     mode_command=()
+    # shellcheck disable=SC2034  # read by script/server
     mode_refusal=$(PROOT_TMP_DIR=$1 proot -r / /bin/true 2>&1)
 }
 
@@ -26,49 +28,23 @@ mode_complete_root() {
     queue=$(ipcmk --queue --mode 0666 | sed 's/.*: *//')
     echo "$queue" >"$run/queue"
     key=$(awk -v id="$queue" '$2 == id { print $1 }' /proc/sysvipc/msg)
-    echo "queue-key $key" >"$root/etc/home"
-}
-
-# An address as the kernel's tables in /proc/net have it on this machine.
-route_number() {
-    local number
-    number=$(address_to_number "$1")
-    printf '%02X%02X%02X%02X' $((number & 255)) $((number >> 8 & 255)) $((number >> 16 & 255)) $((number >> 24))
-}
-
-network_of() {
-    number_to_address $(($(address_to_number "$1") & $(address_to_number "$2")))
+    echo "queue-key $key" >"$root/etc/played"
 }
 
 mode_network() {
-    cat >>"$root/etc/home" <<END
-interface lo 127.0.0.1 255.0.0.0 00:00:00:00:00:00
-interface br0 $lan_ip $lan_mask $ROUTER_LAN_MAC
-interface eth1 $WAN_ADDRESS $WAN_MASK $ROUTER_WAN_MAC
-answers $phone_ip
+    cat >>"$root/etc/played" <<END
+interface lo 127.0.0.1 255.0.0.0 00:00:00:00:00:00 65536 up
+interface br0 0.0.0.0 0.0.0.0 $ROUTER_LAN_MAC 1500 down
+interface eth1 0.0.0.0 0.0.0.0 $ROUTER_WAN_MAC 1500 down
+interface ppp0 0.0.0.0 0.0.0.0 00:00:00:00:00:00 1500 down
 answers $ISP_ADDRESS
 END
     mkdir "$root/proc/net"
-    local line="%s\t%s\t%s\t%s\t0\t0\t0\t%s\t0\t0\t0\n" device
-    {
-        printf 'Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n'
-        # shellcheck disable=SC2059  # the format is a variable
-        {
-            printf "$line" eth1 00000000 "$(route_number "$ISP_ADDRESS")" 0003 00000000
-            printf "$line" br0 "$(route_number "$(network_of "$lan_ip" "$lan_mask")")" 00000000 0001 \
-                "$(route_number "$lan_mask")"
-            printf "$line" eth1 "$(route_number "$(network_of "$WAN_ADDRESS" "$WAN_MASK")")" 00000000 0001 \
-                "$(route_number "$WAN_MASK")"
-        }
-    } >"$root/proc/net/route"
-    {
-        echo 'IP address       HW type     Flags       HW address            Mask     Device'
-        printf '%-16s 0x1         0x2         %s     *        br0\n' "$phone_ip" "$PHONE_MAC"
-    } >"$root/proc/net/arp"
+    local device
     {
         echo 'Inter-|   Receive                                                |  Transmit'
         echo ' face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo colls carrier compressed'
-        for device in lo br0 eth1; do
+        for device in lo br0 eth1 ppp0; do
             printf '%6s: 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0\n' "$device"
         done
     } >"$root/proc/net/dev"
@@ -80,14 +56,38 @@ extforward.hap-PROXY = "enable"
 END
 }
 
+mode_follow_lan() {
+    local phone=''
+    if phone=$(phone_address "$1" "$2"); then
+        # The fact of where the phone was goes; the others are the router's to change.
+        (enter sed -i -e "/^answers /{/ $ISP_ADDRESS\$/!d}" -e "\$aanswers $phone" /etc/played)
+        {
+            echo 'IP address       HW type     Flags       HW address            Mask     Device'
+            printf '%-16s 0x1         0x2         %s     *        br0\n' "$phone" "$PHONE_MAC"
+        } >"$root/proc/net/arp"
+        put_file phone-target "$root/var/run/http.sock $phone $1"
+        echo "home: the phone has the address $phone"
+    else
+        echo "home: the phone finds no place in the LAN of $1, mask $2"
+    fi
+    put_file phone "$phone"
+}
+
 mode_enter() {
     exec env -i PATH=/bin:/sbin PROOT_TMP_DIR="$run/proot" proot --verbose=-1 --root-id --rootfs="$root" --cwd=/ \
         --bind=/usr --bind=/dev/null --bind=/dev/zero --bind=/dev/random --bind=/dev/urandom \
         --bind="$state/flash:/flash" "$@"
 }
 
-mode_forward() {
-    exec "$run/portal" forward "$1" "$root/var/run/http.sock" "$2" "$([ "$2" = "$phone_ip" ] && echo "$lan_ip" || echo "$2")"
+mode_parts() {
+    start_part "phone" "$run/portal" forward 3 "@$run/phone-target" 4<&- 9<&-
+    if [ "$loopback" = yes ]; then
+        start_part "loopback port" "$run/portal" forward 4 "$root/var/run/http.sock" 127.0.0.1 127.0.0.1 3<&- 9<&-
+    fi
+}
+
+mode_up() {
+    introduce_phone
 }
 
 # SIGQUIT is proot's call to end all that it runs, SIGTERM is the other parts'.

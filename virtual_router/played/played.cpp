@@ -1,13 +1,16 @@
 // Plays the part of the kernel for the router's programs where no network namespace can be made.
 //
 // Preloaded into every process inside the router's root (by the root's own /etc/ld.so.preload, so that nothing outside
-// is touched) and never used where the kernel can do it. What it answers with stands in /etc/home, one fact per line:
+// is touched) and never used where the kernel can do it. What it answers with stands in /etc/played, one fact per line:
 //
-//   interface NAME ADDRESS MASK MAC    requests about the router's network interfaces
-//   answers ADDRESS                    a neighbour that answers a ping; the interfaces' own addresses do too
-//   queue-key NUMBER                   the key of the system daemon's message queue, which must differ from the one
-//   that
-//                                      another router on the same machine uses
+//   interface NAME ADDRESS MASK MAC MTU up|down   one of the router's network interfaces; the address 0.0.0.0 is none
+//   gateway INTERFACE ADDRESS   the default route
+//   answers ADDRESS             a neighbour that answers a ping; the interfaces' own addresses do, and with a default
+//                               route all that lies beyond it
+//   queue-key NUMBER            the key of the system daemon's message queue, which must differ from the one that
+//                               another router on the same machine uses
+//
+// The requests that change an interface or the default route change the facts, and /proc/net/route with them.
 //
 // Loaded into the endpoint too, so: no C++ library at run time.
 #undef _FORTIFY_SOURCE  // with it, the C library's headers bring a recvfrom() of their own
@@ -15,6 +18,8 @@
 #include <dlfcn.h>
 #include <net/if.h>
 #include <net/if_arp.h>
+#include <net/route.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/ip.h>
 #include <netinet/ip_icmp.h>
@@ -34,7 +39,10 @@
 
 namespace {
 
-constexpr char kHomePath[] = "/etc/home";
+constexpr char kFactsPath[] = "/etc/played";
+constexpr char kNewFactsPath[] = "/etc/played.new";
+constexpr char kRoutesPath[] = "/proc/net/route";
+constexpr char kNewRoutesPath[] = "/proc/net/route.new";
 constexpr int kQueueProject = 117;
 
 struct Interface {
@@ -42,35 +50,63 @@ struct Interface {
     in_addr address;
     in_addr mask;
     unsigned char mac[6];
+    int mtu;
+    bool up;
+};
+
+struct Gateway {
+    char interface[IFNAMSIZ];
+    in_addr address;
 };
 
 // Calls visit(keyword, rest of the line) for each fact until it returns true. True: some visit did.
 template <typename Visit>
 bool find_fact(const Visit &visit) {
-    FILE *home = fopen(kHomePath, "re");
-    if (home == nullptr) {
+    FILE *facts = fopen(kFactsPath, "re");
+    if (facts == nullptr) {
         return false;
     }
     bool found = false;
     char line[160];
-    while (!found && fgets(line, sizeof line, home) != nullptr) {
+    while (!found && fgets(line, sizeof line, facts) != nullptr) {
+        line[strcspn(line, "\n")] = '\0';
         char *rest = strchr(line, ' ');
         if (rest != nullptr) {
             *rest = '\0';
             found = visit(line, rest + 1);
         }
     }
-    fclose(home);
+    fclose(facts);
     return found;
 }
 
 bool parse_interface(const char *keyword, const char *text, Interface &out) {
     char address[16];
     char mask[16];
-    return strcmp(keyword, "interface") == 0 &&
-           sscanf(text, "%15s %15s %15s %hhx:%hhx:%hhx:%hhx:%hhx:%hhx", out.name, address, mask, &out.mac[0],
-                  &out.mac[1], &out.mac[2], &out.mac[3], &out.mac[4], &out.mac[5]) == 9 &&
-           inet_pton(AF_INET, address, &out.address) == 1 && inet_pton(AF_INET, mask, &out.mask) == 1;
+    char state[8];
+    const bool good =
+        strcmp(keyword, "interface") == 0 &&
+        sscanf(text, "%15s %15s %15s %hhx:%hhx:%hhx:%hhx:%hhx:%hhx %d %7s", out.name, address, mask, &out.mac[0],
+               &out.mac[1], &out.mac[2], &out.mac[3], &out.mac[4], &out.mac[5], &out.mtu, state) == 11 &&
+        inet_pton(AF_INET, address, &out.address) == 1 && inet_pton(AF_INET, mask, &out.mask) == 1;
+    out.up = good && strcmp(state, "up") == 0;
+    return good;
+}
+
+void print_interface(FILE *file, const Interface &interface) {
+    char address[INET_ADDRSTRLEN];
+    char mask[INET_ADDRSTRLEN];
+    const unsigned char *mac = interface.mac;
+    fprintf(file, "interface %s %s %s %02x:%02x:%02x:%02x:%02x:%02x %d %s\n", interface.name,
+            inet_ntop(AF_INET, &interface.address, address, sizeof address),
+            inet_ntop(AF_INET, &interface.mask, mask, sizeof mask), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5],
+            interface.mtu, interface.up ? "up" : "down");
+}
+
+bool parse_gateway(const char *keyword, const char *text, Gateway &out) {
+    char address[16];
+    return strcmp(keyword, "gateway") == 0 && sscanf(text, "%15s %15s", out.interface, address) == 2 &&
+           inet_pton(AF_INET, address, &out.address) == 1;
 }
 
 bool find_interface(const char *name, Interface &out) {
@@ -83,19 +119,37 @@ bool is_loopback(const Interface &interface) {
     return ntohl(interface.address.s_addr) >> 24 == IN_LOOPBACKNET;
 }
 
+bool has_address(const Interface &interface) {
+    return interface.address.s_addr != INADDR_ANY;
+}
+
+// A neighbour of an interface whose mask leaves no room for one is the other end of its line.
+bool is_neighbour(const Interface &interface, in_addr address) {
+    return interface.up && has_address(interface) &&
+           (interface.mask.s_addr == INADDR_BROADCAST ||
+            ((interface.address.s_addr ^ address.s_addr) & interface.mask.s_addr) == 0);
+}
+
+// An address that is neither the router's own, nor a neighbour that is known to answer, nor silent, lies beyond the
+// default route.
 bool answers_ping(in_addr address) {
-    return find_fact([&](const char *keyword, char *text) {
+    bool own_network = false;
+    bool has_gateway = false;
+    const bool known = find_fact([&](const char *keyword, char *text) {
         Interface interface = {};
+        Gateway gateway = {};
         if (parse_interface(keyword, text, interface)) {
+            const bool own = interface.address.s_addr == address.s_addr && has_address(interface);
+            own_network |= interface.mask.s_addr != INADDR_BROADCAST && is_neighbour(interface, address);
             // All of 127.0.0.0/8 is the machine itself.
-            return interface.address.s_addr == address.s_addr ||
-                   (is_loopback(interface) && ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET);
+            return own || (is_loopback(interface) && ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET);
         }
+        has_gateway |= parse_gateway(keyword, text, gateway);
         in_addr neighbour = {};
-        text[strcspn(text, "\n")] = '\0';
         return strcmp(keyword, "answers") == 0 && inet_pton(AF_INET, text, &neighbour) == 1 &&
                neighbour.s_addr == address.s_addr;
     });
+    return known || (has_gateway && !own_network);
 }
 
 // The C library's own function behind one that is played.
@@ -116,8 +170,8 @@ bool answer_request(unsigned long request, const Interface &interface, ifreq &an
     const bool loopback = is_loopback(interface);
     switch (request) {
         case SIOCGIFFLAGS:
-            answer.ifr_flags =
-                static_cast<short>(IFF_UP | IFF_RUNNING | (loopback ? IFF_LOOPBACK : IFF_BROADCAST | IFF_MULTICAST));
+            answer.ifr_flags = static_cast<short>((interface.up ? IFF_UP | IFF_RUNNING : 0) |
+                                                  (loopback ? IFF_LOOPBACK : IFF_BROADCAST | IFF_MULTICAST));
             return true;
         case SIOCGIFHWADDR:
             answer.ifr_hwaddr = {};
@@ -135,7 +189,7 @@ bool answer_request(unsigned long request, const Interface &interface, ifreq &an
             put_address(answer.ifr_addr, {loopback ? 0 : interface.address.s_addr | ~interface.mask.s_addr});
             return true;
         case SIOCGIFMTU:
-            answer.ifr_mtu = loopback ? 65536 : 1500;
+            answer.ifr_mtu = interface.mtu;
             return true;
         case SIOCGIFMETRIC:
             answer.ifr_metric = 0;
@@ -151,6 +205,159 @@ bool answer_request(unsigned long request, const Interface &interface, ifreq &an
     }
 }
 
+// Which requests fail with EADDRNOTAVAIL on an interface without an address.
+bool needs_address(unsigned long request) {
+    return request == SIOCGIFADDR || request == SIOCGIFDSTADDR || request == SIOCGIFNETMASK ||
+           request == SIOCGIFBRDADDR;
+}
+
+in_addr address_in(const sockaddr &where) {
+    sockaddr_in in = {};
+    memcpy(&in, &where, sizeof in);
+    return in.sin_addr;
+}
+
+// The mask that an address has by its class, which an interface gets with a new address.
+in_addr mask_of_class(in_addr address) {
+    const uint32_t host = ntohl(address.s_addr);
+    return {htonl(IN_CLASSA(host) ? IN_CLASSA_NET : IN_CLASSB(host) ? IN_CLASSB_NET : IN_CLASSC_NET)};
+}
+
+// A mask is ones and then zeros.
+bool is_mask(in_addr mask) {
+    const uint32_t zeros = ~ntohl(mask.s_addr);
+    return (zeros & (zeros + 1)) == 0;
+}
+
+// Does one of the requests that change an interface. -1: not one of those; else 0 or an error number.
+int change_interface(unsigned long request, const ifreq &wanted, Interface &interface) {
+    switch (request) {
+        case SIOCSIFADDR:
+            if (interface.address.s_addr != address_in(wanted.ifr_addr).s_addr) {
+                interface.address = address_in(wanted.ifr_addr);
+                interface.mask = mask_of_class(interface.address);
+            }
+            return 0;
+        case SIOCSIFNETMASK:
+            if (!is_mask(address_in(wanted.ifr_netmask))) {
+                return EINVAL;
+            }
+            interface.mask = address_in(wanted.ifr_netmask);
+            return has_address(interface) ? 0 : EADDRNOTAVAIL;
+        case SIOCSIFFLAGS:
+            interface.up = (wanted.ifr_flags & IFF_UP) != 0;
+            return 0;
+        case SIOCSIFMTU:
+            interface.mtu = wanted.ifr_mtu;
+            return 0;
+        case SIOCSIFDSTADDR:
+        case SIOCSIFBRDADDR:
+            return 0;  // follow from the address and the mask here
+        default:
+            return -1;
+    }
+}
+
+void print_route(FILE *file, const char *interface, in_addr destination, in_addr gateway, unsigned flags,
+                 in_addr mask) {
+    fprintf(file, "%s\t%08X\t%08X\t%04X\t0\t0\t0\t%08X\t0\t0\t0\n", interface, destination.s_addr, gateway.s_addr,
+            flags, mask.s_addr);
+}
+
+// Writes the kernel's table of routes as it follows from the facts.
+void write_routes() {
+    constexpr unsigned kUp = 1;
+    constexpr unsigned kGateway = 2;
+    FILE *file = fopen(kNewRoutesPath, "we");
+    if (file == nullptr) {
+        return;
+    }
+    fputs("Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n", file);
+    find_fact([&](const char *keyword, const char *text) {
+        Gateway gateway = {};
+        if (parse_gateway(keyword, text, gateway)) {
+            print_route(file, gateway.interface, {0}, gateway.address, kUp | kGateway, {0});
+        }
+        return false;
+    });
+    find_fact([&](const char *keyword, const char *text) {
+        Interface interface = {};
+        if (parse_interface(keyword, text, interface) && interface.up && has_address(interface) &&
+            !is_loopback(interface)) {
+            print_route(file, interface.name, {interface.address.s_addr & interface.mask.s_addr}, {0}, kUp,
+                        interface.mask);
+        }
+        return false;
+    });
+    fclose(file);
+    rename(kNewRoutesPath, kRoutesPath);
+}
+
+// Writes the facts anew with this interface changed and this default route; its interface's name is empty for none. A
+// route that leads nowhere any more is dropped. The processes that change facts run one after another.
+void write_facts(const Interface *changed, Gateway gateway) {
+    FILE *file = fopen(kNewFactsPath, "we");
+    if (file == nullptr) {
+        return;
+    }
+    find_fact([&](const char *keyword, const char *text) {
+        Interface interface = {};
+        if (parse_interface(keyword, text, interface)) {
+            if (changed != nullptr && strcmp(interface.name, changed->name) == 0) {
+                interface = *changed;
+            }
+            print_interface(file, interface);
+            if (strcmp(interface.name, gateway.interface) == 0 && !is_neighbour(interface, gateway.address)) {
+                gateway = {};
+            }
+        } else if (strcmp(keyword, "gateway") != 0) {
+            fprintf(file, "%s %s\n", keyword, text);
+        }
+        return false;
+    });
+    if (gateway.interface[0] != '\0') {
+        char address[INET_ADDRSTRLEN];
+        fprintf(file, "gateway %s %s\n", gateway.interface,
+                inet_ntop(AF_INET, &gateway.address, address, sizeof address));
+    }
+    fclose(file);
+    rename(kNewFactsPath, kFactsPath);
+    write_routes();
+}
+
+Gateway find_gateway() {
+    Gateway gateway = {};
+    return find_fact([&](const char *keyword, const char *text) { return parse_gateway(keyword, text, gateway); })
+               ? gateway
+               : Gateway{};
+}
+
+// Adds or removes the default route, the only one that can be changed. Returns 0 or an error number.
+int change_route(unsigned long request, const rtentry &route) {
+    if (address_in(route.rt_dst).s_addr != INADDR_ANY) {
+        return EOPNOTSUPP;
+    }
+    if (request == SIOCDELRT) {
+        if (find_gateway().interface[0] == '\0') {
+            return ESRCH;
+        }
+        write_facts(nullptr, {});
+        return 0;
+    }
+    Interface interface = {};
+    if (route.rt_dev == nullptr || !find_interface(route.rt_dev, interface)) {
+        return ENODEV;
+    }
+    Gateway gateway = {};
+    memcpy(gateway.interface, interface.name, sizeof gateway.interface);
+    gateway.address = address_in(route.rt_gateway);
+    if (!is_neighbour(interface, gateway.address)) {
+        return ENETUNREACH;
+    }
+    write_facts(nullptr, gateway);
+    return 0;
+}
+
 // Answers SIOCGIFCONF: as many interfaces with their addresses as there is room for.
 void list_interfaces(ifconf &list) {
     const int room = list.ifc_len;
@@ -158,7 +365,7 @@ void list_interfaces(ifconf &list) {
     find_fact([&](const char *keyword, const char *text) {
         Interface interface = {};
         const int size = static_cast<int>(sizeof(ifreq));
-        if (parse_interface(keyword, text, interface) && list.ifc_len + size <= room) {
+        if (parse_interface(keyword, text, interface) && has_address(interface) && list.ifc_len + size <= room) {
             ifreq &entry = list.ifc_req[list.ifc_len / size];
             entry = {};
             memcpy(entry.ifr_name, interface.name, sizeof entry.ifr_name);
@@ -236,9 +443,14 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
         list_interfaces(*static_cast<ifconf *>(argument));
         return 0;
     }
+    if (request == SIOCADDRT || request == SIOCDELRT) {
+        errno = change_route(request, *static_cast<rtentry *>(argument));
+        return errno == 0 ? 0 : -1;
+    }
     ifreq probe = {};
     Interface interface = {};
-    if (!answer_request(request, interface, probe)) {
+    const bool reads = answer_request(request, interface, probe);
+    if (!reads && change_interface(request, probe, interface) < 0) {
         return real<int(int, unsigned long, void *)>("ioctl")(fd, request, argument);
     }
     ifreq &asked = *static_cast<ifreq *>(argument);
@@ -246,8 +458,48 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
         errno = ENODEV;
         return -1;
     }
-    answer_request(request, interface, asked);
+    if (reads) {
+        if (needs_address(request) && !has_address(interface)) {
+            errno = EADDRNOTAVAIL;
+            return -1;
+        }
+        answer_request(request, interface, asked);
+        return 0;
+    }
+    errno = change_interface(request, asked, interface);
+    if (errno != 0) {
+        return -1;
+    }
+    write_facts(&interface, find_gateway());
     return 0;
+}
+
+// No name is known but the router's own: whoever would be asked is played.
+PLAYED int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **result) {
+    addrinfo played = {};
+    if (hints != nullptr) {
+        played = *hints;
+    }
+    if (name != nullptr && strcmp(name, "localhost") != 0) {
+        played.ai_flags |= AI_NUMERICHOST;
+    }
+    return real<int(const char *, const char *, const addrinfo *, addrinfo **)>("getaddrinfo")(name, service, &played,
+                                                                                               result);
+}
+
+// Nothing leaves the router's played network for the PC's.
+PLAYED int connect(int fd, const sockaddr *to, socklen_t length) {
+    auto *real_connect = real<int(int, const sockaddr *, socklen_t)>("connect");
+    sockaddr_in target = {};
+    if (to == nullptr || to->sa_family != AF_INET || length < sizeof target) {
+        return real_connect(fd, to, length);
+    }
+    memcpy(&target, to, sizeof target);
+    if (ntohl(target.sin_addr.s_addr) >> 24 == IN_LOOPBACKNET) {
+        return real_connect(fd, to, length);
+    }
+    errno = ENETUNREACH;
+    return -1;
 }
 
 PLAYED int socket(int domain, int type, int protocol) noexcept {

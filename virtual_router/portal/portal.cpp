@@ -8,6 +8,8 @@
 //       so that the server sees the address of this side of that network.
 //   portal forward DESCRIPTOR /SOCKET CLIENT-ADDRESS SERVER-ADDRESS
 //       Carries them to a Unix socket and announces each with a PROXY protocol line, as if it came from CLIENT-ADDRESS.
+//   portal forward DESCRIPTOR @FILE
+//       Carries each connection to where the file's words, which are one of the above, say when it arrives.
 //
 // Exit status: 2 for a wrong call, 1 for a port or a socket that cannot be used, else COMMAND's.
 #include <arpa/inet.h>
@@ -25,6 +27,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -201,7 +205,7 @@ void carry(int client, int server) {
     }
 }
 
-void serve(int client, in_port_t client_port, const Target &target) {
+void serve(int client, in_port_t client_port, Target target) {
     const int on = 1;
     setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const int server = connect_patiently(target);
@@ -236,14 +240,40 @@ bool unix_address(const std::string &path, Target &target) {
     return true;
 }
 
-int forward(int listener, const Target &target) {
+// Understands "ADDRESS:PORT" and "/SOCKET CLIENT-ADDRESS SERVER-ADDRESS". False: the words are neither, or the socket
+// cannot be reached.
+bool parse_target(const std::vector<std::string> &words, Target &target) {
+    if (words.size() == 3 && words[0][0] == '/') {
+        target.client = words[1];
+        target.server = words[2];
+        return unix_address(words[0], target);
+    }
+    const std::size_t colon = words.size() == 1 ? words[0].find(':') : std::string::npos;
+    in_port_t port = 0;
+    if (colon == std::string::npos || !parse_port(words[0].substr(colon + 1), port)) {
+        return false;
+    }
+    const sockaddr_in address = tcp_address(words[0].substr(0, colon), port);
+    std::memcpy(&target.address, &address, sizeof address);
+    target.length = sizeof address;
+    return true;
+}
+
+std::vector<std::string> read_words(const std::string &path) {
+    std::ifstream file(path);
+    return {std::istream_iterator<std::string>(file), {}};
+}
+
+// Carries connections for ever to the target that `target_now` gives for each.
+template <typename TargetNow>
+int forward(int listener, const TargetNow &target_now) {
     for (;;) {
         // The client's port is asked for now: it may hang up at any moment.
         sockaddr_in peer{};
         socklen_t length = sizeof peer;
         const int client = accept4(listener, reinterpret_cast<sockaddr *>(&peer), &length, SOCK_CLOEXEC);
         if (client >= 0) {
-            std::thread(serve, client, ntohs(peer.sin_port), std::cref(target)).detach();
+            std::thread(serve, client, ntohs(peer.sin_port), target_now()).detach();
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));  // connections that end make room
         } else if (errno != EINTR && errno != ECONNABORTED) {
@@ -257,7 +287,8 @@ int usage() {
     std::fputs(
         "usage: portal listen PORT... -- COMMAND [ARGUMENT...]\n"
         "       portal forward DESCRIPTOR ADDRESS:PORT\n"
-        "       portal forward DESCRIPTOR /SOCKET CLIENT-ADDRESS SERVER-ADDRESS\n",
+        "       portal forward DESCRIPTOR /SOCKET CLIENT-ADDRESS SERVER-ADDRESS\n"
+        "       portal forward DESCRIPTOR @FILE\n",
         stderr);
     return 2;
 }
@@ -278,25 +309,20 @@ int main(int argc, char **argv) {
                                  argv + 1 + dashes + 1);
     }
     if (words.size() >= 3 && words[0] == "forward") {
-        Target target;
-        const std::string &where = words[2];
-        if (where[0] == '/' && words.size() == 5) {
-            if (!unix_address(where, target)) {
-                return 1;
-            }
-            target.client = words[3];
-            target.server = words[4];
-        } else {
-            const std::size_t colon = where.find(':');
-            in_port_t port = 0;
-            if (words.size() != 3 || colon == std::string::npos || !parse_port(where.substr(colon + 1), port)) {
-                return usage();
-            }
-            const sockaddr_in address = tcp_address(where.substr(0, colon), port);
-            std::memcpy(&target.address, &address, sizeof address);
-            target.length = sizeof address;
+        const int listener = std::atoi(words[1].c_str());
+        if (words.size() == 3 && words[2][0] == '@') {
+            return forward(listener, [path = words[2].substr(1)] {
+                Target now;
+                if (!parse_target(read_words(path), now)) {
+                    std::fprintf(stderr, "portal: %s does not say where the router is\n", path.c_str());
+                }
+                return now;
+            });
         }
-        return forward(std::atoi(words[1].c_str()), target);
+        Target target;
+        if (parse_target({words.begin() + 2, words.end()}, target)) {
+            return forward(listener, [&] { return target; });
+        }
     }
     return usage();
 }
