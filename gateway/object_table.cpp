@@ -4,7 +4,11 @@
 #include "objects/diagnostics.h"
 #include "objects/lan.h"
 #include "objects/mesh.h"
+#include "objects/net_acc.h"
+#include "objects/qos.h"
+#include "objects/sec.h"
 #include "objects/sys.h"
+#include "objects/url_filter.h"
 #include "objects/wan.h"
 #include "objects/wifi.h"
 #include "objects/wifi_acc.h"
@@ -39,11 +43,11 @@ const ObjectRow ObjectHandlerTable[] = {
     {"sys",         app_get_sys_handler,         app_set_sys_handler        },
     {"mesh",        app_get_mesh_handler,        app_set_mesh_handler       },
     {"meshStatus",  kNotServedYet,               nullptr                    },
-    {"Sec",         kNotServedYet,               kNotServedYet              },
-    {"netAcc",      kNotServedYet,               kNotServedYet              },
-    {"urlfilter",   kNotServedYet,               kNotServedYet              },
+    {"Sec",         app_get_sec_handler,         app_set_sec_handler        },
+    {"netAcc",      app_get_netAcc_handler,      app_set_netAcc_handler     },
+    {"urlfilter",   app_get_urlfilter_handler,   app_set_urlfilter_handler  },
     {"netDig",      app_get_netDig_handler,      nullptr                    },
     {"app",         app_get_app_handler,         app_set_app_handler        },
-    {"qos",         kNotServedYet,               kNotServedYet              },
+    {"qos",         app_get_qos_handler,         app_set_qos_handler        },
     {"",            nullptr,                     nullptr                    },
 };

@@ -29,33 +29,18 @@ constexpr char kRemoveFailed[] = "ERROR:delete_table_entry_error";
 // In the order in which they are written.
 constexpr const char *kRadios[] = {kWlan5G, kWlan2G};
 
-// The first element of an array, from which `next` leads to the others. nullptr: it is empty, or there is no array. To
-// cJSON the members of an object are elements, too; here they are none.
-const cJSON *first_element(const cJSON *list) {
-    return cJSON_IsArray(list) ? list->child : nullptr;
-}
-
-int element_count(const cJSON *list) {
-    return cJSON_IsArray(list) ? cJSON_GetArraySize(list) : 0;
-}
-
-// Reads the first of the selected radio's entries 1 to `count` that has this address. Entries that can't be read are
-// passed over.
-bool find_entry(const uint8_t (&mac)[kMacBytes], int count, AclEntry &entry) {
-    for (int index = 1; index <= count; ++index) {
-        if (table_read(MIB_WLAN_ACL_NUM, index, entry) && memcmp(entry.mac, mac, sizeof mac) == 0) {
-            return true;
-        }
-    }
-    return false;
+// Reads the first of the selected radio's entries 1 to `count` that has this address.
+bool find_entry(const uint8_t (&mac)[kMacBytes], int32_t count, AclEntry &entry) {
+    return table_find(MIB_WLAN_ACL_NUM, count, entry,
+                      [&mac](const AclEntry &found) { return memcmp(found.mac, mac, sizeof mac) == 0; });
 }
 
 // Adds the devices of `list`, pairs of an address and a comment, to the selected radio's list, of which entries 1 to
 // `count` are looked at for an address that is there already. An element without an address is passed over. 0, or -1
 // with the message.
 int add_devices(const cJSON *list, int count) {
-    for (const cJSON *device = first_element(list); device != nullptr; device = device->next) {
-        const cJSON *address = first_element(device);
+    for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
+        const cJSON *address = array_first(device);
         const char *mac = cJSON_GetStringValue(address);
         if (mac == nullptr) {
             continue;
@@ -84,7 +69,7 @@ int add_devices(const cJSON *list, int count) {
 // Takes the addresses of `list` off the selected radio's list; one that is not there is no error. 0, or -1 with the
 // message.
 int remove_devices(const cJSON *list) {
-    for (const cJSON *address = first_element(list); address != nullptr; address = address->next) {
+    for (const cJSON *address = array_first(list); address != nullptr; address = address->next) {
         const char *text = cJSON_GetStringValue(address);
         if (text == nullptr) {
             return fail(kRemoveFormat);
@@ -153,7 +138,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         if (!table_count(MIB_WLAN_ACL_NUM, count)) {
             return fail(kAddCountFailed);
         }
-        if (count > kMostEntries - element_count(added)) {
+        if (count > kMostEntries - array_size(added)) {
             return fail(kTooMany, kMostEntries);
         }
         for (const char *radio : kRadios) {
