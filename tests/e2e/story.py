@@ -119,11 +119,15 @@ class Teller:
         self.session = found.group() if found else None
 
     def told(self, step, *lines, after):
-        """The system daemon printed the lines, in order."""
+        """The system daemon prints the lines, in order and with nothing between, after that place of the output."""
         block = "".join(f"daemon: {line}\n" for line in lines)
-        self.router.await_output(lines[-1], after=after)
-        daemon = [line for line in self.router.output()[after:].splitlines() if line.startswith("daemon: ")]
-        self.results.check(f"the daemon was told: {step}", block in "".join(line + "\n" for line in daemon), daemon)
+        deadline = time.monotonic() + 10
+        while True:
+            daemon = "".join(re.findall(r"^daemon: .*\n", self.router.output()[after:], re.MULTILINE))
+            if block in daemon or time.monotonic() > deadline:
+                break
+            time.sleep(0.02)
+        self.results.check(f"the daemon was told: {step}", block in daemon, daemon)
 
     def mark(self):
         return len(self.router.output())
@@ -402,15 +406,14 @@ def restarts(results, router):
     left_nothing(results, "kill", router.stop(signal.SIGTERM), 143)
 
 
-def tell(way, build, transcript):
-    """Tells a router run in this way the whole story. Returns the results."""
+def tell(results, way, build):
+    """Tells a router run in this way the whole story. The results are added to `results`."""
     routers.adopt_orphans()
-    results = Results(way.name)
     router = routers.Router(way, build)
     try:
         seconds = router.start()
         if not results.check("it starts", seconds is not None, router.output()):
-            return results
+            return
         print(f"        ready after {seconds:.2f} s")
         played = "No namespaces can be made here" in router.output()
         results.check("it found out whether namespaces can be made", played == way.played, router.output())
@@ -422,6 +425,3 @@ def tell(way, build, transcript):
         restarts(results, router)
     finally:
         router.remove()
-    if transcript:
-        pathlib.Path(transcript).write_text("".join(results.transcript))
-    return results
