@@ -185,6 +185,40 @@ TEST_F(Damage, APageThatPointsToItselfIsReported) {
     EXPECT_GT(branches, 0U);
 }
 
+// What a boot reports as damaged it does not replace by itself; who looks after the router can.
+TEST_F(Damage, TheSettingsFileCanTakeTheCopysPlace) {
+    write_file(router.path(kCommitted), sound);
+    ASSERT_EQ(router.flash({"boot"}).status, 0);
+    ASSERT_EQ(router.flash({"set", "MIB_FILL_30", "uncommitted"}).status, 0);
+    std::string settings = read_file(router.path(kSettings));
+    EXPECT_TRUE(start_from("damage"));
+    EXPECT_FALSE(start_from(settings));
+}
+
+// A record has a checksum of its own, right before its value, and all of them together have another.
+TEST_F(Damage, AValueOfAnotherCommitIsReported) {
+    constexpr size_t kSum = 8;
+    std::string values[] = {std::string(39, 'b'), std::string(39, 'c')};
+    std::string files[2];
+    for (size_t i : {0U, 1U}) {
+        write_file(router.path(kCommitted), sound);
+        ASSERT_EQ(router.flash({"boot"}).status, 0);
+        ASSERT_EQ(router.flash({"set", "MIB_FILL_30", values[i]}).status, 0);
+        ASSERT_EQ(router.flash({"commit"}).status, 0);
+        files[i] = read_file(router.path(kCommitted));
+    }
+    all = router.flash({"all"}).output;
+    EXPECT_FALSE(start_from(files[1]));
+    size_t from = files[0].find(values[0]);
+    size_t to = files[1].find(values[1]);
+    ASSERT_TRUE(from != std::string::npos && to != std::string::npos);
+    std::string mixed = files[1];
+    mixed.replace(to, values[0].size(), values[0]);
+    EXPECT_TRUE(start_from(mixed));  // the value alone
+    mixed.replace(to - kSum, kSum, files[0], from - kSum, kSum);
+    EXPECT_TRUE(start_from(mixed));  // the value with its checksum
+}
+
 TEST_F(Damage, WhatIsNoStoreIsReported) {
     Random random(6);
     std::string noise(50000, '\0');

@@ -32,6 +32,7 @@ const Step kSteps[] = {
     {{"get", "MIB_BYTE"},                                     1, "flash: /var/mib/working.mdb (was the router started? flash boot does): No such file"},
     {{"set", "MIB_BYTE", "1"},                                1, "flash: /var/mib/working.mdb (was"                                                   },
     {{"all"},                                                 1, "flash: /var/mib/working.mdb (was"                                                   },
+    {{"settings"},                                            1, "flash: /flash/mib/settings.mdb (was"                                                },
     {{"commit"},                                              1, "flash: /var/mib/working.mdb (was"                                                   },
     {{"boot"},                                                0, ""                                                                                   },
     {{"get", "MIB_BYTE"},                                     0, "MIB_BYTE=7\n"                                                                       },
@@ -126,7 +127,7 @@ TEST(Flash, AllPrintsEveryItemOnce) {
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 6 + 2 * 12);
     EXPECT_EQ(output.find("MIB_BYTE=7\n"), 0U);
     EXPECT_NE(output.find("\nWLAN0_VA1_SSID=second\n"), std::string::npos);
-    EXPECT_EQ(output, read_file(router.path("/flash/mib/settings.txt")));
+    EXPECT_EQ(output, router.flash({"settings"}).output);
 }
 
 TEST(Flash, ARootThatIsNotThereIsSaid) {
@@ -139,7 +140,8 @@ TEST(Flash, ARootThatIsNotThereIsSaid) {
 TEST(Flash, HelpNamesEveryCommand) {
     Outcome outcome = Router("").flash({"--help"});
     EXPECT_EQ(outcome.status, 0);
-    for (const char *word : {"get", "set", "all", "commit", "default", "boot", "--fresh", "--wlan", "--root"}) {
+    for (const char *word :
+         {"get", "set", "all", "settings", "commit", "default", "boot", "--fresh", "--wlan", "--root"}) {
         EXPECT_NE(outcome.output.find(word), std::string::npos) << word;
     }
 }

@@ -411,7 +411,7 @@ TEST(Store, ARouterThatWasNeverStartedHasNone) {
 
 TEST_F(Items, NobodyElseReadsTheFiles) {
     in_router([] { REQUIRE(apmib_update(4) != 0 && save_cs_to_file() == 0); });
-    for (const char *name : {kWorking, kCommitted, "/flash/mib/settings.txt", "/flash/mib/commit.lock"}) {
+    for (const char *name : {kWorking, kCommitted, "/flash/mib/settings.mdb", "/flash/mib/commit.lock"}) {
         EXPECT_EQ(std::filesystem::status(router.path(name)).permissions(), std::filesystem::perms(0600)) << name;
     }
     for (const char *name : {"/var/mib", "/flash/mib"}) {
@@ -442,7 +442,7 @@ TEST_F(Items, ACommandThatIsLeftRunningHoldsNoFileOfTheStore) {
     });
 }
 
-TEST_F(Items, TheSettingsFileSaysWhatWasCommitted) {
+TEST_F(Items, TheSettingsFileHoldsWhatWasCommitted) {
     in_router([] {
         char text[] = "a\\\n\x7f";
         uint8_t record[27] = {0xab};
@@ -451,7 +451,9 @@ TEST_F(Items, TheSettingsFileSaysWhatWasCommitted) {
         char later[] = "later";
         REQUIRE(apmib_set(104, later) != 0 && save_cs_to_file() == 0);
     });
-    std::string settings = read_file(router.path("/flash/mib/settings.txt"));
+    Outcome outcome = router.flash({"settings"});
+    ASSERT_EQ(outcome.status, 0);
+    const std::string &settings = outcome.output;
     std::string zeros(52, '0');
     for (const std::string &line :
          {std::string("MIB_BYTE=7"), std::string("MIB_SBYTE=-7"), std::string("MIB_INT=-100000"),
@@ -460,7 +462,7 @@ TEST_F(Items, TheSettingsFileSaysWhatWasCommitted) {
           std::string("MIB_FULL_TABLE=010203,040506")}) {
         EXPECT_NE(("\n" + settings).find("\n" + line + "\n"), std::string::npos) << line << " is not in\n" << settings;
     }
-    EXPECT_FALSE(std::filesystem::exists(router.path("/flash/mib/settings.txt.new")));
+    EXPECT_FALSE(std::filesystem::exists(router.path("/flash/mib/settings.mdb.new")));
 }
 
 // A declaration of store/items.h as the row of a definition file that it expects.

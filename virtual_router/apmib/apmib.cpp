@@ -206,8 +206,11 @@ bool write_in(MDB_txn *txn, Target target, const void *value) {
     memcpy(record, place.record.mv_data, place.record.mv_size);
     MDB_val key = {sizeof(target.id), &target.id};
     MDB_val data = {place.record.mv_size, record};
-    bool done = change_value(place.item, record + slot, target.operation, value) &&
-                mdb_put(txn, working.dbi, &key, &data, 0) == 0;
+    bool done = change_value(place.item, record + slot, target.operation, value);
+    if (done) {
+        store::seal_record(target.id, record, data.mv_size);
+        done = mdb_put(txn, working.dbi, &key, &data, 0) == 0;
+    }
     free(record);
     return done;
 }

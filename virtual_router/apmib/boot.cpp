@@ -83,7 +83,10 @@ const char *walk(Copy *copy, Sum sum, Shared *shared) {
         if (id >= kIdLimit || !read_record(data, &item, &slots)) {
             return "a record that is none";
         }
-        computed = add_to_sum(computed, id, data.mv_data, data.mv_size);
+        if (item.sum != sum_record(id, data.mv_data, data.mv_size)) {
+            return "a record does not fit its checksum";
+        }
+        computed = add_to_sum(computed, item.sum);
         if (!share(shared, id, data)) {
             return "more records than a store can hold";
         }
@@ -92,7 +95,7 @@ const char *walk(Copy *copy, Sum sum, Shared *shared) {
         return mdb_strerror(error);
     }
     if (sum == Sum::kVerify && (stored.magic != kChecksumMagic || stored.sum != computed)) {
-        return "the checksum does not fit the records";
+        return "the records are not those that were committed together";
     }
     return nullptr;
 }
@@ -239,7 +242,7 @@ Records merge(const Records &definitions, const Records &committed) {
     return merged;
 }
 
-// Fills a copy with exactly these records, in one transaction.
+// Fills a copy with exactly these sealed records, in one transaction.
 void fill(Copy *copy, const Records &records, bool with_checksum) {
     MDB_txn *txn = nullptr;
     check(begin(copy, 0, &txn), "begin");
@@ -252,7 +255,7 @@ void fill(Copy *copy, const Records &records, bool with_checksum) {
         error = error != 0 ? error : mdb_put(txn, copy->dbi, &key, &data, 0);
     };
     for (auto &[id, record] : records) {
-        checksum.sum = add_to_sum(checksum.sum, id, record.data(), record.size());
+        checksum.sum = add_to_sum(checksum.sum, item_of(record).sum);
         put(id, record.data(), record.size());
     }
     if (with_checksum) {
@@ -322,6 +325,9 @@ void boot(const Records &definitions, bool fresh) {
         committed = result.records;
     }
     Records records = merge(definitions, committed);
+    for (auto &[id, record] : records) {
+        seal_record(id, record.data(), record.size());
+    }
     replace_committed(records);
     lay_out_working(records);
     close(lock);

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -35,6 +34,8 @@ copy, which is what a reboot leaves.
   get NAME               print NAME=value from the working copy
   set NAME VALUE         write the working copy
   all                    print all items of the working copy
+  settings               print all items of the settings file: what the last commit left. The file is itself a copy
+                         that can take the committed one's place
   commit                 make the working copy the committed one
   default                give both copies the values of a router that leaves the factory
   boot [--fresh]         what a router does when it starts: check the committed copy, lay out the working copy from
@@ -113,19 +114,18 @@ Options parse_options(int argc, char **argv) {
     return options;
 }
 
-void open_working(Copy *copy, unsigned flags) {
-    int error = store::open_copy(copy, store::kWorkingPath, flags);
-    store::check(error, std::string(store::kWorkingPath) + " (was the router started? flash boot does)");
+void open_started(Copy *copy, const char *path, unsigned flags) {
+    store::check(store::open_copy(copy, path, flags), std::string(path) + " (was the router started? flash boot does)");
 }
 
-// A transaction on the working copy with its lock held.
+// A transaction on a copy, the working one if it is to write, with its lock held.
 class Session {
   public:
-    explicit Session(unsigned flags) {
-        open_working(&copy_, MDB_RDONLY);  // which does not make a file where there is none
+    explicit Session(unsigned flags, const char *path = store::kWorkingPath) {
+        open_started(&copy_, path, MDB_RDONLY);  // which does not make a file where there is none
         if ((flags & MDB_RDONLY) == 0) {
             store::close_copy(&copy_);
-            open_working(&copy_, MDB_NOSYNC);
+            open_started(&copy_, path, MDB_NOSYNC);
         }
         store::check(store::lock_copy(copy_, (flags & MDB_RDONLY) != 0 ? LOCK_SH : LOCK_EX) ? 0 : errno, "lock");
         store::check(store::begin(&copy_, flags, &txn_), "begin");
@@ -146,15 +146,16 @@ class Session {
         while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) {
             uint32_t id = 0;
             memcpy(&id, key.mv_data, sizeof(id));
-            records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
+            if (id != store::kChecksumKey) {
+                records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
+            }
         }
         mdb_cursor_close(cursor);
         return records;
     }
 
-    void print(store::Text *text) { store::check(store::print_items(txn_, copy_.dbi, text), "read"); }
-
     void write(uint32_t id, std::string *record) {
+        store::seal_record(id, record->data(), record->size());
         MDB_val key = {sizeof(id), &id};
         MDB_val data = {record->size(), record->data()};
         store::check(mdb_put(txn_, copy_.dbi, &key, &data, 0), "write");
@@ -166,21 +167,6 @@ class Session {
   private:
     Copy copy_;
     MDB_txn *txn_ = nullptr;
-};
-
-// Text on its way to standard output.
-class Output {
-  public:
-    Output() = default;
-    Output(const Output &) = delete;
-    Output &operator=(const Output &) = delete;
-    ~Output() { store::free_text(&text_); }
-
-    store::Text *get() { return &text_; }
-    void print() { std::cout.write(text_.data, static_cast<std::streamsize>(text_.used)); }
-
-  private:
-    store::Text text_;
 };
 
 // An item, and which of its slots a name means.
@@ -221,13 +207,8 @@ void get(const Options &options) {
     store::Records records = Session(MDB_RDONLY).read();
     Found found = find(records, options);
     std::cout << (isdigit(static_cast<unsigned char>(options.words[1][0])) ? found.item.name : options.words[1]) << '=';
-    Output value;
-    if (!store::print_value(found.item, reinterpret_cast<const uint8_t *>(records[found.id].data()) + found.offset,
-                            value.get())) {
-        throw std::bad_alloc();
-    }
-    value.print();
-    std::cout << '\n';
+    auto value = reinterpret_cast<const uint8_t *>(records[found.id].data()) + found.offset;
+    std::cout << store::print_value(found.item, value) << '\n';
 }
 
 void set(const Options &options) {
@@ -244,14 +225,16 @@ void set(const Options &options) {
 }
 
 void print_all(const Options &) {
-    Output lines;
-    Session(MDB_RDONLY).print(lines.get());
-    lines.print();
+    std::cout << store::print_items(Session(MDB_RDONLY).read());
+}
+
+void print_settings(const Options &) {
+    std::cout << store::print_items(Session(MDB_RDONLY, store::kSettingsPath).read());
 }
 
 void commit(const Options &) {
     Copy working;
-    open_working(&working, MDB_RDONLY);
+    open_started(&working, store::kWorkingPath, MDB_RDONLY);
     store::check(store::commit(&working), "commit");
     store::close_copy(&working);
     store::check(store::save_settings(), store::kSettingsPath);
@@ -277,12 +260,13 @@ constexpr struct {
     size_t word_count;
     void (*run)(const Options &);
 } kCommands[] = {
-    {"get",     2, get         },
-    {"set",     3, set         },
-    {"all",     1, print_all   },
-    {"commit",  1, commit      },
-    {"default", 1, set_defaults},
-    {"boot",    1, boot        },
+    {"get",      2, get           },
+    {"set",      3, set           },
+    {"all",      1, print_all     },
+    {"settings", 1, print_settings},
+    {"commit",   1, commit        },
+    {"default",  1, set_defaults  },
+    {"boot",     1, boot          },
 };
 
 void run_command(const Options &options) {

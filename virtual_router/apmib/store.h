@@ -26,7 +26,7 @@ namespace store {
 constexpr char kWorkingPath[] = "/var/mib/working.mdb";
 constexpr char kCommittedPath[] = "/flash/mib/committed.mdb";
 constexpr char kCommitLockPath[] = "/flash/mib/commit.lock";
-constexpr char kSettingsPath[] = "/flash/mib/settings.txt";
+constexpr char kSettingsPath[] = "/flash/mib/settings.mdb";
 constexpr mode_t kFileMode = 0600;
 
 // Upper limit of a copy's file. A full house of items takes about a fiftieth of it.
@@ -50,8 +50,9 @@ struct Item {
     uint16_t match;  // tables: leading bytes of an entry that a delete compares
     uint16_t width;  // of the value in bytes; of one entry for tables
     char name[56];
+    uint64_t sum;  // of the whole record but itself, and of the item's id: see seal_record()
 };
-static_assert(sizeof(Item) == 64, "records are compared and summed as bytes: no padding");
+static_assert(sizeof(Item) == 72, "records are compared and summed as bytes: no padding");
 
 // A table's slot is an int32 count and room for `limit` entries, unused ones zero.
 constexpr size_t kCountSize = sizeof(int32_t);
@@ -67,17 +68,23 @@ inline size_t record_size(const Item &item) {
 // Splits a record into its definition and the address of its first slot. False: `data` is no record.
 bool read_record(const MDB_val &data, Item *item, const uint8_t **slots);
 
-// The record with this key belongs to the committed copy alone: the checksum of all others.
+// A record's checksum. Whoever changes a record seals it, so that a commit has only checksums to sum up.
+uint64_t sum_record(uint32_t id, const void *record, size_t size);
+
+// Writes the checksum into a record.
+void seal_record(uint32_t id, void *record, size_t size);
+
+// The record with this key belongs to the committed copy alone: the checksum of all others' checksums.
 constexpr uint32_t kChecksumKey = 0;
 
 struct Checksum {
     uint64_t magic;
     uint64_t sum;
 };
-constexpr uint64_t kChecksumMagic = 0x31304249'4d5041'00;  // format of the records; another number is another format
+constexpr uint64_t kChecksumMagic = 0x32304249'4d5041'00;  // format of the records; another number is another format
 
-// Folds a record into a running sum, in the order of keys. Start with 0.
-uint64_t add_to_sum(uint64_t sum, uint32_t key, const void *data, size_t size);
+// Folds a record's checksum into a running sum, in the order of keys. Start with 0.
+uint64_t add_to_sum(uint64_t sum, uint64_t word);
 
 struct Copy {
     MDB_env *env = nullptr;
@@ -103,7 +110,10 @@ int take_commit_lock();
 // Makes the working copy the committed one, durably, in one transaction. Returns 0 or an error for mdb_strerror().
 int commit(Copy *working);
 
-// Writes the committed copy as text to kSettingsPath, replacing it whole. Returns 0 or an error for mdb_strerror().
+// Copies the committed copy to kSettingsPath, replacing it whole. Returns 0 or an errno.
+//
+// What is saved can be listed (flash settings) and can be put in the committed copy's place. It is a copy and no
+// listing because it is a part of every request that changes something, and the kernel copies for almost nothing.
 int save_settings();
 
 }  // namespace store

@@ -1,4 +1,4 @@
-// Items as lines of text, "NAME=value": the settings file and what `flash` prints.
+// Items as lines of text, "NAME=value": what `flash` prints.
 //
 // A global item has its own name (MIB_USER_NAME). An item of the wireless interfaces has a name for each of them, in
 // which the interface takes the place of MIB_WLAN: MIB_WLAN_SSID is WLAN0_SSID, WLAN0_VA0_SSID to WLAN0_VA3_SSID,
@@ -9,22 +9,14 @@
 #ifndef VIRTUAL_ROUTER_APMIB_TEXT_H
 #define VIRTUAL_ROUTER_APMIB_TEXT_H
 
-#include <lmdb.h>
-
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
+#include "virtual_router/apmib/items.h"
 #include "virtual_router/apmib/store.h"
 
 namespace store {
-
-// Text that grows. Starts as {}, ends with free_text().
-struct Text {
-    char *data = nullptr;
-    size_t used = 0;
-    size_t room = 0;
-};
-void free_text(Text *text);
 
 // What the names of per-interface items begin with.
 constexpr char kInterfacePrefix[] = "MIB_WLAN_";
@@ -33,11 +25,11 @@ constexpr size_t kInterfacePrefixSize = sizeof(kInterfacePrefix) - 1;
 // What takes the place of the prefix in each slot.
 extern const char *const kInterfaceNames[kInterfaceCount];
 
-// Adds the value of a slot. False: no memory.
-bool print_value(const Item &item, const uint8_t *value, Text *text);
+// The value of a slot.
+std::string print_value(const Item &item, const uint8_t *value);
 
-// Adds all items of a copy, one line per slot. Returns 0 or an error for mdb_strerror().
-int print_items(MDB_txn *txn, MDB_dbi dbi, Text *text);
+// All items, one line per slot.
+std::string print_items(const Records &records);
 
 }  // namespace store
 
