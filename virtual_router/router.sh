@@ -88,7 +88,8 @@ store_value() {
     (enter flash get "$1") | sed 's/^[^=]*=//'
 }
 
-# Follows the LAN address for ever, as it stands in the lines that the router writes when it changes it.
+# Follows the LAN address for ever, as it stands in the lines that the router writes when it changes it: an address and a
+# mask, or twice "none".
 follow_lan() {
     local address mask
     while read -r address mask; do
@@ -122,8 +123,9 @@ introduce_phone() {
 }
 
 # Prints the place that the phone takes in the LAN of the router's address $1 and mask $2: its usual one or one of the
-# last two. Fails where there is no room.
+# last two. Fails where there is no room, and where the router has no address.
 phone_address() {
+    [ "$1" != none ] || return 1
     lan_host "$1" "$2" "$PHONE_PLACE" || lan_host "$1" "$2" -1 || lan_host "$1" "$2" -2
 }
 

@@ -11,7 +11,14 @@ from story import SESSION, Teller, get_reply, left_nothing, set_reply
 ACCOUNT = {"usr": "owner", "pwd": "correct horse"}
 WIFI = {"combine": "0", "ssid": "House", "wifiPwd": "house key 2.4", "ssid5": "House 5G", "wifiPwd5": "house key 5"}
 GUEST = {"enable": 1, "ssid": "Visitors", "wifiPwd": "come in please", "ssid5": "Visitors 5G", "wifiPwd5": "come in please"}
-STATIC = {"type": "0", "ip": "203.0.113.77", "mask": "255.255.255.0", "gateway": "203.0.113.1", "dns1": "9.9.9.9", "dns2": "149.112.112.112"}
+STATIC = {
+    "type": "0",
+    "ip": "203.0.113.77",
+    "mask": "255.255.255.0",
+    "gateway": "203.0.113.1",
+    "dns1": "9.9.9.9",
+    "dns2": "149.112.112.112",
+}
 PPPOE = {"type": "3", "pppUsr": "house@provider 'x' \\ y", "pppPwd": 'p"$(reboot)'}
 LAN = {"ip": "10.20.0.1", "mask": "255.255.0.0", "dhcp": 2, "time": 60, "ipStart": "10.20.1.1", "ipEnd": "10.20.1.250"}
 NEW_LAN = {
@@ -137,8 +144,13 @@ def internet(t):
         wanInfo=PPPOE,
     )
     t.get("it is in force, with its account", wanInfo=PPPOE_WAN)
-    t.inside("ppp0 is there, eth1 has no address", ["run", "ifconfig"], r"^ppp0 .*\n +inet addr:198\.51\.100\.2 ", r"^eth1 .*\n +(inet6|UP)")
+    t.inside("ppp0 is there, eth1 has no address", ["run", "ifconfig"],
+             r"^ppp0 .*\n +inet addr:198\.51\.100\.2 ", r"^eth1 .*\n +(inet6|UP)")  # fmt: skip
     t.inside("the default route is ppp0's", ["run", "route", "-n"], r"^0\.0\.0\.0 +198\.51\.100\.1 .* ppp0$")
+    t.set("an operating mode", ["MSG_APP_REINIT"], opMode={"opMode": "1"})
+    t.get("outlives the restart", opMode={"opMode": "1"})
+    t.set("another, and WAN settings with it", ["MSG_APP_REINIT"], wanInfo={**STATIC, "ip": "not."}, opMode={"opMode": "0"})
+    t.get("one restart brings both", wanInfo=wan_reply(**{**STATIC, **none}, dnsmode=0), opMode={"opMode": "0"})
     t.set(
         "DHCP with servers by hand",
         initwan(
@@ -181,7 +193,11 @@ def box(t):
     t.results.check("and read back", t.sys().get("schReboot") == SCHEDULE, t.sys())
     t.set("LEDs off", sys={"led": "alloff"})
     t.results.check("they are", t.sys().get("led") == "alloff", t.sys())
-    t.set("an upgrade", (f'MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'), sys=UPGRADE)
+    t.set(
+        "an upgrade",
+        (f'MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'),
+        sys=UPGRADE,
+    )
     t.await_true("is under way", lambda: t.sys().get("upgrade", {}).get("status") == 1, 3)
     t.set("pairing, while it runs", wps={"wpsbutton": 1})
     t.await_true("is under way", lambda: t.router.inside("run", "cat", "/tmp/wscd_status") == (0, "1\n"))
@@ -219,18 +235,32 @@ def mesh(t, has_agents):
     t.results.check("which the restart shows", "daemon:   MIB_MESH_ROLE=1\n" in t.router.output()[mark:])
     t.get("it is", mesh={"name": "Hall", "role": 1, "backhaul": 0})
     t.inside("with a backhaul of its own", ["flash", "get", "WLAN0_VA0_SSID"], r"=EasyMeshBH-\w{9}$")
-    if not has_agents:
-        return
-    t.inside(
-        "the topology lists the agents", ["run", "cat", "/tmp/topology_json"],
-        r'\A\{"child_devices":\[.*"ip_addr":"10\.20\.0\.10".*"ip_addr":"10\.20\.0\.11".*\n\Z',
-    )  # fmt: skip
-    t.set("LEDs on", sys={"led": "allon"})
-    t.await_true("the agents' are", lambda: agents_led(t, "10.20.0") == [["allon"]] * AGENTS)
-    t.set("LEDs off", sys={"led": "alloff"})
-    t.await_true("the agents' are off, too", lambda: agents_led(t, "10.20.0") == [["alloff"]] * AGENTS)
-    scan = t.router.inside("run", "curl", "-sS", "-d", '{"action":"scan"}', "http://10.20.0.11/app/app.cgi")[1]
-    t.results.check("an agent is a device of its own", '"name":\t"Agent 2"' in scan and "024B54709502" in scan, scan)
+    if has_agents:
+        t.inside(
+            "the topology lists the agents", ["run", "cat", "/tmp/topology_json"],
+            r'\A\{"child_devices":\[.*"ip_addr":"10\.20\.0\.10".*"ip_addr":"10\.20\.0\.11".*\n\Z',
+        )  # fmt: skip
+        scan = t.router.inside("run", "curl", "-sS", "-d", '{"action":"scan"}', "http://10.20.0.11/app/app.cgi")[1]
+        t.results.check("an agent is a device of its own", '"name":\t"Agent 2"' in scan and "024B54709502" in scan, scan)
+    for state in ("allon", "alloff"):
+        t.set(f"LEDs: {state}", sys={"led": state})
+        t.results.check("the controller's are", t.sys().get("led") == state, t.sys())
+        if has_agents:
+            t.await_true("the agents' are", lambda state=state: agents_led(t, "10.20.0") == [[state]] * AGENTS)
+
+
+LOCKED_OUT_GET = {"action": "get", "lan": {}}
+LOCKED_OUT = get_reply(lan={**NEW_LAN, "ip": "10.9.9.9", "mask": "255.255.255.255", "dhcp": 0})
+
+
+def lock_out(t):
+    """A LAN that has room for the router only."""
+    mark = t.mark()
+    t.set("a LAN without room", lan={"ip": "10.9.9.9", "mask": "255.255.255.255", "dhcp": 0})
+    t.results.check("the phone is lost", t.router.await_output("home: the phone finds no place", after=mark), t.router.output()[mark:])
+    status, _, text = t.router.ask('{"action":"scan"}')
+    t.results.check("and gets no answer", status == 0, f"{status} {text}")
+    t.expect("the router answers itself", LOCKED_OUT_GET, LOCKED_OUT, loopback=True)
 
 
 def kept(t):
@@ -249,6 +279,21 @@ def kept(t):
     t.inside("a reboot is scheduled", ["run", "cat", "/var/run/schreboot"], r"\A03:30:00 1000001\n\Z")
 
 
+def wrong_calls(results, router):
+    """Calls of script/router that must fail."""
+    for words, status, text in (
+        (("flash", "all"), 1, "no router runs on the state folder"),
+        ((), 2, "no command"),
+        (("run",), 2, "run needs a command"),
+        (("nonsense",), 2, "there is no command 'nonsense'"),
+        (("--nonsense",), 2, "there is no option '--nonsense'"),
+    ):
+        got, said = router.inside(*words)
+        results.check(f"script/router {' '.join(words)}, without a router", got == status and text in said, f"status {got}\n{said}")
+    got, said = router.inside("--help")
+    results.check("script/router --help", got == 0 and said.startswith("Usage: script/router"), said)
+
+
 def live(results, way, build):
     """Sets a house up. The results are added to `results`."""
     router = routers.Router(way, build)
@@ -257,12 +302,13 @@ def live(results, way, build):
         if way.played:
             got, said = router.run("--state", str(router.state), "--agents", "1")
             results.check("agents need namespaces, and it says so", got == 1 and "--agents needs namespaces" in said, said)
-        status, said = router.inside("flash", "all")
-        results.check("there is no router to look into", status == 1 and "no router runs" in said, said)
+        wrong_calls(results, router)
         if not results.check("a router for a house starts", router.start(*agents) is not None, router.output()):
             return
         t = House(router, results)
         t.log_in("login to a new router", "admin", "admin")
+        status, said = router.inside("run", "sh", "-c", "echo $0 $PATH; exit 7", "x y")
+        results.check("a command of the router has its words, and its status is told", (status, said) == (7, "x y /bin:/sbin\n"), said)
         for chapter in (internet, wifi, box, lan):
             chapter(t)
         mesh(t, not way.played)
@@ -285,6 +331,11 @@ def live(results, way, build):
         t.log_in("login to a router that is new again", "admin", "admin")
         t.get("the Internet and the LAN are those of a new router", wanInfo=DHCP_WAN, lan=NEW_LAN)
         t.results.check("and the LEDs", t.sys().get("led") == "allon", t.sys())
-        left_nothing(results, "after a restore, kill", router.stop(signal.SIGTERM), 143)
+        lock_out(t)
+        left_nothing(results, "without a phone, kill", router.stop(signal.SIGTERM), 143)
+        results.check("it starts without a phone", router.start() is not None, router.output())
+        results.check("and says so", "no phone finds a place" in router.output(), router.output())
+        t.expect("and answers itself", LOCKED_OUT_GET, LOCKED_OUT, loopback=True)
+        left_nothing(results, "kill", router.stop(signal.SIGTERM), 143)
     finally:
         router.remove()

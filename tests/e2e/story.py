@@ -322,6 +322,7 @@ def refusals(results, router):
         (("--port", "x1"), "--port takes a port number, not 'x1'"),
         (("--loopback-port",), "--loopback-port needs a value"),
         (("--port", "8080", "--loopback-port", "8080"), "must differ"),
+        (("--agents", "5"), "--agents takes a number from 0 to 4, not '5'"),
         (("--build", "/nowhere"), "'/nowhere' is none"),
         (("--nonsense",), "there is no option '--nonsense'"),
     ):

@@ -102,13 +102,15 @@ END
         put_file phone-target "$1:80"
         echo "home: the phone has the address $phone"
     else
+        rm -f "$run/phone-target"
         echo "home: the phone finds no place in the LAN of $1, mask $2"
     fi
     for agent in "${!leases[@]}"; do
-        if address=$(lan_host "$1" "$2" $((FIRST_AGENT_PLACE + agent - 1))); then
+        if [ "$1" != none ] && address=$(lan_host "$1" "$2" $((FIRST_AGENT_PLACE + agent - 1))); then
             echo "$address $2 $1" >&"${leases[$agent]}"
         else
             echo "home: agent $agent finds no place in the LAN of $1, mask $2"
+            : >"$run/agents/$agent/ready"  # nobody needs to wait for it
         fi
     done
     put_file phone "$phone"

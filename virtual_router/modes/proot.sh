@@ -68,6 +68,7 @@ mode_follow_lan() {
         put_file phone-target "$root/var/run/http.sock $phone $1"
         echo "home: the phone has the address $phone"
     else
+        rm -f "$run/phone-target"
         echo "home: the phone finds no place in the LAN of $1, mask $2"
     fi
     put_file phone "$phone"

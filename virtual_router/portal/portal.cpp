@@ -209,9 +209,9 @@ void serve(int client, in_port_t client_port, Target target) {
     const int on = 1;
     setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const int server = connect_patiently(target);
-    if (server < 0) {
+    if (server < 0 && target.length > 0) {
         std::fprintf(stderr, "portal: the router's web server does not answer: %s\n", std::strerror(errno));
-    } else {
+    } else if (server >= 0) {
         setsockopt(server, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         if (!target.client.empty()) {
             const std::string line =
@@ -314,7 +314,7 @@ int main(int argc, char **argv) {
             return forward(listener, [path = words[2].substr(1)] {
                 Target now;
                 if (!parse_target(read_words(path), now)) {
-                    std::fprintf(stderr, "portal: %s does not say where the router is\n", path.c_str());
+                    std::fputs("portal: nobody on this side knows an address of the router\n", stderr);
                 }
                 return now;
             });

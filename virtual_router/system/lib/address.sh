@@ -3,7 +3,7 @@
 
 # Succeeds if $1 is a dotted quad.
 is_address() {
-    expr "$1" : '[0-9]\{1,3\}\(\.[0-9]\{1,3\}\)\{3\}$' >/dev/null || return 1
+    expr "x$1" : 'x[0-9]\{1,3\}\(\.[0-9]\{1,3\}\)\{3\}$' >/dev/null || return 1
     (
         IFS=.
         # shellcheck disable=SC2086  # four words
