@@ -535,10 +535,11 @@ class Store:
 
     # What a case can let fail: the double's word for the call, and for calls on an item what to add to its number.
     FAILURES = {"init": ("init", None), "update": ("update", None), "save": ("save", None), "get": ("get", 0),
-                "set": ("set", 0), "entry": ("get", 0x8001), "add": ("set", 0x10002), "delete": ("set", 0x20003)}
+                "set": ("set", 0), "entry": ("get", 0x8001), "add": ("set", 0x10002), "delete": ("set", 0x20003),
+                "delete all": ("set", 0x40004)}
 
     def failure(self, text):
-        call_name, _, name = text.partition(" ")
+        call_name, name = (text, "") if text in self.FAILURES else text.rpartition(" ")[::2]
         if call_name not in self.FAILURES or (self.FAILURES[call_name][1] is None) == bool(name):
             raise CaseError(f"what fails? {text}")
         word, offset = self.FAILURES[call_name]

@@ -311,7 +311,7 @@ int change_table(int id, const void *value) {
     if (Table *table = find_table(id - kDeleteAll)) {
         const bool ok = !fails("set", id);
         table->records = ok ? 0 : table->records;
-        return log_call("set", id, table->interface, ok, nullptr, 0);
+        return log_call("set", id, table->interface, ok, value, table->size);
     }
     return -1;
 }
