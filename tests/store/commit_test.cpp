@@ -195,6 +195,28 @@ TEST_F(Writers, AreNotHarmedByTheDeathOfOthers) {
     expect_between("committed copy", &Told::committed);
 }
 
+// At every moment the settings file can take the place of another router's committed copy.
+TEST_F(Writers, LeaveASettingsFileThatIsWhole) {
+    constexpr int kForEver = 1000000000;
+    pid_t processes[kWriters];
+    for (int i = 0; i < kWriters; i++) {
+        processes[i] = start_writer(i, kForEver, kForEver);
+    }
+    Router other(writers_definitions());
+    ASSERT_EQ(other.flash({"boot"}).status, 0);
+    for (int i = 0; i < 200; i++) {
+        std::filesystem::copy_file(router.path(kSettings), other.path(kCommitted),
+                                   std::filesystem::copy_options::overwrite_existing);
+        Outcome boot = other.flash({"boot"});
+        EXPECT_EQ(boot.status, 0);
+        EXPECT_EQ(boot.output, "");
+    }
+    for (pid_t process : processes) {
+        kill(process, SIGKILL);
+        EXPECT_EQ(wait_for(process), 128 + SIGKILL);
+    }
+}
+
 // ---- Readers beside writers -----------------------------------------------------------------------------------------
 
 constexpr int kOldest = 1;  // written first, and lies at one end of the records
