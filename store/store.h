@@ -6,7 +6,7 @@
 
 #include "store/item.h"
 
-// Untyped access, for the templates below only. `value` is exactly as wide as the item.
+// Untyped access, for the templates below only. `value` is at least as wide as the item.
 bool store_read_raw(int id, void *value);
 bool store_write_raw(int id, const void *value);
 
@@ -16,10 +16,24 @@ bool store_open();
 // Makes the working copy survive a reboot, then has the settings file written. A failed commit writes no settings file.
 void store_commit();
 
+// What a byte is handed over in. Firmwares keep some of the byte items as words: such a store neither writes past this
+// nor reads past it, and the byte is the word's low one on a little-endian device.
+struct ByteSlot {
+    uint8_t value;
+    uint8_t rest_of_a_word[3] = {};
+};
+
 // Reads an item into `value`. False: it can't be read, and `value` keeps what it held.
 template <typename Value>
 bool store_read(Item<Value> item, Value &value) {
-    return store_read_raw(item.id, &value);
+    if constexpr (sizeof(Value) == 1) {
+        ByteSlot slot = {static_cast<uint8_t>(value)};
+        const bool done = store_read_raw(item.id, &slot);
+        value = static_cast<Value>(slot.value);
+        return done;
+    } else {
+        return store_read_raw(item.id, &value);
+    }
 }
 
 // The item's value; zero or empty when it can't be read.
@@ -33,7 +47,12 @@ Value store_get(Item<Value> item) {
 // Writes an item. False: the store refused it.
 template <typename Value>
 bool store_set(Item<Value> item, Value value) {
-    return store_write_raw(item.id, &value);
+    if constexpr (sizeof(Value) == 1) {
+        const ByteSlot slot = {static_cast<uint8_t>(value)};
+        return store_write_raw(item.id, &slot);
+    } else {
+        return store_write_raw(item.id, &value);
+    }
 }
 
 // Copies `text` to `width` bytes of `out`, which are zero. False: it does not fit with its terminator.
