@@ -10,7 +10,7 @@ set -eu
 packages_of() {
     case "$1" in
     build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev libgtest-dev ;;
-    router) echo lighttpd busybox proot iproute2 util-linux mount curl ;;
+    router) echo lighttpd busybox proot iproute2 nftables util-linux mount curl ;;
     test)
         echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck

@@ -42,8 +42,6 @@ constexpr Field kSysconf[] = {
 };
 
 constexpr char kNothing[] = "(nothing in this router acts on it yet)";
-constexpr char kRatesNotPlayed[] = "(the bandwidth rules are in the store; this router does not slow anybody down)";
-constexpr char kFirewallNotPlayed[] = "(the rules are in the store; this router does not filter anything)";
 
 // A message of which there is one kind: the command is called with the fields' values as its words.
 struct Row {
@@ -55,30 +53,29 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
-    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing       },
-    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr        },
-    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr        },
-    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr        },
-    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr        },
-    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr        },
-    {7,  "MSG_APP_SETQOS",               kNoFields, nullptr,     kRatesNotPlayed},
-    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, nullptr,     kNothing       },
-    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNothing       },
-    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing       },
+    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing},
+    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr },
+    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr },
+    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr },
+    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr },
+    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr },
+    {7,  "MSG_APP_SETQOS",               kNoFields, "shaping",   nullptr },
+    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, nullptr,     kNothing},
+    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNothing},
+    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing},
 };
 
 // What a MSG_CALL_SYSCONF can ask for.
 struct Order {
     const char *argument;
-    const char *command;  // nullptr: none
-    const char *note;     // without a command
+    const char *command;
 };
 
 constexpr Order kOrders[] = {
-    {"initwan",     "initwan", nullptr           },
-    {"initlan",     "initlan", nullptr           },
-    {"init gw all", "restart", nullptr           },
-    {"firewall",    nullptr,   kFirewallNotPlayed},
+    {"initwan",     "initwan" },
+    {"initlan",     "initlan" },
+    {"init gw all", "restart" },
+    {"firewall",    "firewall"},
 };
 
 // The value as a program takes it.
@@ -112,12 +109,10 @@ std::string shown_value(const Field &field, const std::string &value) {
 // Finds what is to be done about a message with these values.
 void find_command(const Row &row, const std::vector<std::string> &values, Message &message) {
     const char *command = row.command;
-    const char *note = row.note;
     if (row.fields == kSysconf) {
         for (const Order &order : kOrders) {
             if (values[0] == order.argument) {
                 command = order.command;
-                note = order.note;
             }
         }
     } else {
@@ -127,7 +122,7 @@ void find_command(const Row &row, const std::vector<std::string> &values, Messag
         message.command.insert(message.command.begin(), command);
     } else {
         message.command.clear();
-        message.note = note;
+        message.note = row.note;
     }
 }
 

@@ -51,6 +51,8 @@ mode_complete_root() {
     mount --rbind /usr "$root/usr"
     mount -o remount,bind,ro "$root/usr"
     mount -t proc proc "$root/proc"
+    # Only a router with a network of its own has the means to change the kernel's rules.
+    ln -s /usr/sbin/nft /usr/sbin/tc "$root/bin/"
     # Root inside is root outside for the files here, where the router was started by root.
     mount --bind "$root/proc/sys" "$root/proc/sys"
     mount -o remount,bind,ro "$root/proc/sys"
@@ -89,6 +91,7 @@ address add $PPP_PEER peer $PPP_ADDRESS dev ppp0
 link set ppp0 up
 route add local default dev lo
 END
+    echo 1 >/proc/sys/net/ipv4/ip_forward
     echo 'server.bind = "0.0.0.0"' >"$root/etc/lighttpd-listen.conf"
 }
 
