@@ -144,13 +144,15 @@ class Router:
         status, _, kind = info.partition(" ")
         return int(status), kind, text
 
-    def find_process(self, name):
-        """Returns the id of the router's process of that name."""
+    def find_process(self, name, word=""):
+        """Returns the id of the router's process of that name, with that text in its command line."""
         table = processes()
         for pid, (parent, command) in table.items():
             while command == name and parent in table:
                 if parent == self.process.pid:
-                    return pid
+                    if word in pathlib.Path(f"/proc/{pid}/cmdline").read_text():
+                        return pid
+                    break
                 parent = table[parent][0]
         return None
 
@@ -158,6 +160,16 @@ class Router:
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
         run = subprocess.run(
             [*self.way.prefix, str(PROJECT / "script/router"), "--state", str(self.state), *command],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=20,
+        )  # fmt: skip
+        return run.returncode, run.stdout
+
+    def on_phone(self, *command):
+        """Runs a command of the PC in the phone's network. Returns its exit status and what it said."""
+        pid = self.find_process("portal", "phone-target")
+        user = [] if os.geteuid() == 0 else ["--user", "--preserve-credentials"]
+        run = subprocess.run(
+            ["nsenter", f"--target={pid}", "--net", *user, *command],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=20,
         )  # fmt: skip
         return run.returncode, run.stdout

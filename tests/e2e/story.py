@@ -41,6 +41,8 @@ def formatted(value, depth=0):
     if isinstance(value, dict):
         inner = ",\n".join(f"{chr(9) * (depth + 1)}{json.dumps(k)}:\t{formatted(v, depth + 1)}" for k, v in value.items())
         return "{\n" + (inner + "\n" if inner else "") + "\t" * depth + "}"
+    if isinstance(value, list):
+        return "[" + ", ".join(formatted(element, depth + 1) for element in value) + "]"
     return json.dumps(value, ensure_ascii=False)
 
 
@@ -252,7 +254,7 @@ def odd_records(t):
         (10, bytes(232) + text, 'MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff" (payload of 243 bytes instead of 360)', nothing),
         (10, bytes(232) + b"a" * 128, f'MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"', nothing),
         (10, (bytes(232) + b"firewall").ljust(360, b"\0"), 'MSG_CALL_SYSCONF sysconfArgv="firewall"',
-         "(the rules are in the store; this router does not filter anything)"),
+         "nft add rule inet firewall input iifname { eth1, ppp0 } ct state new drop"),
         (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130),
          "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001",
          "reboots are scheduled: 23:59:07 on the days 1000001 (shown only; this router carries none out)"),
@@ -263,7 +265,7 @@ def odd_records(t):
          "an upgrade begins: http://u/$(x)"),
         (6, bytes(360), 'MSG_APP_FWUPG url="" md5=""', "an upgrade is under way; this one is not begun"),
         (7, bytes(359) + b"x", "MSG_APP_SETQOS (1 bytes that should be zero are not)",
-         "(the bandwidth rules are in the store; this router does not slow anybody down)"),
+         "no shaping classes"),
         (77, b"", "unknown message type 77 (payload of 0 bytes instead of 360)", nothing),
         (1 << 40, bytes(8192), f"unknown message type {1 << 40} (payload of 8192 bytes instead of 360)", nothing),
     )  # fmt: skip
@@ -409,7 +411,6 @@ def restarts(results, router):
 
 def tell(results, way, build):
     """Tells a router run in this way the whole story. The results are added to `results`."""
-    routers.adopt_orphans()
     router = routers.Router(way, build)
     try:
         seconds = router.start()

@@ -1,0 +1,232 @@
+"""Who may do what: devices are limited with curl alone, and the kernel denies and slows down what it is told to."""
+
+import re
+import signal
+import subprocess
+import time
+
+import router as routers
+from house import House
+from story import left_nothing
+
+PHONE = "024B54000064"
+PROVIDER = "203.0.113.1"
+FIREWALL = 'MSG_CALL_SYSCONF sysconfArgv="firewall"'
+DAYS = ("Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday")
+
+# What the kernel must know for the rules; the router's own are not used, so that they cannot hide their faults.
+PROBES = {
+    "firewall": "add table inet t; add chain inet t c { type filter hook forward priority filter; }; "
+    'add rule inet t c ether saddr 02:00:00:00:00:01 meta day { Sunday } meta hour "08:00"-"09:00" limit rate over 9/second drop; '
+    "add chain inet t n { type nat hook postrouting priority srcnat; }; add rule inet t n ct state new masquerade",
+    "shaping": "add table inet t; add chain inet t c { type filter hook forward priority filter; }; "
+    "add rule inet t c meta priority set 1:1",
+}
+
+
+def obstacle(way, table):
+    """Returns why a router of this way cannot have its rules in force, or None."""
+    if way.played:
+        return f"this router has no {'nft' if table == 'firewall' else 'tc'}"
+    script = 'PATH="$PATH:/usr/sbin:/sbin"; nft "$1"; ip link add br0 type bridge; tc qdisc add dev br0 root handle 1: htb'
+    probe = [*way.prefix, "unshare", "--user", "--map-root-user", "--net", "sh", "-euc", script, "sh", PROBES[table]]
+    run = subprocess.run(probe, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    return (run.stdout.strip().splitlines() or ["the kernel refuses"])[0] if run.returncode else None
+
+
+class Parents(House):
+    def __init__(self, router, results):
+        super().__init__(router, results)
+        self.obstacles = {table: obstacle(router.way, table) for table in PROBES}
+        self.left_out = set()
+
+    def limit(self, step, rules, *lines, **objects):
+        """Sets objects, and waits until the daemon has told what becomes of that many rules of the firewall, or, for the
+        object "qos", of the shaping. It has shown these lines before."""
+        table, message = ("shaping", "MSG_APP_SETQOS") if "qos" in objects else ("firewall", FIREWALL)
+        end = "daemon:   " + self.outcome(table, rules)
+        mark = self.mark()
+        self.set(step, [message], **objects)
+        self.results.check(f"it is done: {step}", self.router.await_output(end, after=mark), self.router.output()[mark:])
+        shown = self.router.output()[mark:]
+        for line in lines:
+            self.results.check(f"it shows: {line}", f"daemon:   {line}\n" in shown, shown)
+
+    def outcome(self, table, rules):
+        """What the router says after it has shown that many rules."""
+        if rules == 0:
+            return f"no {table} rules\n"
+        return f"{table} rules " + (f"not in force: {rules} (" if self.obstacles[table] else f"in force: {rules}\n")
+
+    def really(self, table):
+        """Whether what the rules of this table do to the phone can be seen. Where it can't, that is said once."""
+        obstacle = self.obstacles[table] or self.obstacles["firewall"]  # which also leads the phone's packets out
+        if obstacle and table not in self.left_out:
+            self.left_out.add(table)
+            print(f"left out  {self.results.way}: what the {table} does to the phone: {obstacle}", flush=True)
+        return not obstacle
+
+    def reaches(self, step, wanted):
+        """The phone's pings to the provider are answered, or not."""
+        if not self.really("firewall"):
+            return
+        status, said = self.router.on_phone("busybox", "ping", "-c", "1", "-W", "1", PROVIDER)
+        received = "1 packets received" in said
+        self.results.check(step, received == wanted and "1 packets transmitted" in said, f"status {status}\n{said}")
+
+    def takes(self, step, good):
+        """Of some large pings of the phone to the provider, the one that takes longest takes a good time, in ms."""
+        if not self.really("shaping"):
+            return
+        said = self.router.on_phone("busybox", "ping", "-A", "-c", "4", "-s", "1400", "-W", "5", PROVIDER)[1]
+        times = re.search(r" 0% packet loss\n.* = [\d.]+/[\d.]+/([\d.]+) ms", said)
+        self.results.check(step, times is not None and good(float(times.group(1))), said)
+
+
+def outbound(match, verdict, name):
+    return f"nft add rule inet firewall outbound ether saddr {match} {verdict} # '{name}'"
+
+
+TABLET = {"mac": "024B54000070", "TimeControl": 1, "stime": "08:00:00", "etime": "22:30:00", "week": "0111110", "name": "tablet"}
+SHOWN_TABLET = {
+    "TimeControl": 1,
+    "sTime": "08:00:00",
+    "eTime": "22:30:00",
+    "name": "tablet",
+    "mac": "024B54000070",
+    "week": "0111110",
+}
+SCHOOL_DAYS = "meta day { Monday, Tuesday, Wednesday, Thursday, Friday }"
+KEYWORDS = "shown only: iptables -A FORWARD -i br0 -p tcp --dport 80 -m string --algo bm --string"
+
+
+def tables(t):
+    """Every table is filled and looked at, and what becomes of it is shown."""
+    t.limit(
+        "schedule a tablet", 4,
+        outbound("02:4B:54:00:00:70", f'{SCHOOL_DAYS} meta hour "08:00:00"-"22:30:00" return', "tablet"),
+        outbound("02:4B:54:00:00:70", "drop", "tablet"),
+        netAcc={"enable": 1, "addlist": [TABLET]},
+    )  # fmt: skip
+    t.get("it is scheduled", netAcc={"enable": 1, "list": [SHOWN_TABLET]})
+    odd = {**TABLET, "mac": "not a MAC!!!", "stime": "25:00:00", "name": "o'dd\n"}
+    t.limit(
+        "a schedule that is none", 4,
+        "the schedule of 'NOT A MAC!!!' 'o'\\''dd?' at '250000,223000' is none; it limits nobody",
+        netAcc={"enable": 1, "addlist": [odd]},
+    )  # fmt: skip
+    t.limit("goes", 4, netAcc={"dellist": [{"mac": odd["mac"]}]})
+
+    t.limit("block a word", 4, f"{KEYWORDS} 'don'\\''t' -j DROP", urlfilter={"enable": 1, "mode": 0, "addurl": "don't"})
+    t.limit(
+        "allow a word", 4, f"{KEYWORDS} 'school' -j ACCEPT", f"{KEYWORDS} 'Host:' -j DROP",
+        urlfilter={"enable": 1, "mode": 1, "addurl": "school"},
+    )  # fmt: skip
+    t.get("both are listed", urlfilter={"enable": 1, "mode": 1, "urllist": {"black": {"url1": "don't"}, "white": {"url1": "school"}}})
+    t.limit("forget the word", 4, urlfilter={"enable": 1, "mode": 0, "delurl": "don't"})
+
+    stranger = ["0A0B0C0D0E0F", "stranger", "", "1000001"]
+    t.limit(
+        "filter a stranger", 5, outbound("0a:0b:0c:0d:0e:0f", "meta day { Sunday, Saturday } drop", "stranger"),
+        Sec={"macFiltering": 1, "addMaclist": [stranger]},
+    )  # fmt: skip
+    flood = "nft add rule inet firewall flood iifname { eth1, ppp0 }"
+    t.limit(
+        "protect from floods", 8, f"{flood} meta l4proto icmp limit rate over 1500/second drop",
+        Sec={"firewall": 1, "udpflood": 0},
+    )  # fmt: skip
+    shown = {"firewall": 1, "icmpflood": 1, "tcpsynflood": 1, "tcpfinflood": 1, "udpflood": 0, "macFiltering": 1}
+    t.get("all but UDP", Sec={**shown, "maclist": [stranger]})
+    t.limit("a home without a firewall", 3, Sec={"firewall": 0})
+
+    television = {"ip": "192.168.1.60-192.168.1.50", "ulimit": 500, "dlimit": 2000}
+    t.limit(
+        "slow down a television", 2,
+        "tc class add dev eth1 parent 1: classid 1:1 htb rate 500kbit quantum 1514",
+        "tc class add dev br0 parent 1: classid 1:1 htb rate 2000kbit quantum 1514",
+        "nft add rule inet shaping forward ip saddr 192.168.1.50-192.168.1.60 oifname { eth1, ppp0 } meta priority set 1:1",
+        "nft add rule inet shaping forward ip daddr 192.168.1.50-192.168.1.60 oifname br0 meta priority set 1:1",
+        qos={"enable": 1, "ipRuleMod": {"Act": "add", **television}},
+    )  # fmt: skip
+    t.get("it is slow", qos={"enable": 1, "ipRuleList": [{**television, "index": 1}]})
+
+
+def span(first, last):
+    """A schedule of the phone, from and to that many hours from now."""
+    times = {key: time.strftime("%H:%M:%S", time.gmtime(time.time() + 3600 * hours)) for key, hours in (("stime", first), ("etime", last))}
+    return {"mac": PHONE, "TimeControl": 1, **times, "week": "1111111", "name": "phone"}
+
+
+def days(*numbers):
+    """The weekdays that are so many days from today."""
+    today = (time.gmtime().tm_wday + 1) % len(DAYS)
+    wanted = {(today + number) % len(DAYS) for number in numbers}
+    return "".join("01"[day in wanted] for day in range(len(DAYS)))
+
+
+def denied(t, table_rules):
+    """The phone, which is not limited yet, is; table_rules is how many rules there are without its own."""
+    t.reaches("the phone reaches the provider", True)
+    t.limit("filter the phone", table_rules + 1, Sec={"macFiltering": 1, "addMaclist": [[PHONE, "phone"]]})
+    t.reaches("it does not reach the provider", False)
+    left_nothing(t.results, "kill", t.router.stop(signal.SIGTERM), 143)
+    t.results.check("the router starts again", t.router.start() is not None, t.router.output())
+    for table, rules in (("firewall", table_rules + 1), ("shaping", 2)):
+        t.results.check(f"with the {table}", "startup: " + t.outcome(table, rules) in t.router.output(), t.router.output())
+    t.log_in("the phone reaches the router", "admin", "admin")
+    t.reaches("but not the provider", False)
+    t.limit("no filter", table_rules - 1, Sec={"macFiltering": 0})
+    t.reaches("the phone reaches the provider again", True)
+    t.limit("the phone is no longer filtered", table_rules, Sec={"macFiltering": 1, "delMaclist": [PHONE]})
+    t.reaches("the phone still reaches it", True)
+
+    for step, schedule, wanted in (
+        ("hours to come", span(2, 3), False),
+        ("these hours of today", {**span(-1, 1), "week": days(-1, 0, 1)}, True),
+        ("these hours of another day", {**span(-1, 1), "week": days(3)}, False),
+    ):
+        t.limit(f"the phone has {step}", table_rules + 2, netAcc={"enable": 1, "addlist": [schedule]})
+        t.reaches(f"with {step} it {'reaches' if wanted else 'does not reach'} the provider", wanted)
+    t.limit("it has no schedule any more", table_rules, netAcc={"dellist": [{"mac": PHONE}]})
+    t.reaches("and reaches the provider", True)
+
+
+def slowed(t):
+    """The phone plays the television. A large ping of 1442 bytes takes 0.7 s at 16 kbit/s."""
+    t.takes("the phone's large pings are fast", lambda time: time < 300)
+    for step, limits in (("download", {"dlimit": 16}), ("upload", {"ulimit": 16})):
+        rule = {"Act": "add", "ip": "192.168.1.90-192.168.1.110", **limits}
+        t.limit(f"slow down the phone's {step}", 3, qos={"ipRuleMod": rule})
+        t.takes(f"its {step} is slow", lambda time: time > 500)
+        t.limit("it is slow no more", 2, qos={"ipRuleMod": {"Act": "del", "index": 2}})
+    t.takes("it is fast again", lambda time: time < 300)
+
+
+def removed(t):
+    t.limit("change the television's limit", 1, qos={"ipRuleMod": {"Act": "mod", "index": 1, "ip": "192.168.1.50-192.168.1.60", "dlimit": 3000}})
+    t.get("it is changed", qos={"enable": 1, "ipRuleList": [{"ip": "192.168.1.50-192.168.1.60", "ulimit": 0, "dlimit": 3000, "index": 1}]})
+    t.limit("shaping is off", 0, "no shaping classes", qos={"enable": 0})
+    t.limit("the television is fast", 0, qos={"ipRuleMod": {"Act": "del", "index": 1}})
+    t.limit("the tablet is free", 1, netAcc={"dellist": [{"mac": TABLET["mac"]}]})
+    t.limit("the stranger is not filtered", 0, Sec={"macFiltering": 0, "delMaclist": ["0A0B0C0D0E0F"]})
+    t.limit("no words", 0, urlfilter={"enable": 1, "mode": 1, "delallurl": 1})
+    t.get("there are no rates", qos={"enable": 0, "ipRuleList": []})
+    t.get("no schedules", netAcc={"enable": 1, "list": []})
+    t.get("no words are listed", urlfilter={"enable": 1, "mode": 1, "urllist": {"black": {}, "white": {}}})
+
+
+def restrict(results, way, build):
+    """Limits the devices of a home. The results are added to `results`."""
+    router = routers.Router(way, build)
+    try:
+        if not results.check("a router for parents starts", router.start() is not None, router.output()):
+            return
+        t = Parents(router, results)
+        t.log_in("login to a router without limits", "admin", "admin")
+        tables(t)
+        denied(t, 3)
+        slowed(t)
+        removed(t)
+        left_nothing(results, "after a life with limits, kill", router.stop(signal.SIGTERM), 143)
+    finally:
+        router.remove()
