@@ -52,4 +52,12 @@ inline const char *array_text(const cJSON *array, int index) {
     return cJSON_IsArray(array) ? cJSON_GetStringValue(cJSON_GetArrayItem(array, index)) : nullptr;
 }
 
+// Adds an item under a key that outlives the tree, such as a literal: unlike cJSON_Add...ToObject() this copies no key,
+// which counts in long lists. Takes the item, also when it can't be added.
+inline void add_item(cJSON *object, const char *literal_key, cJSON *item) {
+    if (!cJSON_AddItemToObjectCS(object, literal_key, item)) {
+        cJSON_Delete(item);
+    }
+}
+
 #endif

@@ -166,14 +166,15 @@ int app_get_netAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply) 
     for (int index = 0; table_next(MIB_SCHNETACC_TBL_NUM, count, index, entry);) {
         const char *span = entry.time_span;
         const size_t length = strnlen(span, kTimeSpanLength);
+        const char *start = length < kCompactLength ? nullptr : span;
+        const char *end = length < kTimeSpanLength ? nullptr : span + kCompactLength + 1;
         cJSON *device = cJSON_CreateObject();
-        cJSON_AddNumberToObject(device, "TimeControl", entry.time_control);
-        cJSON_AddStringToObject(device, "sTime", length < kCompactLength ? kMidnight : expand_time(span).text);
-        cJSON_AddStringToObject(device, "eTime",
-                                length < kTimeSpanLength ? kMidnight : expand_time(span + kCompactLength + 1).text);
-        cJSON_AddStringToObject(device, "name", field_text(entry.name));
-        cJSON_AddStringToObject(device, "mac", field_text(entry.SchNetAccMac));
-        cJSON_AddStringToObject(device, "week", print_week_mask(entry.week).text);
+        add_item(device, "TimeControl", cJSON_CreateNumber(entry.time_control));
+        add_item(device, "sTime", cJSON_CreateString(start != nullptr ? expand_time(start).text : kMidnight));
+        add_item(device, "eTime", cJSON_CreateString(end != nullptr ? expand_time(end).text : kMidnight));
+        add_item(device, "name", cJSON_CreateString(field_text(entry.name)));
+        add_item(device, "mac", cJSON_CreateString(field_text(entry.SchNetAccMac)));
+        add_item(device, "week", cJSON_CreateString(print_week_mask(entry.week).text));
         cJSON_AddItemToArray(list, device);
     }
     return 0;
