@@ -112,6 +112,8 @@ class Router:
                 stdout=log,
                 stderr=subprocess.STDOUT,
                 env=self.environment(),
+                # Whoever runs the tests in the background has Ctrl-C ignored, and bash can't trap what it finds ignored.
+                preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
             )  # fmt: skip
         if not self.await_output("Ctrl-C stops the router", 20):
             return None
