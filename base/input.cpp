@@ -1,6 +1,12 @@
 #include "base/input.h"
 
+#include <unistd.h>
+
 #include <cstring>
+
+bool file_exists(const char *path) {
+    return access(path, F_OK) == 0;
+}
 
 bool read_line(FILE *file, Out line) {
     line.text[0] = '\0';

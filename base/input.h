@@ -6,6 +6,9 @@
 
 #include "base/text.h"
 
+// Whether there is something at `path`, be it readable or not.
+bool file_exists(const char *path);
+
 // Room for a line of command output or of a status file: at most 1022 characters are read at a time.
 constexpr size_t kLineSize = 1023;
 

@@ -10,6 +10,7 @@
 #include "objects/sys.h"
 #include "objects/url_filter.h"
 #include "objects/wan.h"
+#include "objects/wan_status.h"
 #include "objects/wifi.h"
 #include "objects/wifi_acc.h"
 #include "objects/wifi_advance.h"
@@ -29,7 +30,7 @@ const ObjectRow ObjectHandlerTable[] = {
     {"dutInfo",     app_get_dutInfo_handler,     app_set_dutInfo_handler    },
     {"wanInfo",     app_get_wanInfo_handler,     app_set_wanInfo_handler    },
     {"wanAdvance",  app_get_wanAdvance_handler,  app_set_wanAdvance_handler },
-    {"wanStatus",   kNotServedYet,               nullptr                    },
+    {"wanStatus",   app_get_wanStatus_handler,   nullptr                    },
     {"wifi",        app_get_wifi_handler,        app_set_wifi_handler       },
     {"wifiAdvance", app_get_wifiAdvance_handler, app_set_wifiAdvance_handler},
     {"wifiguest",   app_get_wifiguest_handler,   app_set_wifiguest_handler  },

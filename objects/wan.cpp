@@ -19,9 +19,6 @@ namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr int kStatic = 0;
-constexpr int kDhcp = 1;
-constexpr int kPppoe = 3;
 constexpr int kType20 = 20;  // reported in the operating mode below; never stored as a type
 
 constexpr int kType20OpMode = 1;

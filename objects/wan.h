@@ -7,6 +7,11 @@
 
 #include "store/item.h"
 
+// Types of the WAN connection, as the store and the requests number them. The firmware knows more.
+constexpr int kStatic = 0;
+constexpr int kDhcp = 1;
+constexpr int kPppoe = 3;
+
 // A connection type that the app can set up.
 struct ConnectionType {
     int type;          // its number in the store and in requests

@@ -1,0 +1,219 @@
+#include "objects/wan_status.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "base/command.h"
+#include "base/debug_log.h"
+#include "base/input.h"
+#include "base/json.h"
+#include "base/text.h"
+#include "gateway/message.h"
+#include "gateway/request_state.h"
+#include "objects/wan.h"
+#include "store/items.h"
+#include "store/store.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+constexpr char kSampleNow[] = "killall -USR1 speedtest 2>/dev/null";
+
+constexpr char kInternetPath[] = "/tmp/internet";
+constexpr char kPortStatusPath[] = "/proc/rtl865x/port_status";
+constexpr char kSpeedPath[] = "/tmp/speed/wanspeed";
+constexpr char kPppLinkPath[] = "/etc/ppp/link";  // there while a PPPoE session is up
+constexpr char kPppStartPath[] = "/var/ppp/startTime";
+constexpr char kDhcpStartPath[] = "/var/wan_uptime";
+
+constexpr char kWanPort[] = "Port1";
+
+constexpr int kLinkUp = 1;
+constexpr int kLinkDown = 0;
+constexpr int kLinkUnknown = -1;
+
+constexpr float kKilobitsPerByte = 0.0078125F;  // 8 / 1024
+
+// A report to a server: how often and, in seconds, at which distance. Both ends of a range are included.
+constexpr unsigned kReportCountMin = 1;
+constexpr unsigned kReportCountMax = 1000;
+constexpr int kReportCountDefault = 30;
+constexpr unsigned kReportIntervalMin = 2;
+constexpr unsigned kReportIntervalMax = 30;
+constexpr int kReportIntervalDefault = 2;
+
+constexpr char kSamplerNotStarted[] = "ERROR: send MSG_APP_START_SPEEDTEST fail";
+constexpr char kReportCountRange[] = "ERROR: reportCount out of range(1~1000)";
+constexpr char kReportIntervalRange[] = "ERROR: reportInterval out of range(2~30 s)";
+constexpr char kReportNotSent[] = "ERROR: send MSG_APP_REPORTOSERVER_WANSTA fail";
+
+// Has the speed sampler take a fresh sample, or started if it does not run. False: it could not be.
+bool wake_sampler() {
+    if (run_command(kSampleNow) == 0) {
+        return true;
+    }
+    DebugLog("speedtest not runing,start speedtest");
+    SysMsgRecord record = {};
+    record.msg_type = MSG_APP_START_SPEEDTEST;
+    return msg_send(record) == 0;
+}
+
+// What the router last found out about the Internet; 0 while it has not.
+int internet_state() {
+    char line[64] = {};
+    const File file(fopen(kInternetPath, "r"));
+    if (file) {
+        read_line(file.get(), line);
+    }
+    return decimal_value(line);
+}
+
+// A number that may be left out. False: it is there and out of its range. Negative numbers are: they are large when
+// taken as unsigned.
+bool take_number(const cJSON *object, const char *key, unsigned min, unsigned max, int &value) {
+    const cJSON *item = find_item(object, key);
+    if (item == nullptr) {
+        return true;
+    }
+    value = integer_value(item);
+    const auto number = static_cast<unsigned>(value);
+    return number >= min && number <= max;
+}
+
+bool send_report_request(int interval, int count, const char *guid) {
+    SysMsgRecord record = {};
+    record.msg_type = MSG_APP_REPORTOSERVER_WANSTA;
+    record.report.interval = interval;
+    record.report.count = count;
+    if (guid != nullptr) {
+        memcpy(record.report.guid, guid, strnlen(guid, sizeof record.report.guid));
+    }
+    return msg_send(record) == 0;
+}
+
+// Has the system daemon report the WAN's state to a server, if the request asks for it. Numbers that it must not have
+// are refused even if it does not.
+int request_report(const cJSON *status, const char *guid) {
+    const cJSON *wanted = find_item(status, "reportToServer");
+    int count = kReportCountDefault;
+    int interval = kReportIntervalDefault;
+    if (!take_number(status, "reportCount", kReportCountMin, kReportCountMax, count)) {
+        return fail(kReportCountRange);
+    }
+    if (!take_number(status, "reportInterval", kReportIntervalMin, kReportIntervalMax, interval)) {
+        return fail(kReportIntervalRange);
+    }
+    if (wanted == nullptr || integer_value(wanted) != 1) {
+        return 0;
+    }
+    return send_report_request(interval, count, guid) ? 0 : fail(kReportNotSent);
+}
+
+int wan_link() {
+    const File file(fopen(kPortStatusPath, "r"));
+    if (!file) {
+        return kLinkUnknown;
+    }
+    char line[512];
+    while (read_line(file.get(), line)) {
+        char port[sizeof line] = {};
+        char state[sizeof line] = {};
+        sscanf(line, "%511[^ ] %511s", port, state);
+        if (strcmp(port, kWanPort) == 0) {
+            return strcmp(state, "LinkUp") == 0 ? kLinkUp : kLinkDown;
+        }
+    }
+    return kLinkDown;
+}
+
+// The seconds since the moment that the file tells; 0 when there is no such file, and for a moment that is yet to come.
+// An unreadable moment is the epoch. A double, for a file may tell any number.
+double get_uptime(const char *path) {
+    if (!file_exists(path)) {
+        DebugLog("not find %s", path);
+        return 0;
+    }
+    const time_t now = time(nullptr);
+    long start = 0;
+    const File file(fopen(path, "r"));
+    if (file && fscanf(file.get(), "%ld", &start) != 1) {
+        start = 0;
+    }
+    const double seconds = static_cast<double>(now) - static_cast<double>(start);
+    return seconds > 0 ? seconds : 0;
+}
+
+// The rate in kbit/s. Where there is none, as for a sample that took no time, it counts as unknown, which is 0.
+float rate_of(long long bytes, float seconds) {
+    const float rate = static_cast<float>(bytes) * kKilobitsPerByte / seconds;
+    return std::isfinite(rate) ? rate : 0;
+}
+
+// Leaves the rates as they are when there is no sample.
+void getWanPortSpeed(float &upload, float &download) {
+    const File file(fopen(kSpeedPath, "r"));
+    if (!file) {
+        DebugLog("==>[Error] open fail!");
+        return;
+    }
+    float period = 0;  // seconds
+    long long received = 0;
+    long long sent = 0;
+    if (fscanf(file.get(), "%f,%lld,%lld\n", &period, &received, &sent) < 1) {
+        return;
+    }
+    download = rate_of(received, period);
+    upload = rate_of(sent, period);
+}
+
+void add_rate(cJSON *object, const char *key, float rate) {
+    char text[64];  // the largest rate has 39 digits before the point
+    put(text, "%1.2f", static_cast<double>(rate));
+    cJSON_AddStringToObject(object, key, text);
+}
+
+}  // namespace
+
+int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
+    cJSON *answer = cJSON_AddObjectToObject(reply, name);
+    if (!wake_sampler()) {
+        return fail(kSamplerNotStarted);
+    }
+    const cJSON *object = find_item(request, name);
+    if (object != nullptr) {
+        const cJSON *internet = find_item(object, "getInternetSta");
+        if (internet != nullptr && integer_value(internet) == 1) {
+            cJSON_AddNumberToObject(answer, "internetSta", internet_state());
+        }
+        const int failure = request_report(object, find_text(request, "guid"));
+        if (failure != 0) {
+            return failure;
+        }
+    }
+    const int type = store_get(MIB_WAN_DHCP);
+    int status = wan_link();
+    double up_time = 0;
+    float upload = 0;
+    float download = 0;
+    // An unreadable port counts as one that is up here: the other sources may know more.
+    if (status != kLinkDown) {
+        if (type == kPppoe) {
+            if (file_exists(kPppLinkPath)) {
+                up_time = get_uptime(kPppStartPath);
+            } else {
+                status = kLinkDown;
+            }
+        } else if (type == kDhcp) {
+            up_time = get_uptime(kDhcpStartPath);
+        }
+        getWanPortSpeed(upload, download);
+    }
+    cJSON_AddNumberToObject(answer, "status", status);
+    add_rate(answer, "uSpeed", upload);
+    add_rate(answer, "dSpeed", download);
+    cJSON_AddNumberToObject(answer, "upTime", up_time);
+    return 0;
+}

@@ -1,0 +1,10 @@
+// The object "wanStatus": the WAN's link, up-time and throughput, as the router's other programs write them to files.
+#ifndef OBJECTS_WAN_STATUS_H
+#define OBJECTS_WAN_STATUS_H
+
+#include <cjson/cJSON.h>
+
+// ObjectHandler (gateway/dispatch.h).
+int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply);
+
+#endif
