@@ -5,10 +5,10 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/mac_text.h"
 #include "base/text.h"
 #include "gateway/request_state.h"
 #include "objects/firewall_reload.h"
-#include "objects/mac_text.h"
 #include "objects/schedule_text.h"
 #include "store/items.h"
 #include "store/store.h"

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "base/json.h"
+#include "base/mac_text.h"
 #include "gateway/request_state.h"
-#include "objects/mac_text.h"
 #include "store/items.h"
 #include "store/store.h"
 #include "store/table.h"

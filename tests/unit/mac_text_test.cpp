@@ -1,4 +1,4 @@
-#include "objects/mac_text.h"
+#include "base/mac_text.h"
 
 #include <gtest/gtest.h>
 

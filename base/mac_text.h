@@ -1,7 +1,7 @@
-// Texts of hardware addresses. Requests give them as 12 hexadecimal digits; replies that name them with colons do so in
-// lower case. The two forms differ: what a reply gives is not taken back as it is.
-#ifndef OBJECTS_MAC_TEXT_H
-#define OBJECTS_MAC_TEXT_H
+// Texts of hardware addresses. Requests give them as 12 hexadecimal digits, and lists of devices name them so, in upper
+// case; other replies name them with colons, in lower case, which is not taken back as it is.
+#ifndef BASE_MAC_TEXT_H
+#define BASE_MAC_TEXT_H
 
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +16,9 @@ int ParseMacHex(const char *text, uint8_t (&mac)[kMacBytes]);
 
 // The rule of requests: exactly 12 characters, all hexadecimal digits. False: `mac` is not to be used.
 bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]);
+
+// Prints 12 digits in upper case.
+void print_mac_digits(const uint8_t (&mac)[kMacBytes], char (&text)[kMacDigits + 1]);
 
 // Prints the form of replies, in lower case with colons.
 void print_mac_text(const uint8_t (&mac)[kMacBytes], char (&text)[kMacColonSize]);

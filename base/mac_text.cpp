@@ -1,4 +1,4 @@
-#include "objects/mac_text.h"
+#include "base/mac_text.h"
 
 #include <cstring>
 
@@ -37,6 +37,10 @@ int ParseMacHex(const char *text, uint8_t (&mac)[kMacBytes]) {
 
 bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]) {
     return strlen(text) == kMacDigits && ParseMacHex(text, mac) == 1;
+}
+
+void print_mac_digits(const uint8_t (&mac)[kMacBytes], char (&text)[kMacDigits + 1]) {
+    put(text, "%02X%02X%02X%02X%02X%02X", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
 }
 
 void print_mac_text(const uint8_t (&mac)[kMacBytes], char (&text)[kMacColonSize]) {
