@@ -3,6 +3,8 @@
 #ifndef MESH_TOPOLOGY_H
 #define MESH_TOPOLOGY_H
 
+#include "base/mac_text.h"
+#include "base/records.h"
 #include "base/resource.h"
 
 constexpr char kTopologyPath[] = "/tmp/topology_json";
@@ -26,5 +28,39 @@ int list_agents(const cJSON *topology, AgentAddress (&agents)[kMostAgents]);
 
 // The same with the topology of the moment; 0 when there is none.
 int getAgentIpList(AgentAddress (&agents)[kMostAgents]);
+
+// The devices and stations of a topology by their addresses.
+struct TopologySearch {
+    // What an address stands for.
+    struct Entry {
+        uint8_t mac[kMacBytes];
+        const cJSON *station;  // nullptr: a device
+    };
+    bool is_read = false;  // the topology is read when something is first looked up, and serves all lookups
+    int32_t role = 0;      // the router's own, of MIB_MESH_ROLE
+    bool has_file = false;
+    Json topology;
+    RecordList<Entry> entries;  // in the document's order
+};
+
+// What a topology tells of a client.
+struct TopologyClient {
+    char band[16];
+    int rssi;
+    char downlink[20];
+    char uplink[20];
+};
+
+// What became of a search.
+constexpr int kTopologyUnreadable = -1;
+constexpr int kNotInTopology = 0;
+constexpr int kTopologyStation = 1;
+constexpr int kTopologyDevice = 2;
+
+// Finds a client below the devices of the mesh. kTopologyStation: what the station's texts tell is written to `client`,
+// cut to its fields, and what they do not tell is as it was. kTopologyDevice: it is such a device itself, and `client`
+// says "agent". kNotInTopology, too, unless the router is the mesh's controller; the file is not read then. The
+// controller is no device of its own mesh, and its own stations are not searched: the router sees those itself.
+int cmnt_findFromTopology(TopologySearch &search, const uint8_t *mac, TopologyClient &client);
 
 #endif
