@@ -3,6 +3,7 @@
 #include "objects/device.h"
 #include "objects/diagnostics.h"
 #include "objects/lan.h"
+#include "objects/lan_status.h"
 #include "objects/mesh.h"
 #include "objects/net_acc.h"
 #include "objects/qos.h"
@@ -15,14 +16,6 @@
 #include "objects/wifi_acc.h"
 #include "objects/wifi_advance.h"
 #include "objects/wps.h"
-
-namespace {
-
-// The product has this handler, this version not yet. Until then the object answers like one that is not offered: a get
-// passes over it, a set fails with "ERROR:not support set".
-constexpr ObjectHandler kNotServedYet = nullptr;
-
-}  // namespace
 
 // A row is the only place where an object is named for dispatch. The order is part of the protocol.
 // Columns: name, get, set.
@@ -39,11 +32,11 @@ const ObjectRow ObjectHandlerTable[] = {
     {"opMode",      app_get_opMode_handler,      app_set_opMode_handler     },
     {"timeZone",    app_get_timeZone_handler,    app_set_timeZone_handler   },
     {"lan",         app_get_lan_handler,         app_set_lan_handler        },
-    {"lanStatus",   kNotServedYet,               nullptr                    },
+    {"lanStatus",   app_get_lanStatus_handler,   nullptr                    },
     {"logout",      nullptr,                     app_set_logout_handler     },
     {"sys",         app_get_sys_handler,         app_set_sys_handler        },
     {"mesh",        app_get_mesh_handler,        app_set_mesh_handler       },
-    {"meshStatus",  kNotServedYet,               nullptr                    },
+    {"meshStatus",  app_get_meshStatus_handler,  nullptr                    },
     {"Sec",         app_get_sec_handler,         app_set_sec_handler        },
     {"netAcc",      app_get_netAcc_handler,      app_set_netAcc_handler     },
     {"urlfilter",   app_get_urlfilter_handler,   app_set_urlfilter_handler  },

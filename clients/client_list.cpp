@@ -1,0 +1,166 @@
+#include "clients/client_list.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "base/records.h"
+#include "base/text.h"
+#include "clients/leases.h"
+#include "clients/stations.h"
+#include "clients/switch_ports.h"
+#include "clients/traffic.h"
+#include "mesh/topology.h"
+
+namespace {
+
+constexpr char kBridge[] = "br0";
+constexpr char kNoLink[] = "0M";
+constexpr int32_t kPresent = 888;
+constexpr int kTrafficUnit = 10;  // bits: 1024 bytes per second
+
+// The wireless interfaces in the order in which their tables are read and searched: the first one that has a client is
+// the one that it is shown at.
+struct WirelessInterface {
+    char name[10];
+    char type[3];
+};
+
+constexpr WirelessInterface kInterfaces[] = {
+    {"wlan0",     "5g"},
+    {"wlan1",     "2g"},
+    {"wlan0-va0", "5g"},
+    {"wlan0-va1", "5g"},
+    {"wlan0-va2", "5g"},
+    {"wlan0-va3", "5g"},
+    {"wlan1-va0", "2g"},
+    {"wlan1-va1", "2g"},
+    {"wlan1-va2", "2g"},
+    {"wlan1-va3", "2g"},
+};
+
+constexpr int kInterfaceTables = static_cast<int>(sizeof kInterfaces / sizeof *kInterfaces);
+
+struct StationTable {
+    int count;
+    StationRow rows[kMostStations];
+};
+
+// What the builder knows while it builds one list. Beside the leases and the tables, a source is read when the first
+// client needs it.
+struct Sources {
+    LeaseList leases;
+    StationTable stations[kInterfaceTables];
+    SwitchArp arp;
+    SwitchPorts ports;
+    TopologySearch topology;
+    TrafficFile traffic;
+};
+
+void read_sources(Sources &sources) {
+    cmnt_cgiGetDHCPLeases(&sources.leases, 1);
+    for (int i = 0; i < kInterfaceTables; ++i) {
+        StationTable &table = sources.stations[i];
+        table.count = wirelessClientList(kInterfaces[i].name, table.rows);
+    }
+    open_traffic_file(sources.traffic);
+}
+
+void set_link(ClientRecord &client, const char *type, int32_t rssi, const char *dlink, const char *ulink) {
+    put(client.conType, "%s", type);
+    client.rssi = rssi;
+    put(client.dlink, "%s", dlink);
+    put(client.ulink, "%s", ulink);
+}
+
+// The sources of a client's link. Each sets it and returns true if it knows the client.
+
+bool find_wireless(const Sources &sources, ClientRecord &client) {
+    for (int i = 0; i < kInterfaceTables; ++i) {
+        const StationTable &table = sources.stations[i];
+        const StationRow *row = find_mac(table.rows, table.count, client.mac);
+        if (row != nullptr) {
+            set_link(client, kInterfaces[i].type, static_cast<int32_t>(row->rssi), row->txRate, row->rxRate);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool find_wired(Sources &sources, ClientRecord &client) {
+    int port = 0;
+    if (cmnt_isClientfromWired(sources.arp, client.mac, &port) == 0) {
+        return false;
+    }
+    char speed[20] = {};
+    const bool up = cmnt_getEthPortStatus(sources.ports, port, speed) == 1;
+    set_link(client, kTypeWired, 0, up ? speed : kNoLink, up ? speed : kNoLink);
+    return true;
+}
+
+bool find_in_mesh(Sources &sources, ClientRecord &client) {
+    TopologyClient found = {};
+    if (cmnt_findFromTopology(sources.topology, client.mac, found) < kTopologyStation) {
+        return false;
+    }
+    set_link(client, found.band, found.rssi, found.downlink, found.uplink);
+    return true;
+}
+
+// What the router sees itself comes before what others say of the client.
+void find_link(Sources &sources, ClientRecord &client) {
+    if (!find_wireless(sources, client) && !find_wired(sources, client) && !find_in_mesh(sources, client)) {
+        set_link(client, kTypeUnknown, 0, "", "");
+    }
+}
+
+void find_traffic(Sources &sources, ClientRecord &client) {
+    uint32_t upload = 0;
+    uint32_t download = 0;
+    if (cmnt_cgi_userlist_speedtest_get(sources.traffic, client.mac, &upload, &download) == 1) {
+        client.uspeed = upload >> kTrafficUnit;
+        client.dspeed = download >> kTrafficUnit;
+    }
+}
+
+void describe(const ArpEntry &entry, Sources &sources, ClientRecord &client) {
+    memcpy(client.mac, entry.mac, sizeof client.mac);
+    put(client.ip, "%s", inet_ntoa(in_addr{entry.ip}));
+    find_link(sources, client);
+    cmnt_findLeaseName(&sources.leases, client.mac, &client.name);
+    const bool known = strcmp(client.conType, kTypeUnknown) != 0;
+    client.presence = known ? kPresent : 0;
+    client.isKnown = known ? 1 : 0;
+    if (known && strcmp(client.conType, kTypeAgent) != 0) {
+        find_traffic(sources, client);
+    }
+}
+
+// The list's duplicates are weeded out by having no address.
+bool is_weeded_out(const ArpEntry &entry) {
+    return std::all_of(std::begin(entry.mac), std::end(entry.mac), [](uint8_t byte) { return byte == 0; });
+}
+
+}  // namespace
+
+int cmnt_getClientList(ClientList *list) {
+    if (list == nullptr) {
+        return -1;
+    }
+    ArpEntry entries[kArpEntryLimit] = {};
+    const int count = std::min(get_proc_arp_list(kBridge, entries), kArpEntryLimit);
+    if (count <= 0) {
+        return 0;  // without clients nothing else needs to be known
+    }
+    deal_arp_list_dup_client(entries, count);
+    Sources sources;
+    read_sources(sources);
+    for (int i = 0; i < count; ++i) {
+        if (!is_weeded_out(entries[i])) {
+            describe(entries[i], sources, list->clients[list->count++]);
+        }
+    }
+    return list->count;
+}

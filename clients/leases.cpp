@@ -1,0 +1,113 @@
+#include "clients/leases.h"
+
+#include <arpa/inet.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "base/command.h"
+#include "base/debug_log.h"
+#include "base/input.h"
+#include "base/records.h"
+#include "base/resource.h"
+#include "base/text.h"
+
+namespace {
+
+constexpr char kModule[] = "cgi_userlist";
+
+constexpr char kServer[] = "udhcpd";
+constexpr char kLeasePath[] = "/var/lib/misc/udhcpd.leases";
+constexpr useconds_t kRefreshPause = 1000;  // microseconds
+
+// A lease in the server's file.
+struct FileLease {
+    uint8_t mac[kMacBytes];
+    uint8_t reserved_6[10];
+    uint8_t ip[4];
+    uint8_t expiry[4];
+    char name[64];  // padded with zeros
+    uint8_t reserved_88[4];
+};
+static_assert(sizeof(FileLease) == 92, "shared with the DHCP server");
+static_assert(offsetof(FileLease, ip) == 16 && offsetof(FileLease, name) == 24, "shared with the DHCP server");
+
+// Has the server write its file. There is no telling when it has: a short pause must do, and whoever asks again sees
+// it.
+void refresh_lease_file() {
+    char path[64];
+    put(path, "%s/%s.pid", "/var/run", kServer);
+    const pid_t server = get_pid_from_file(path);
+    if (server > 0) {
+        char command[64];
+        put(command, "kill -SIGUSR1 %d\n", server);
+        run_command(command);
+    }
+    usleep(kRefreshPause);
+}
+
+void add_lease(LeaseList *list, const FileLease &lease) {
+    LeaseEntry &entry = list->entries[list->count++];
+    entry = {};
+    memcpy(entry.name, lease.name, strnlen(lease.name, sizeof lease.name));
+    memcpy(entry.mac, lease.mac, sizeof entry.mac);
+    in_addr ip;
+    memcpy(&ip, lease.ip, sizeof ip);
+    put(entry.ip, "%s", inet_ntoa(ip));
+}
+
+}  // namespace
+
+pid_t get_pid_from_file(const char *path) {
+    if (!file_exists(path)) {
+        return -1;
+    }
+    const File file(fopen(path, "r"));
+    if (!file) {
+        fputs("Read pid file error!\n", stderr);
+        return -1;
+    }
+    char line[100];
+    read_line(file.get(), line);
+    return decimal_value(line);
+}
+
+void cmnt_cgiGetDHCPLeases(LeaseList *list, int /*refresh*/) {
+    list->count = 0;
+    refresh_lease_file();
+    if (!file_exists(kLeasePath)) {
+        return;
+    }
+    const File file(fopen(kLeasePath, "r"));
+    if (!file) {
+        DebugLog("==> could not open DHCP lease file!");
+        return;
+    }
+    FileLease lease;
+    while (fread(&lease, sizeof lease, 1, file.get()) == 1) {
+        add_lease(list, lease);
+        if (list->count == kMostLeases) {
+            DebugLog("==> dhcplist num more than %d!", kMostLeases);
+            break;
+        }
+    }
+}
+
+int cmnt_findLeaseName(const LeaseList *list, const uint8_t *mac, char (*name)[66]) {
+    if (list == nullptr || mac == nullptr || name == nullptr) {
+        return -1;
+    }
+    if (list->count > kMostLeases) {
+        return -2;
+    }
+    const LeaseEntry *entry = find_mac(list->entries, list->count, mac);
+    if (entry == nullptr) {
+        return -3;
+    }
+    // The entry as a whole, whose last byte is 0: the name's own field may have none.
+    const char *text = reinterpret_cast<const char *>(entry);
+    put(*name, "%s", text);
+    return 0;
+}

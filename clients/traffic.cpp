@@ -1,0 +1,121 @@
+#include "clients/traffic.h"
+
+#include <cstdio>
+
+#include "base/command.h"
+#include "base/debug_log.h"
+#include "base/input.h"
+#include "base/text.h"
+
+namespace {
+
+constexpr char kModule[] = "cgi_userlist";
+
+constexpr char kTrafficPath[] = "/var/terminal_rate_info";
+
+constexpr char kChain[] = "speedtest";
+
+// A number of the file as the 32 bits that it has on the router.
+uint32_t rate_of(unsigned long long number) {
+    return number < UINT32_MAX ? static_cast<uint32_t>(number) : UINT32_MAX;
+}
+
+// False: it is no device's line.
+bool scan_line(const char *line, TrafficFile::Entry &entry) {
+    unsigned mac[kMacBytes];
+    unsigned long long upload = 0;
+    unsigned long long download = 0;
+    if (sscanf(line, "%*u %*u %2x%2x%2x%2x%2x%2x %llu %llu", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5],
+               &upload, &download) != 8) {
+        return false;
+    }
+    for (size_t i = 0; i < kMacBytes; ++i) {
+        entry.mac[i] = static_cast<uint8_t>(mac[i]);
+    }
+    entry.upload = rate_of(upload);
+    entry.download = rate_of(download);
+    return true;
+}
+
+void read_lines(TrafficFile &traffic) {
+    char line[kLineSize];
+    while (read_line(traffic.file.get(), line)) {
+        TrafficFile::Entry entry;
+        if (scan_line(line, entry)) {
+            traffic.entries.add(entry);
+        }
+    }
+}
+
+// A rule counts one direction: traffic to the device leaves through the bridge, traffic from it comes in there. These
+// are the packet filter's options for the interface and for the device's address.
+struct Direction {
+    char interface;
+    char address;
+};
+
+constexpr Direction kDirections[] = {
+    {'o', 'd'},
+    {'i', 's'}
+};
+
+bool has_rule(Direction direction, const char *ip) {
+    char command[1024];
+    put(command, "iptables -S %s |grep '%s/32 -%c' 1>/dev/null 2>/dev/null", kChain, ip, direction.interface);
+    return run_command(command) == 0;
+}
+
+// The action is the packet filter's option: I to insert the rule, D to delete it.
+void change_rule(char action, Direction direction, const char *ip) {
+    char command[1024];
+    put(command, "iptables -%c %s -%c br0 -%c %s 2>/dev/null", action, kChain, direction.interface, direction.address,
+        ip);
+    run_command(command);
+}
+
+}  // namespace
+
+void open_traffic_file(TrafficFile &traffic) {
+    traffic.file.reset(fopen(kTrafficPath, "r"));
+}
+
+int cmnt_cgi_userlist_speedtest_get(TrafficFile &traffic, const uint8_t *mac, uint32_t *upload, uint32_t *download) {
+    if (!traffic.file) {
+        DebugLog("==>[Error] file not open!");
+        return 0;
+    }
+    if (mac == nullptr || upload == nullptr || download == nullptr) {
+        return 0;
+    }
+    if (!traffic.is_read) {
+        read_lines(traffic);
+        traffic.is_read = true;
+    }
+    const TrafficFile::Entry *entry = traffic.entries.find(mac);
+    if (entry == nullptr) {
+        return 0;
+    }
+    *upload = entry->upload;
+    *download = entry->download;
+    return 1;
+}
+
+void speedtest_add_rules(const char *ip) {
+    if (ip == nullptr) {
+        return;
+    }
+    for (const Direction direction : kDirections) {
+        if (!has_rule(direction, ip)) {
+            change_rule('I', direction, ip);
+        }
+    }
+}
+
+void speedtest_del_rules(const char *ip) {
+    if (ip == nullptr) {
+        return;
+    }
+    for (const Direction direction : kDirections) {
+        change_rule('D', direction, ip);
+    }
+}

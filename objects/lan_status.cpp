@@ -1,0 +1,92 @@
+#include "objects/lan_status.h"
+
+#include <cstring>
+
+#include "base/debug_log.h"
+#include "base/json.h"
+#include "base/text.h"
+#include "base/utf8.h"
+#include "clients/client_list.h"
+#include "gateway/request_state.h"
+#include "mesh/topology.h"
+
+namespace {
+
+constexpr char kModule[] = "app";
+
+constexpr char kNoTopology[] = "ERROR:open topology_json file fail";
+constexpr char kTopologyInvalid[] = "ERROR:Parse topology_json file fail";
+
+// Adds a text of the list, whose texts are what drivers and files hold.
+void add_text(cJSON *object, const char *key, char *text) {
+    add_item(object, key, cJSON_CreateString(make_valid_utf8(text)));
+}
+
+cJSON *describe_client(ClientRecord &client) {
+    char mac[kMacDigits + 1];
+    print_mac_digits(client.mac, mac);
+    DebugLog("%s,%s,%s", client.name, client.ip, mac);
+    cJSON *device = cJSON_CreateObject();
+    add_text(device, "name", client.name);
+    add_text(device, "ip", client.ip);
+    add_text(device, "mac", mac);
+    add_text(device, "conType", client.conType);
+    add_item(device, "rssi", cJSON_CreateNumber(client.rssi));
+    add_text(device, "dlink", client.dlink);
+    add_text(device, "ulink", client.ulink);
+    add_item(device, "dspeed", cJSON_CreateNumber(client.dspeed));
+    add_item(device, "uspeed", cJSON_CreateNumber(client.uspeed));
+    return device;
+}
+
+cJSON *describe_station(ClientRecord &client) {
+    char mac[kMacDigits + 1];
+    print_mac_digits(client.mac, mac);
+    char rssi[16];
+    put(rssi, "%d", client.rssi);
+    cJSON *station = cJSON_CreateObject();
+    add_text(station, "station_mac", mac);
+    add_text(station, "station_rssi", rssi);
+    add_text(station, "station_connected_band", client.conType);
+    add_text(station, "station_downlink", client.dlink);
+    add_text(station, "station_uplink", client.ulink);
+    return station;
+}
+
+}  // namespace
+
+int app_get_lanStatus_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
+    cJSON *answer = cJSON_AddObjectToObject(reply, name);
+    cJSON *devices = cJSON_AddArrayToObject(answer, "devlist");
+    ClientList list = {};
+    const int count = cmnt_getClientList(&list);
+    for (int i = 0; i < count; ++i) {
+        cJSON_AddItemToArray(devices, describe_client(list.clients[i]));
+    }
+    return 0;
+}
+
+int app_get_meshStatus_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
+    cJSON *answer = cJSON_AddObjectToObject(reply, name);
+    const OwnedText text = read_topology(kTopologyPath);
+    if (!text) {
+        return fail(kNoTopology);
+    }
+    DebugLog("%s", text.get());
+    Json topology(cJSON_Parse(make_valid_utf8(text.get())));
+    // Also without a topology: it has the DHCP server write its leases afresh, which others read.
+    ClientList list = {};
+    const int count = cmnt_getClientList(&list);
+    if (!topology) {
+        return fail(kTopologyInvalid);
+    }
+    // A mesh without stations of the router's own has no place for its wired devices either.
+    cJSON *stations = cJSON_GetObjectItem(topology.get(), "station_info");
+    add_item(answer, "topology", topology.release());
+    for (int i = 0; i < count && cJSON_IsArray(stations); ++i) {
+        if (strcmp(list.clients[i].conType, kTypeWired) == 0) {
+            cJSON_AddItemToArray(stations, describe_station(list.clients[i]));
+        }
+    }
+    return 0;
+}
