@@ -7,18 +7,21 @@ import re
 import tomllib
 
 REQUEST_KEYS = {"body", "content_length", "remote_addr", "env", "args", "stdin", "pieces"}
-EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "queue", "files_after"}
-WORLD_KEYS = {"store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "arp"}
+EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "driver", "queue", "files_after"}
+WORLD_KEYS = {"store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "arp", "stations"}
 STEP_KEYS = REQUEST_KEYS | EXPECT_KEYS | {"commands"}
 CASE_KEYS = STEP_KEYS | WORLD_KEYS | {"skip", "then"}
 HEAD_KEYS = {"name", "about", "rows", "columns"}
-MERGED_KEYS = {"store", "files", "commands", "env", "fail_syscalls", "skip", "files_after"}  # defaults stay, key by key
+MERGED_KEYS = {  # defaults stay, key by key
+    "store", "files", "commands", "env", "fail_syscalls", "skip", "files_after", "stations",
+}
 
 TYPES = {
     "body": str, "content_length": (str, bool), "remote_addr": (str, bool), "env": dict, "args": list, "stdin": str,
     "pieces": int, "reply": str, "exit": int, "stderr": str, "console": list, "events": list, "reads": list,
     "queue": list, "files_after": dict, "commands": dict, "store": dict, "unset": list, "fail": list, "files": dict,
     "shell": bool, "fail_syscalls": dict, "memory": int, "queue_exists": bool, "arp": list, "skip": dict, "then": list,
+    "stations": dict, "driver": list,
 }
 
 
@@ -55,13 +58,62 @@ def expand(text):
         if kind == "TEXT":  # no two neighbouring characters alike, so that a shifted text is seen
             return "".join(itertools.islice(itertools.cycle(PATTERN), int(argument)))
         if kind == "BYTE":
-            return to_text(bytes.fromhex(argument)) if int(argument, 16) < 128 else chr(0xDC00 + int(argument, 16))
+            return "".join(chr(byte if byte < 128 else 0xDC00 + byte) for byte in bytes.fromhex(argument))
         if kind == "HEX":  # a text field of a record: its bytes in hexadecimal, filled with zeros
             field, width = argument.rsplit(",", 1)
             return to_bytes(field).ljust(int(width), b"\0").hex()
         return {"NUL": "\0", "NL": "\n"}[kind]
 
     return STATIC_MACRO.sub(value, text)
+
+
+SERIES_MACRO = re.compile(r"%(EACH|LIST)\((\d+),(\d+),")
+NUMBERED = re.compile(r"%(?:(\w+)\[)?(?:(\d+)([-+]))?i\]?(?::(0\d[xX]))?%")
+
+
+def series(node, lists):
+    """Fills in %EACH(FIRST,LAST,TEXT)% and %LIST(FIRST,LAST,TEXT)% in all texts: the TEXT once for every number.
+
+    In the TEXT stand %i%, %i:02x%, %N-i% and %N+i%, and %NAME[i]%, the text of that number in a list of `lists`.
+    """
+    if isinstance(node, dict):
+        return {series(key, lists): series(value, lists) for key, value in node.items()}
+    if isinstance(node, list):
+        return [series(value, lists) for value in node]
+    if not isinstance(node, str):
+        return node
+    while head := SERIES_MACRO.search(node):
+        depth = 1
+        for mark in re.finditer(r"%[A-Z]+\(|\)%", node[head.end():]):
+            depth += 1 if mark[0] != ")%" else -1
+            if depth == 0:
+                break
+        if depth:
+            raise CaseError(f"without an end: {head[0]}")
+        text, end = node[head.end():head.end() + mark.start()], head.end() + mark.end()
+        kind, first, last = head[1], int(head[2]), int(head[3])
+        filled = [NUMBERED.sub(lambda match, i=i: numbered(i, lists, *match.groups()), text)
+                  for i in range(first, last + 1)]
+        node = node[:head.start()] + ("," if kind == "LIST" else "").join(filled) + node[end:]
+    return node
+
+
+def numbered(i, lists, name, base, sign, form):
+    number = int(base or 0) - i if sign == "-" else int(base or 0) + i
+    if name is None:
+        return format(number, form or "d")
+    if name not in lists or not 0 <= number < len(lists[name]):
+        raise CaseError(f"no such text: {name}[{number}]")
+    return lists[name][number]
+
+
+def read_lists(texts):
+    """The lists of a file: words in their order, "-" for an empty one, "@NAME" for all of a list above."""
+    lists = {}
+    for name, text in texts.items():
+        words = [lists[word[1:]] if word.startswith("@") else ["" if word == "-" else word] for word in text.split()]
+        lists[name] = sum(words, [])
+    return lists
 
 
 ANY_MACRO = re.compile(r"%ANY\((\w+),(\d+),(.*?)\)%")
@@ -207,26 +259,31 @@ def load_cases(folder, items):
     return cases
 
 
+EMPTY_FILE = {"defaults": {}, "lists": {}, "replies": {}, "events": {}, "case": []}
+
+
 def load_file(path, relative, items):
     data = read_files(tomllib.loads(path.read_text()), path.parent)
     if path.name == "case.toml":  # a case with a folder of its own
         area = relative.parent
-        head = {"defaults": {}, "replies": {}, "events": {}, "case": [{"name": "", **data}]}
+        head = {**EMPTY_FILE, "case": [{"name": "", **data}]}
     else:
         area = relative.with_suffix("")
-        head = {"defaults": {}, "replies": {}, "events": {}, "case": [], **data}
-    unknown = set(head) - {"defaults", "replies", "events", "case"}
+        head = {**EMPTY_FILE, **data}
+    unknown = set(head) - set(EMPTY_FILE)
     if unknown:
         raise CaseError(f"unknown tables: {', '.join(sorted(unknown))}")
     check_keys(head["defaults"], CASE_KEYS, "defaults")
+    lists = read_lists(head["lists"])
+    named = series({key: head[key] for key in ("replies", "events")}, lists)
     cases = []
     for raw in head["case"]:
         for number, row in enumerate(rows_of(raw)):
-            case = merge(head["defaults"], row)
+            case = series(merge(head["defaults"], row), lists)
             own_name = json.dumps(case.pop("name"), ensure_ascii=False)[1:-1].replace('\\"', '"')  # one line, whatever it holds
             name = f"{area}: {own_name}" if own_name else str(area)
             try:
-                cases.append({"row": number, **finish(name, case, head["replies"], head["events"], items)})
+                cases.append({"row": number, **finish(name, case, **named, items=items)})
             except (CaseError, ValueError, KeyError) as error:
                 raise CaseError(f"{name}: {error}") from error
     return cases
@@ -314,7 +371,7 @@ def check_keys(table, known, where):
             raise CaseError(f"{where}: {key} has the wrong type")
 
 
-def finish(name, case, replies, named_events, items):
+def finish(name, case, replies, events, items):
     """Checks a case after all filling in, and makes the list of its steps."""
     check_keys(case, CASE_KEYS, name)
     for mode, reason in case.get("skip", {}).items():
@@ -335,7 +392,7 @@ def finish(name, case, replies, named_events, items):
         if step.get("stdin", "close") not in ("close", "open"):
             raise CaseError("stdin is close or open")
         step["reply"] = wire_reply(step["reply"], replies)
-        step["events"] = splice(step.get("events", []), named_events)
+        step["events"] = splice(step.get("events", []), events)
     return {"name": name, "world": world, "steps": steps, "skip": case.get("skip", {})}
 
 

@@ -34,6 +34,7 @@ QUEUE_FIELDS = {  # of the record, counted from its 32-bit type: offset, width, 
     "interval": (236, 4, int), "count": (240, 4, int), "guid": (244, 40, str),
 }
 RECORD_SIZE = 364
+STATION_SIZE = 63
 
 
 # ---- rights: a name space where one can be had, else a changed root, else proot
@@ -235,7 +236,8 @@ class Sandbox:
             self.put(path, content)
         if world.get("shell", True):
             os.link(self.path("/.runner/shell"), self.path("/bin/sh"))
-        self.path("/.runner/arp").write_text("".join(line + "\n" for line in world.get("arp", [])))
+        self.path("/.runner/arp").write_text("\n".join(expand(line) for line in world.get("arp", [])))
+        self.put_stations(world.get("stations", {}))
         self.queue = Queue(self.path("/dev/null"))
         while self.queue.find() >= 0:  # a key of somebody else: another inode gives another key
             if self.own_space:
@@ -265,6 +267,16 @@ class Sandbox:
             os.mknod(target, stat.S_IFSOCK | 0o666)
         else:
             raise CaseError(f"{path}: what is {content}?")
+
+    def put_stations(self, interfaces):
+        """Interface -> the Wi-Fi driver's answer: rows of a table, a text as it stands, or false where it refuses."""
+        folder = self.path("/.runner/wireless")
+        shutil.rmtree(folder, ignore_errors=True)
+        for name, answer in interfaces.items():
+            (folder / name).mkdir(parents=True)
+            if answer is not False:
+                data = to_bytes(expand(answer)) if isinstance(answer, str) else station_table(answer)
+                (folder / name / "stations").write_bytes(data)
 
     def files(self):
         """All files that are not the base's: path -> content, or the type of what is no file."""
@@ -494,6 +506,27 @@ def command_table(commands):
         parts = [to_bytes(expand(text)) for text in (command, answer.get("output", ""), answer.get("remove", ""))]
         head = f"{len(parts[0])} {answer.get('status', 0)} {len(parts[1])} {len(parts[2])}\n"
         table += head.encode() + b"".join(parts)
+    return table
+
+
+def station_table(rows):
+    """The Wi-Fi driver's answer: a record that does not count, then one for each row.
+
+    A row is "AID MAC FLAGS TX SIGNAL MODE RATE RX", numbers as in C, or "-" for an empty slot. Bytes that tell nothing
+    are 0xEE, so that whoever takes them for something is seen.
+    """
+    table = b"\xee" * STATION_SIZE
+    for row in "\n".join(map(expand, rows)).splitlines():
+        record = bytearray(b"\0\0" + b"\xee" * (STATION_SIZE - 2))
+        if row != "-":
+            aid, mac, *numbers = row.split()
+            record[0:2] = int(aid, 0).to_bytes(2, "little")
+            record[2:8] = bytes.fromhex(mac.replace(":", ""))
+            for offset, number in zip((20, 22, 23, 52, 53, 54), numbers, strict=True):
+                record[offset] = int(number, 0)
+        if len(record) != STATION_SIZE:
+            raise CaseError(f"what MAC is that? {row}")
+        table += record
     return table
 
 

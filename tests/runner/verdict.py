@@ -93,12 +93,14 @@ def compare(step, world, before, seen, items, second, uptime):
     elif seen["console_opens"] != len(lines):
         yield "console", f"opened {len(lines)} times", f"opened {seen['console_opens']} times"
 
-    events, reads, inits = history(seen["log"], items)
+    events, reads, driver, inits = history(seen["log"], items)
     wanted = resolve([fill(event) for event in step.get("events", [])], events)
     if events != wanted:
         yield "events", "\n".join(wanted), "\n".join(events)
     if "reads" in step and reads != step["reads"]:
         yield "reads", "\n".join(step["reads"]), "\n".join(reads)
+    if "driver" in step and driver != step["driver"]:
+        yield "driver", "\n".join(step["driver"]), "\n".join(driver)
     if inits != 1:
         yield "store", "opened once", f"opened {inits} times"
 
@@ -124,8 +126,9 @@ def show_file(content):
 
 
 def history(log, items):
-    """The ordered events as a case lists them, the reads apart, and how often the store was opened."""
-    events, reads, inits = [], [], 0
+    """The ordered events as a case lists them, apart what was read of the store and of the Wi-Fi driver, and how often
+    the store was opened. A request that the driver would not take is an event too."""
+    events, reads, driver, inits = [], [], [], 0
     for line in log:
         words = line.split()
         if words[0] == "init":
@@ -137,11 +140,15 @@ def history(log, items):
             events.append(commit_event(words))
         elif words[0] == "get":
             reads.append(item_name(words[1], items))
+        elif words[0] == "driver":
+            driver.append(f"{words[1]} {words[2]}" + (" failed" if words[3] != "ok" else ""))
+            if words[4:]:
+                events.append(" ".join(["unfit request", words[1], words[2], *words[4:]]))
         elif words[0] == "set":
             events.append(set_event(words, items))
         else:
             events.append(line)
-    return events, reads, inits
+    return events, reads, driver, inits
 
 
 def item_name(number, items):

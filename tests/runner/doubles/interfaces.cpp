@@ -1,5 +1,6 @@
 // A double of the kernel's network interfaces: the requests for an address, a netmask or a hardware address are
-// answered from the case, whatever interfaces the machine has. All other requests go to the kernel.
+// answered from the case, whatever interfaces the machine has. So are those of the Wi-Fi driver (wireless.cpp). All
+// other requests go to the kernel.
 //
 // An interface NAME is a file /sys/class/net/NAME of up to three words, "ADDRESS NETMASK MAC"; "-" is one that the
 // interface does not have. Without the file there is no such interface.
@@ -17,6 +18,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#include "tests/runner/doubles/wireless.h"
 
 namespace {
 
@@ -74,6 +77,9 @@ extern "C" int ioctl(int file, unsigned long request, ...) {
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
+    if (is_wireless_request(request)) {
+        return answer_wireless_request(request, argument);
+    }
     if (request != SIOCGIFADDR && request != SIOCGIFNETMASK && request != SIOCGIFHWADDR) {
         return static_cast<int>(syscall(SYS_ioctl, file, request, argument));
     }

@@ -9,6 +9,7 @@
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -151,6 +152,50 @@ void do_network(char *name) {  // prints the interface's address, netmask and MA
     fflush(stdout);
 }
 
+// NAME KIND BUFFER LENGTH: asks the Wi-Fi driver for the stations of an interface, in a buffer of so many bytes that is
+// said to have that length, and prints them as hexadecimal digits up to the last byte that is not zero. Kinds: "plain",
+// "ax", "ax-bare" (without the flags that the driver wants), "filled" (with a buffer that is not zeroed).
+void do_stations(char *text) {
+    struct {
+        char name[16];
+        unsigned char *buffer;
+        uint16_t length;
+        uint16_t flags;
+        uint32_t padding;
+    } wanted = {};
+    char kind[16];
+    unsigned size = 0;
+    unsigned length = 0;
+    const int file = socket(AF_INET, SOCK_DGRAM, 0);
+    if (sscanf(text, "%15s %15s %u %u", wanted.name, kind, &size, &length) != 4 || ioctl(file, 0x8B01, &wanted) != 0) {
+        perror("name");
+        close(file);
+        return;
+    }
+    wanted.buffer = static_cast<unsigned char *>(calloc(1, size));
+    wanted.length = static_cast<uint16_t>(length);
+    wanted.flags = strcmp(kind, "ax") == 0 ? 0x8B30 : 0;
+    if (strcmp(kind, "filled") == 0) {
+        wanted.buffer[size - 1] = 1;
+    }
+    if (ioctl(file, kind[0] == 'a' ? 0x89F2 : 0x8B30, &wanted) != 0) {
+        perror("stations");
+        free(wanted.buffer);
+        close(file);
+        return;
+    }
+    while (size > 0 && wanted.buffer[size - 1] == 0) {
+        --size;
+    }
+    for (unsigned i = 0; i < size; ++i) {
+        printf("%02x", wanted.buffer[i]);
+    }
+    puts("");
+    fflush(stdout);
+    free(wanted.buffer);
+    close(file);
+}
+
 void write_console(const char *text, const char *end, bool twice) {
     FILE *console = fopen("/dev/console", "w+");
     for (int i = 0; console != nullptr && i < (twice ? 2 : 1); ++i) {
@@ -248,6 +293,7 @@ constexpr Statement kStatements[] = {
     {"queue",     do_queue    },
     {"uptime",    do_uptime   },
     {"network",   do_network  },
+    {"stations",  do_stations },
     {"log",       do_log      },
     {"log-open",  do_log_open },
     {"log-twice", do_log_twice},
