@@ -17,37 +17,43 @@
 
 include(CheckCXXCompilerFlag)
 
-set(HARDEN_COMPILE
+set(HARDEN_WARN
     -Wall -Wextra -Wpedantic -Wformat -Wformat=2 -Wconversion -Wsign-conversion -Wimplicit-fallthrough -Wshadow
     -Wcast-align -Wcast-qual -Wundef -Wvla -Wnull-dereference -Wdouble-promotion -Wmissing-declarations
     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wzero-as-null-pointer-constant
-    -Werror -Werror=format-security
+    -Werror -Werror=format-security)
+# What changes the code, for C as well.
+set(HARDEN_CODE
     -fstack-clash-protection -fstack-protector-strong
     -fno-delete-null-pointer-checks -fno-strict-overflow -fno-strict-aliasing -ftrivial-auto-var-init=zero)
 set(HARDEN_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed -Wl,--no-copy-dt-needed-entries)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  list(APPEND HARDEN_COMPILE -Wtrampolines -Wbidi-chars=any -Wduplicated-cond -Wduplicated-branches -Wlogical-op
+  list(APPEND HARDEN_WARN -Wtrampolines -Wbidi-chars=any -Wduplicated-cond -Wduplicated-branches -Wlogical-op
        -Wuseless-cast -Wstrict-null-sentinel)
 elseif(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   # clang 14 initialises automatic variables to zero only when told that the flag may go away one day.
-  list(APPEND HARDEN_COMPILE -enable-trivial-auto-var-init-zero-knowing-it-will-be-removed-from-clang)
+  list(APPEND HARDEN_CODE -enable-trivial-auto-var-init-zero-knowing-it-will-be-removed-from-clang)
 endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i[3-6]86")
-  list(APPEND HARDEN_COMPILE -fcf-protection=full)
+  list(APPEND HARDEN_CODE -fcf-protection=full)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64")
-  list(APPEND HARDEN_COMPILE -mbranch-protection=standard)
+  list(APPEND HARDEN_CODE -mbranch-protection=standard)
 endif()
 if(SANITIZE)
   # The sanitizers check more than fortified calls do, and the two get in each other's way.
-  list(APPEND HARDEN_COMPILE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  list(APPEND HARDEN_CODE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   list(APPEND HARDEN_LINK -fsanitize=address,undefined)
 else()
-  list(APPEND HARDEN_COMPILE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+  list(APPEND HARDEN_CODE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
 endif()
+
+set(HARDEN_COMPILE ${HARDEN_WARN} ${HARDEN_CODE})
 
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g")
+set(CMAKE_C_FLAGS_RELEASE ${CMAKE_CXX_FLAGS_RELEASE})
+set(CMAKE_C_FLAGS_RELWITHDEBINFO ${CMAKE_CXX_FLAGS_RELWITHDEBINFO})
 
 function(target_harden_common target)
   get_target_property(type ${target} TYPE)
@@ -66,6 +72,14 @@ function(target_harden_endpoint target)
   # libc is named first: nearly every symbol is found there, and the loader asks the libraries in their order. That saves a
   # request some 19,000 instructions.
   target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,--push-state,--no-as-needed,-lc,--pop-state)
+endfunction()
+
+# Other people's C: built as hardened as ours, its warnings are theirs.
+function(target_harden_foreign target)
+  get_target_property(type ${target} TYPE)
+  target_compile_options(${target} PRIVATE -w ${HARDEN_CODE} -ffunction-sections -fdata-sections
+                         -fno-asynchronous-unwind-tables $<IF:$<STREQUAL:${type},SHARED_LIBRARY>,-fPIC,-fPIE>)
+  target_link_options(${target} PRIVATE ${HARDEN_LINK})
 endfunction()
 
 # Tools of the PC side: ordinary C++ with its library.

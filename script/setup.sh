@@ -15,8 +15,9 @@ packages_of() {
         echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
+    source) echo dpkg-dev ;;
     *)
-        echo "setup.sh: no package group is named '$1' (there are: build router test)" >&2
+        echo "setup.sh: no package group is named '$1' (there are: build router test source)" >&2
         return 2
         ;;
     esac
