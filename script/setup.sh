@@ -11,13 +11,14 @@ packages_of() {
     case "$1" in
     build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev libgtest-dev ;;
     router) echo lighttpd busybox proot iproute2 nftables util-linux mount curl ;;
+    home) echo python3 python3-jsonschema ;;
     test)
         echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
     source) echo dpkg-dev ;;
     *)
-        echo "setup.sh: no package group is named '$1' (there are: build router test source)" >&2
+        echo "setup.sh: no package group is named '$1' (there are: build router home test source)" >&2
         return 2
         ;;
     esac
@@ -105,7 +106,7 @@ require_packages() {
 
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     if [ $# -eq 0 ]; then
-        set -- build router test
+        set -- build router home test
     fi
     require_packages "$@"
 fi

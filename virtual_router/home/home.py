@@ -1,0 +1,78 @@
+"""A home around the virtual router. Called by script/server, script/router and router.sh:
+
+home.py check FILE PHONE-MAC PHONE-PLACE            says what is wrong with a home file; prints nothing when nothing is
+home.py store FILE PHONE-MAC PHONE-PLACE            prints its settings, "NAME VALUE" a line
+home.py play FILE PHONE-MAC PHONE-PLACE MAC RUN yes|no   plays it beside the router in the folder RUN, whose LAN has that MAC
+                                                    address; yes: it stands still until it is told to move
+home.py ask RUN [WORD...]                           gives the home in that folder an order, and prints the answer
+home.py help                                        prints the orders
+
+Exit status: 0 done, 1 failed, 2 a wrong call.
+"""
+
+import json
+import os
+import pathlib
+import socket
+import sys
+
+sys.dont_write_bytecode = True
+
+ANSWER_SECONDS = 20
+
+
+def load(file, phone_mac, phone_place):
+    import homefile
+
+    try:
+        return homefile.load(file, phone_mac, int(phone_place))
+    except homefile.HomeError as error:
+        sys.exit(str(error))
+
+
+def check(*place):
+    load(*place)
+
+
+def store(*place):
+    for name, value in load(*place)["store"].items():
+        print(f"{name} {value}")
+
+
+def play(file, phone_mac, phone_place, mac, run, still):
+    import engine
+
+    player = engine.Engine(load(file, phone_mac, phone_place), pathlib.Path(run).absolute(), still != "yes")
+    player.around.mac = mac
+    player.serve()
+
+
+def ask(run, *words):
+    os.chdir(run)
+    connection = socket.socket(socket.AF_UNIX)
+    connection.settimeout(ANSWER_SECONDS)
+    try:
+        connection.connect("home.sock")
+        connection.sendall(json.dumps(words).encode() + b"\n")
+        with connection.makefile("rb") as lines:
+            status, text = json.loads(lines.readline())
+    except FileNotFoundError:
+        sys.exit("this router has no home; script/server --home gives it one")
+    except (OSError, ValueError) as error:
+        sys.exit(f"the home does not answer: {error}")
+    print(text, file=sys.stderr if status else sys.stdout)
+    sys.exit(status)
+
+
+def help():
+    import verbs
+
+    print(verbs.help_text())
+
+
+if __name__ == "__main__":
+    commands = {function.__name__: function for function in (check, store, play, ask, help)}
+    if len(sys.argv) < 2 or sys.argv[1] not in commands:
+        print(__doc__.rstrip(), file=sys.stderr)
+        sys.exit(2)
+    commands[sys.argv[1]](*sys.argv[2:])

@@ -1,0 +1,195 @@
+"""What script/router can do to a home. A verb is a row of VERBS; whoever calls it wrongly gets its usage."""
+
+import homefile
+import sources
+from model import CannotBe
+
+
+class WrongCall(Exception):
+    """The words after a verb make no sense; the text says why."""
+
+
+def whole_number(word, what, lowest, highest):
+    if not (word.isascii() and word.isdigit() and lowest <= int(word) <= highest):
+        raise WrongCall(f"{what} is a number from {lowest} to {highest}, not '{word}'")
+    return int(word)
+
+
+def one_of(word, what, words):
+    if word not in words:
+        raise WrongCall(f"there is no {what} '{word}' (there are: {' '.join(words)})")
+    return word
+
+
+def columns(rows):
+    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
+    return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip() for row in rows)
+
+
+def link_text(device):
+    if device.band() is None:
+        return "-"
+    link = device.link()
+    if link.standard not in ("n", "ac"):
+        return link.standard
+    return f"{link.standard} {link.width} MHz, {link.streams} x MCS {link.down}"
+
+
+def show(engine):
+    home, around = engine.home, engine.around
+    addresses = {id(thing): str(address) for address, thing in sources.hosts(home, around)}
+    rows = [("DEVICE", "MAC", "ADDRESS", "AT", "SIGNAL", "LINK", "DOWN", "UP")]
+    for agent in home.agents:
+        via = agent["via"] or "router"
+        rows.append((agent["name"], agent["mac"], addresses.get(id(agent), "-"), f"agent of {via}", "-", "-", "-", "-"))
+    for device in home.devices:
+        in_air = device.band() is not None
+        rates = [str(device.rate(way) // 1024) if home.online() else "0" for way in ("down", "up")]
+        signal = str(device.signal) if in_air else "-"
+        rows.append((device.name, device.mac, addresses.get(id(device), "-"), device.spot, signal, link_text(device), *rates))
+    broken = " ".join(f"{name}:{how}" for name, how in engine.broken.items())
+    return "\n".join(
+        (
+            home.about["description"],
+            f"step {home.steps}, {'moving' if engine.moving else 'standing still'}; WAN {'up' if home.wan else 'down'}, "
+            f"Internet {'up' if home.online() else 'down'}; broken: {broken or 'nothing'}",
+            columns(rows),
+        )
+    )
+
+
+def device_from(engine, name, at, words):
+    """The device that the words of `add` describe, with all its keys."""
+    properties = homefile.SCHEMA["definitions"]["device"]["properties"]
+    about = {"name": name, "at": at.split(",")}
+    for word in words:
+        key, equals, value = word.partition("=")
+        if not equals or key not in properties or key in about:
+            raise WrongCall(f"'{word}' is no KEY=VALUE (keys: {' '.join(key for key in properties if key not in ('name', 'at'))})")
+        about[key] = int(value) if value.isascii() and value.isdigit() else {"true": True, "false": False}.get(value, value)
+    home = engine.home
+    things = [vars(device) for device in home.devices] + home.agents
+    places = {thing["place"] for thing in things}
+    about.setdefault("place", next(place for place in range(2, 65535) if place not in places))
+    about.setdefault("mac", f"02:4b:54:01:{about['place'] >> 8 & 255:02x}:{about['place'] & 255:02x}" if is_whole(about["place"]) else "")
+    found = homefile.findings(about, homefile.SCHEMA["definitions"]["device"])
+    if found:
+        raise WrongCall("; ".join(f"{homefile.path_text(path)}: {why}" for path, why in found))
+    if len(name.encode()) > homefile.MOST_NAME_BYTES:
+        raise WrongCall(f"a name has {homefile.MOST_NAME_BYTES} bytes at most")
+    return homefile.complete(about)
+
+
+def is_whole(value):
+    return type(value) is int
+
+
+def add(engine, name, at, *words):
+    about = device_from(engine, name, at, words)
+    engine.home.add(about)
+    return f"{name} ({about['mac']}, place {about['place']}) is at {about['at'][0]}"
+
+
+def remove(engine, name):
+    engine.home.remove(engine.home.device(name))
+    return f"{name} is gone"
+
+
+def roam(engine, name, spot):
+    device = engine.home.device(name)
+    engine.home.roam(device, spot)
+    return f"{device.name} is at {spot}"
+
+
+def wan(engine, state):
+    engine.set_wan(one_of(state, "state", ("up", "down")) == "up")
+    return f"the WAN is {state}"
+
+
+def internet(engine, state):
+    engine.home.internet = one_of(state, "state", ("up", "down")) == "up"
+    return f"the Internet is {state}" + ("" if engine.home.wan else ", but the WAN is down")
+
+
+def break_source(engine, name, how="missing"):
+    one_of(name, "source", sources.SOURCES)
+    ways = [*sources.BREAKS, sources.REFUSES] if name in homefile.INTERFACES else [*sources.BREAKS]
+    engine.broken[name] = one_of(how, "way to break it", ways)
+    return f"{name} is broken: {how}"
+
+
+def mend(engine, *names):
+    for name in names:
+        one_of(name, "source", sources.SOURCES)
+    for name in names or [*engine.broken]:
+        engine.broken.pop(name, None)
+    return f"broken: {' '.join(engine.broken) or 'nothing'}"
+
+
+def step(engine, count="1"):
+    for _ in range(whole_number(count, "N", 1, 10000)):
+        engine.home.step()
+    return f"step {engine.home.steps}"
+
+
+def still(engine):
+    engine.moving = False
+    return f"the home stands still at step {engine.home.steps}"
+
+
+def move(engine):
+    engine.start_moving()
+    return f"the home moves every {engine.home.about['pace']:g} s"
+
+
+# verb: function, words that it takes (those in [] need not be given, "..." is any number), what it does
+VERBS = {
+    "show": (show, "", "print the home at this moment: who is where, how strong the signal, KiB/s of traffic"),
+    "add": (add, "NAME SPOT[,SPOT] [KEY=VALUE]...", "add a device; the keys are those of the home file"),
+    "remove": (remove, "DEVICE", "take a device out of the home for good"),
+    "roam": (roam, "DEVICE SPOT", "bring a device to an interface, port or agent, or \"away\""),
+    "wan": (wan, "up|down", "plug the WAN in, or cut it"),
+    "internet": (internet, "up|down", "say whether the Internet is reached"),
+    "break": (break_source, "SOURCE [HOW]", "spoil a source: missing (as it is when nothing is said), empty, half, long, noise"),
+    "mend": (mend, "[SOURCE]...", "mend these sources, or all"),
+    "step": (step, "[N]", "let N moments pass at once (1)"),
+    "still": (still, "", "stop the time of the home"),
+    "move": (move, "", "let it run again"),
+}
+
+
+def help_text():
+    rows = [(f"  home {verb} {words}".rstrip(), about) for verb, (_, words, about) in VERBS.items()]
+    return (
+        "Usage: script/router [--state DIR] home [VERB [WORD...]]\n\n"
+        "Acts on the home of a router that was started with script/server --home. Without a verb it shows it.\n\n"
+        + columns(rows)
+        + "\n\nDEVICE is a name or a MAC address. SPOT is a wireless interface (wlan0, wlan1-va2), an Ethernet port (port2 to port5),\n"
+        "AGENT/5g, AGENT/2g, unseen (no source tells where) or away. SOURCE is one of:\n"
+        f"  {' '.join(sources.SOURCES)}\n"
+        f"A station table also breaks in the way \"{sources.REFUSES}\": the driver does not hand it over."
+    )
+
+
+def fits(words, count):
+    """Whether so many words can stand where these are asked for."""
+    needed = [word for word in words.split() if not word.startswith("[")]
+    return len(needed) <= count and ("..." in words or count <= len(words.split()))
+
+
+def act(engine, words):
+    """Does what the words say. Returns an exit status and a text."""
+    verb, *rest = words or ["show"]
+    if verb == "help":
+        return 0, help_text()
+    if verb not in VERBS:
+        return 2, f"there is no verb '{verb}' (script/router home help)"
+    function, usage, _ = VERBS[verb]
+    if not fits(usage, len(rest)):
+        return 2, f"usage: home {verb} {usage}".rstrip()
+    try:
+        return 0, function(engine, *rest)
+    except WrongCall as error:
+        return 2, str(error)
+    except CannotBe as error:
+        return 1, str(error)
