@@ -149,7 +149,7 @@ void wlan_rate_text(const StaInfoEntry &station, char (&text)[20], int transmit)
 }
 
 int isAxSupported(const char *interface) {
-    char setting[128];
+    char setting[128] = {};
     put(setting, "%s", interface);
     for (char *letter = setting; *letter != '\0'; ++letter) {
         if (*letter == '-') {

@@ -37,11 +37,6 @@ constexpr char kMtuRange[] = "ERROR: the MTU size should in range %u-%u";
 constexpr char kNoPppAccount[] = "ERROR: Not find ppp user or pwd info\n";
 constexpr char kPppAccountLength[] = "ERROR: the pppUsr or pppPwd lenght should <%d";
 
-// The type of the connection in force, as the store has it: signed, and known to this program or not.
-int stored_type() {
-    return static_cast<int>(store_get(MIB_WAN_DHCP));
-}
-
 const char *or_no_address(const char *address) {
     return address[0] != '\0' ? address : "0.0.0.0";
 }
@@ -97,6 +92,10 @@ int set_ppp_account(const cJSON *info) {
 
 }  // namespace
 
+int stored_connection_type() {
+    return static_cast<int>(store_get(MIB_WAN_DHCP));
+}
+
 const ConnectionType *find_connection_type(int type) {
     for (const ConnectionType &row : kConnectionTypes) {
         if (row.type == type) {
@@ -119,7 +118,7 @@ const char *wan_interface(int type) {
 }
 
 int app_get_wanInfo_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
-    int type = stored_type();
+    int type = stored_connection_type();
     if (store_get(MIB_OP_MODE) == kType20OpMode) {
         type = kType20;
     }
@@ -190,7 +189,7 @@ int app_set_wanInfo_handler(const char *name, cJSON *request, cJSON * /*reply*/)
 }
 
 int app_get_wanAdvance_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
-    const ConnectionType *connection = find_connection_type(stored_type());
+    const ConnectionType *connection = find_connection_type(stored_connection_type());
     const int mtu = connection != nullptr ? store_get(connection->mtu_item) : 0;
     cJSON *advance = cJSON_AddObjectToObject(reply, name);
     cJSON_AddNumberToObject(advance, "mtu", mtu);
@@ -204,7 +203,7 @@ int app_set_wanAdvance_handler(const char *name, cJSON *request, cJSON * /*reply
     }
     const int mtu = integer_value(mtu_item);
     DebugLog("mtu=%d", mtu);
-    const int type = stored_type();
+    const int type = stored_connection_type();
     DebugLog("wanType=%d", type);
     const ConnectionType *connection = find_connection_type(type);
     if (connection == nullptr) {

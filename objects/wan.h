@@ -12,6 +12,9 @@ constexpr int kStatic = 0;
 constexpr int kDhcp = 1;
 constexpr int kPppoe = 3;
 
+// The type of the connection in force, as the store has it: signed, and known to this program or not.
+int stored_connection_type();
+
 // A connection type that the app can set up.
 struct ConnectionType {
     int type;          // its number in the store and in requests

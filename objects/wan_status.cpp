@@ -13,8 +13,6 @@
 #include "gateway/message.h"
 #include "gateway/request_state.h"
 #include "objects/wan.h"
-#include "store/items.h"
-#include "store/store.h"
 
 namespace {
 
@@ -193,7 +191,7 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
             return failure;
         }
     }
-    const int type = store_get(MIB_WAN_DHCP);
+    const int type = stored_connection_type();
     int status = wan_link();
     double up_time = 0;
     float upload = 0;

@@ -13,14 +13,16 @@ constexpr unsigned kWifiNameRequest = 0x8B01;      // SIOCGIWNAME
 constexpr unsigned kStationTableRequest = 0x8B30;  // fills the buffer with the station table
 constexpr unsigned kAxPrivateRequest = 0x89F2;     // of 802.11ax interfaces: the request meant stands in the flags
 
+struct WifiData {
+    void *pointer;
+    uint16_t length;  // in bytes
+    uint16_t flags;
+};
+
 struct WifiRequest {
     char interface[IFNAMSIZ];  // unterminated when it fills the field
     union {
-        struct {
-            void *pointer;
-            uint16_t length;  // in bytes
-            uint16_t flags;
-        } data;
+        WifiData data;
         ifmap kernel_room;  // the kernel copies a whole `ifreq` for a private request
     };
 };
