@@ -21,8 +21,8 @@ constexpr char kNoLink[] = "0M";
 constexpr int32_t kPresent = 888;
 constexpr int kTrafficUnit = 10;  // bits: 1024 bytes per second
 
-// The wireless interfaces in the order in which their tables are read and searched: the first one that has a client is
-// the one that it is shown at.
+// The wireless interfaces, with the type of their clients, in the order in which their tables are read and searched: a
+// client is shown at the first one that has it.
 struct WirelessInterface {
     char name[10];
     char type[3];
@@ -41,8 +41,6 @@ constexpr WirelessInterface kInterfaces[] = {
     {"wlan1-va3", "2g"},
 };
 
-constexpr int kInterfaceTables = static_cast<int>(sizeof kInterfaces / sizeof *kInterfaces);
-
 struct StationTable {
     int count;
     StationRow rows[kMostStations];
@@ -52,7 +50,7 @@ struct StationTable {
 // client needs it.
 struct Sources {
     LeaseList leases;
-    StationTable stations[kInterfaceTables];
+    StationTable stations[std::size(kInterfaces)];
     SwitchArp arp;
     SwitchPorts ports;
     TopologySearch topology;
@@ -61,9 +59,10 @@ struct Sources {
 
 void read_sources(Sources &sources) {
     cmnt_cgiGetDHCPLeases(&sources.leases, 1);
-    for (int i = 0; i < kInterfaceTables; ++i) {
-        StationTable &table = sources.stations[i];
-        table.count = wirelessClientList(kInterfaces[i].name, table.rows);
+    StationTable *table = sources.stations;
+    for (const WirelessInterface &interface : kInterfaces) {
+        table->count = wirelessClientList(interface.name, table->rows);
+        ++table;
     }
     open_traffic_file(sources.traffic);
 }
@@ -78,13 +77,14 @@ void set_link(ClientRecord &client, const char *type, int32_t rssi, const char *
 // The sources of a client's link. Each sets it and returns true if it knows the client.
 
 bool find_wireless(const Sources &sources, ClientRecord &client) {
-    for (int i = 0; i < kInterfaceTables; ++i) {
-        const StationTable &table = sources.stations[i];
-        const StationRow *row = find_mac(table.rows, table.count, client.mac);
+    const StationTable *table = sources.stations;
+    for (const WirelessInterface &interface : kInterfaces) {
+        const StationRow *row = find_mac(table->rows, table->count, client.mac);
         if (row != nullptr) {
-            set_link(client, kInterfaces[i].type, static_cast<int32_t>(row->rssi), row->txRate, row->rxRate);
+            set_link(client, interface.type, static_cast<int32_t>(row->rssi), row->txRate, row->rxRate);
             return true;
         }
+        ++table;
     }
     return false;
 }
