@@ -8,8 +8,8 @@
 #include "base/mac_text.h"
 #include "platform/arpcheck.h"
 
-// How a client is connected, beside "5g" and "2g", the radios. A station of a mesh agent has the text that the mesh daemon
-// gives for its band instead.
+// How a client is connected, beside "5g" and "2g", the radios. A station of a mesh agent has the text that the mesh
+// daemon gives for its band instead.
 constexpr char kTypeWired[] = "wired";
 constexpr char kTypeAgent[] = "agent";
 constexpr char kTypeUnknown[] = "unknown";
