@@ -40,7 +40,7 @@ class Engine:
 
     def set_wan(self, up):
         if up and not self.home.wan:
-            self.around.wan_since = int(time.time())
+            self.around.wan_since = str(int(time.time()))
         self.home.wan = up
         # Where the provider is a network of its own, its end of the cable is pulled.
         provider = self.run / "networks/isp"
@@ -48,22 +48,21 @@ class Engine:
             subprocess.run(["nsenter", f"--net={provider}", "ip", "link", "set", "eth0", "up" if up else "down"], check=False)
 
     def look_around(self):
-        """Takes over what the router's commands say of it. True: something is new."""
+        """Takes over what the router's commands say of it: the LAN's address and mask, the WAN's type and since when it is
+        up, the role in the mesh."""
         facts = [read_words(path) for path in (*(self.root / "var/run" / name for name in ("lan", "wan", "mesh")), self.run / "phone")]
         if facts == self.seen:
-            return False
+            return
         lan, wan, mesh, phone = facts
-        if self.seen is None or wan != self.seen[1]:
-            self.around.wan_since = int(time.time())
+        if wan and (self.seen is None or wan != self.seen[1]):
+            self.around.wan_type, self.around.wan_since = wan[0], wan[1]
         self.seen = facts
         try:
             self.around.lan = ipaddress.IPv4Interface("/".join(lan or []))
         except ValueError:  # twice "none", where there is no address
             self.around.lan = None
-        self.around.wan_type = wan[0] if wan else None
         self.around.mesh_role = mesh[0] if mesh else None
         self.around.phone = phone[0] if phone else ""
-        return True
 
     def write(self):
         """Writes what has changed; each file at once."""

@@ -103,12 +103,15 @@ def contradictions(home):
 
     names = {agent["name"]: agent for agent in agents}
     for number, agent in enumerate(agents):
-        road = [agent["name"]]
-        while (via := names.get(road[-1], {}).get("via")) is not None and via in names and via not in road:
-            road.append(via)
-        if via is not None:
-            why = "the agents are attached in a circle" if via in names else f'there is no agent "{via}"'
-            yield ("agents", number, "via"), why
+        via = agent["via"]
+        if via is not None and via not in names:
+            yield ("agents", number, "via"), f'there is no agent "{via}"'
+        road = {agent["name"]}
+        while via in names and via not in road:
+            road.add(via)
+            via = names[via]["via"]
+        if via in road:
+            yield ("agents", number, "via"), "the agents are attached in a circle"
     for path, thing in things:
         if len(thing["name"].encode()) > MOST_NAME_BYTES:
             yield (*path, "name"), f"it is longer than {MOST_NAME_BYTES} bytes"

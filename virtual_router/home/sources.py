@@ -34,7 +34,7 @@ class Around:
         self.lan = None  # ipaddress.IPv4Interface, or None without an address
         self.phone = ""  # the phone's address, or empty
         self.wan_type = None  # of the connection in force
-        self.wan_since = 0  # seconds since the epoch
+        self.wan_since = "0"  # seconds since the epoch
         self.mesh_role = None
 
     def address(self, place):
