@@ -516,7 +516,7 @@ def station_table(rows):
     are 0xEE, so that whoever takes them for something is seen.
     """
     table = b"\xee" * STATION_SIZE
-    for row in "\n".join(map(expand, rows)).splitlines():
+    for row in (line for text in rows for line in expand(text).splitlines()):
         record = bytearray(b"\0\0" + b"\xee" * (STATION_SIZE - 2))
         if row != "-":
             aid, mac, *numbers = row.split()
