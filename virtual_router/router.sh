@@ -39,11 +39,12 @@ readonly here
 # All are copies, so that a build does not disturb a router that runs.
 lay_out_root() {
     cp "$build"/{portal,console} "$run"
-    mkdir -p "$root"/{bin,dev,etc,flash,lib,proc,tmp,usr,web/{app,pages}} "$root"/var/{mib,run,tmp}
+    mkdir -p "$root"/{bin,dev,etc,flash,home,lib,proc,tmp,usr,web/{app,pages}} "$root"/var/{mib,run,tmp}
     ln -s bin "$root/sbin"
     busybox --install -s "$root/bin"
     # /lib is the router's own: it holds what the firmware supplies, and leads the loader to the PC's libraries.
-    cp "$build"/lib{apmib,arpcheck}.so "$root/lib"
+    cp "$build"/lib{apmib,arpcheck,driver}.so "$root/lib"
+    echo /lib/libdriver.so >"$root/etc/ld.so.preload"
     local entry
     for entry in /usr/lib/ld-* /usr/lib/*-linux-gnu*; do
         ln -s "$entry" "$root/lib/"
@@ -52,7 +53,7 @@ lay_out_root() {
         ln -s usr/lib64 "$root/lib64"
     fi
     # The router's own commands take the place of BusyBox's.
-    cp --remove-destination "$build"/{flash,system_daemon} "$here"/system/bin/* "$root/bin"
+    cp --remove-destination "$build"/{flash,system_daemon,udhcpd,speedtest} "$here"/system/bin/* "$root/bin"
     ln -s /usr/bin/curl "$root/bin/curl"
     cp "$here"/system/lib/* "$root/lib"
     cp "$here/home.sh" "$root/etc/home.conf"
@@ -145,6 +146,7 @@ start_parts() {
     # Opened for reading and writing, so that it never ends.
     start_part "console" "$run/console" console <>"$root/dev/console" 3<&- 4<&- 9<&-
     start_part "pairing daemon" enter wscd
+    start_part "DHCP server" enter udhcpd -f
     mode_parts
     start_part "LAN" follow_lan <>"$root/dev/lan" 3<&- 4<&- 9<&-
     start_part "cord" cat <&8 3<&- 4<&- 9<&-

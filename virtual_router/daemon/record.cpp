@@ -42,6 +42,7 @@ constexpr Field kSysconf[] = {
 };
 
 constexpr char kNothing[] = "(nothing in this router acts on it yet)";
+constexpr char kNoServer[] = "(shown only; this router has no server to report to)";
 
 // A message of which there is one kind: the command is called with the fields' values as its words.
 struct Row {
@@ -53,16 +54,16 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
-    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing},
-    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr },
-    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr },
-    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr },
-    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr },
-    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr },
-    {7,  "MSG_APP_SETQOS",               kNoFields, "shaping",   nullptr },
-    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, nullptr,     kNothing},
-    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNothing},
-    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing},
+    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing },
+    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr  },
+    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr  },
+    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr  },
+    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr  },
+    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr  },
+    {7,  "MSG_APP_SETQOS",               kNoFields, "shaping",   nullptr  },
+    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, "speedtest", nullptr  },
+    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNoServer},
+    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing },
 };
 
 // What a MSG_CALL_SYSCONF can ask for.

@@ -22,7 +22,7 @@ mode_make_room() {
 
 mode_complete_root() {
     cp "$build/libplayed.so" "$root/lib"
-    echo /lib/libplayed.so >"$root/etc/ld.so.preload"
+    echo /lib/libplayed.so >>"$root/etc/ld.so.preload"
     # The key of a queue that nobody else uses.
     local queue key
     queue=$(ipcmk --queue --mode 0666 | sed 's/.*: *//')

@@ -1,0 +1,280 @@
+// The drivers that a PC lacks: Wi-Fi and the Ethernet switch.
+//
+// Preloaded into every process inside the router's root by the root's own /etc/ld.so.preload, before whatever else
+// stands there: what is not a request to these drivers goes on to the next library, and at last to the kernel. They
+// only read; what there is to read is put there by rename(), so that it is never seen half written:
+//
+//   /home/stations/NAME           there is a wireless interface NAME; the file is its station table as the driver hands
+//   it
+//                                 out, however short or long
+//   /home/stations/NAME.refuses   the driver fails to hand it out
+//   /home/rtl865x/FILE            is opened as /proc/rtl865x/FILE, where the kernel's /proc lets nobody make a file
+//
+// Loaded into the endpoint too, so: no C++ library at run time, and nothing is looked up before it is needed.
+#undef _FORTIFY_SOURCE  // with it, the C library's headers bring functions of their own under these names
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#define PLAYED extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+constexpr char kStations[] = "/home/stations/";
+constexpr char kSwitch[] = "/home/rtl865x/";
+constexpr char kSwitchAsSeen[] = "/proc/rtl865x/";
+
+constexpr unsigned long kGetName = 0x8B01;      // SIOCGIWNAME: is it a wireless interface?
+constexpr unsigned long kGetStations = 0x8B30;  // the station table
+constexpr unsigned long kAxPrivate = 0x89F2;    // 802.11ax interfaces take the table's request in the flags of this one
+
+// What these requests are handed, laid out as the kernel lays out a wireless request.
+struct WirelessRequest {
+    char interface[IFNAMSIZ];
+    union {
+        char protocol[IFNAMSIZ];
+        struct {
+            void *pointer;
+            uint16_t length;  // in: of the room at the pointer; out: of what was written there
+            uint16_t flags;
+        } data;
+    };
+};
+static_assert(offsetof(WirelessRequest, data) == 16 && sizeof(WirelessRequest) == 32, "shared with the kernel");
+
+// The next library's function behind one that is played here. Kept, because the endpoint opens many files.
+template <typename Function>
+Function *next(const char *name, Function *&kept) {
+    if (kept == nullptr) {
+        kept = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+    }
+    return kept;
+}
+
+// --- Wi-Fi -----------------------------------------------------------------------------------------------------------
+
+// An interface's name as text, safe in a path. The drivers' own names have no dots, so a name with one is none of
+// theirs.
+struct InterfaceName {
+    char text[IFNAMSIZ + 1];
+    bool valid;
+};
+
+InterfaceName read_name(const WirelessRequest &request) {
+    InterfaceName name = {};
+    memcpy(name.text, request.interface, sizeof request.interface);
+    name.valid = name.text[0] != '\0' && strpbrk(name.text, "./") == nullptr;
+    return name;
+}
+
+// Finds the place of an interface in the configuration store: wlan0, wlan0-va0 to wlan0-va4, wlan0-vxd, or one of
+// wlan1.
+bool find_place(const char *name, int &radio, int &access_point) {
+    constexpr const char *kSuffixes[] = {"", "-va0", "-va1", "-va2", "-va3", "-va4", "-vxd"};
+    constexpr int kLastPlace = 5;  // the last virtual access point and the repeater interface share it
+    if (strncmp(name, "wlan0", 5) != 0 && strncmp(name, "wlan1", 5) != 0) {
+        return false;
+    }
+    radio = name[4] - '0';
+    access_point = 0;
+    for (const char *suffix : kSuffixes) {
+        if (strcmp(name + 5, suffix) == 0) {
+            access_point = access_point < kLastPlace ? access_point : kLastPlace;
+            return true;
+        }
+        ++access_point;
+    }
+    return false;
+}
+
+// A program that uses the store has its variables in itself, so they are looked up as the program sees them.
+template <typename Symbol>
+Symbol *find_symbol(const char *name) {
+    return reinterpret_cast<Symbol *>(dlsym(RTLD_DEFAULT, name));
+}
+
+// Whether the configuration store calls it an 802.11ax interface at this moment. The store is not linked: most programs
+// have no use for it, and in the endpoint it is there already.
+bool is_ax(const char *name) {
+    constexpr int kAxSupport = 4300;  // MIB_WLAN_AX_SUPPORT, a byte
+    int radio = 0;
+    int access_point = 0;
+    if (!find_place(name, radio, access_point) || dlopen("libapmib.so", RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
+        return false;
+    }
+    auto *init = find_symbol<int()>("apmib_init");
+    auto *get = find_symbol<int(int, void *)>("apmib_get");
+    auto *wlan_idx = find_symbol<int>("wlan_idx");
+    auto *vwlan_idx = find_symbol<int>("vwlan_idx");
+    if (init == nullptr || get == nullptr || wlan_idx == nullptr || vwlan_idx == nullptr || init() == 0) {
+        return false;
+    }
+    // The program that asks has selected an interface of its own there.
+    const int selected[] = {*wlan_idx, *vwlan_idx};
+    *wlan_idx = radio;
+    *vwlan_idx = access_point;
+    unsigned char value = 0;
+    const bool read = get(kAxSupport, &value) != 0;
+    *wlan_idx = selected[0];
+    *vwlan_idx = selected[1];
+    return read && value == 1;
+}
+
+// Opens a file of an interface. Returns a descriptor, or -1.
+int open_of(const InterfaceName &interface, const char *suffix) {
+    char path[sizeof kStations + sizeof interface.text + sizeof ".refuses"];
+    snprintf(path, sizeof path, "%s%s%s", kStations, interface.text, suffix);
+    return open(path, O_RDONLY | O_CLOEXEC);
+}
+
+// Hands out as much of the file as there is, and as there is room for. Returns 0 or an error number.
+int hand_out(int file, WirelessRequest &request) {
+    auto *to = static_cast<char *>(request.data.pointer);
+    size_t done = 0;
+    while (done < request.data.length) {
+        const ssize_t got = read(file, to + done, request.data.length - done);
+        if (got < 0) {
+            return errno;
+        }
+        if (got == 0) {
+            break;
+        }
+        done += static_cast<size_t>(got);
+    }
+    request.data.length = static_cast<uint16_t>(done);
+    return 0;
+}
+
+// Answers a request about the interface whose table is in this open file. Returns 0 or an error number.
+int answer_about(int file, const InterfaceName &interface, unsigned long request, WirelessRequest &asked) {
+    if (request == kGetName) {
+        strncpy(asked.protocol, "IEEE 802.11", sizeof asked.protocol);
+        return 0;
+    }
+    // The two kinds of interface have drivers of their own, which do not know each other's request.
+    const bool asked_as_ax = request == kAxPrivate;
+    if (asked_as_ax != is_ax(interface.text) || (asked_as_ax && asked.data.flags != kGetStations)) {
+        return EOPNOTSUPP;
+    }
+    const int refuses = open_of(interface, ".refuses");
+    if (refuses >= 0) {
+        close(refuses);
+        return EIO;
+    }
+    return hand_out(file, asked);
+}
+
+// Answers a request to a wireless interface. Returns 0 or an error number. No other interface is wireless, so nothing
+// of this reaches the kernel, which could have the PC's own Wi-Fi there.
+int answer(unsigned long request, WirelessRequest *asked) {
+    if (asked == nullptr) {
+        return EFAULT;
+    }
+    const InterfaceName interface = read_name(*asked);
+    const int file = interface.valid ? open_of(interface, "") : -1;
+    if (file < 0) {
+        return ENODEV;
+    }
+    const int error = answer_about(file, interface, request, *asked);
+    close(file);
+    return error;
+}
+
+// --- the switch ------------------------------------------------------------------------------------------------------
+
+// A path as it is to be opened.
+class Path {
+  public:
+    explicit Path(const char *path) : path_(path) {
+        constexpr size_t kSize = sizeof kSwitchAsSeen - 1;
+        if (strncmp(path, kSwitchAsSeen, kSize) == 0 &&
+            static_cast<size_t>(snprintf(room_, sizeof room_, "%s%s", kSwitch, path + kSize)) < sizeof room_) {
+            path_ = room_;
+        }
+    }
+    const char *get() const { return path_; }
+
+  private:
+    const char *path_;
+    char room_[64];
+};
+
+using Open = int(const char *, int, ...);
+using CheckedOpen = int(const char *, int);
+using OpenStream = FILE *(const char *, const char *);
+
+Open *next_open;
+Open *next_open64;
+CheckedOpen *next_checked_open;
+CheckedOpen *next_checked_open64;
+OpenStream *next_fopen;
+OpenStream *next_fopen64;
+int (*next_ioctl)(int, unsigned long, ...);
+
+// The mode of a file that open() may make, which is there only for these flags.
+mode_t mode_in(int flags, va_list arguments) {
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE ? va_arg(arguments, mode_t) : 0;
+}
+
+}  // namespace
+
+PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (request != kGetName && request != kGetStations && request != kAxPrivate) {
+        return next("ioctl", next_ioctl)(fd, request, argument);
+    }
+    const int error = answer(request, static_cast<WirelessRequest *>(argument));
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    return 0;
+}
+
+PLAYED int open(const char *path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = mode_in(flags, arguments);
+    va_end(arguments);
+    return next("open", next_open)(Path(path).get(), flags, mode);
+}
+
+PLAYED int open64(const char *path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = mode_in(flags, arguments);
+    va_end(arguments);
+    return next("open64", next_open64)(Path(path).get(), flags, mode);
+}
+
+// What open() is in a program that was built with checks of its calls. Declared only where checks are on.
+PLAYED int __open_2(const char *path, int flags);
+PLAYED int __open64_2(const char *path, int flags);
+
+PLAYED int __open_2(const char *path, int flags) {
+    return next("__open_2", next_checked_open)(Path(path).get(), flags);
+}
+
+PLAYED int __open64_2(const char *path, int flags) {
+    return next("__open64_2", next_checked_open64)(Path(path).get(), flags);
+}
+
+PLAYED FILE *fopen(const char *path, const char *mode) {
+    return next("fopen", next_fopen)(Path(path).get(), mode);
+}
+
+PLAYED FILE *fopen64(const char *path, const char *mode) {
+    return next("fopen64", next_fopen64)(Path(path).get(), mode);
+}
