@@ -2,10 +2,11 @@
 # Lays out a virtual router and runs it until its cord is pulled or a part of it ends. Started by script/server, and for
 # mesh agents by itself:
 #
-#   router.sh MODE BUILD-FOLDER STATE-FOLDER LOOPBACK DEBUG AGENTS
+#   router.sh MODE BUILD-FOLDER STATE-FOLDER LOOPBACK DEBUG AGENTS [HOME-FILE STILL]
 #
 # MODE names a file in modes/, which holds all that differs between the ways to run the router. LOOPBACK and DEBUG are
-# yes or no. AGENTS is the number of mesh agents in the home; for an agent, its own number. Descriptors that it is given:
+# yes or no. AGENTS is the number of mesh agents in the home; for an agent, its own number. HOME-FILE is played around the
+# router; STILL is yes where it waits to be told to move. Descriptors that it is given:
 #   0  the cord: its end of file ends the router, so whoever holds the other end need not survive to stop it
 #   3  the listening socket of the PC's port; 4 that of the loopback port if LOOPBACK is yes
 #   9  takes "name=value" lines about the router when it is up
@@ -23,7 +24,7 @@
 set -eu
 export PATH="$PATH:/usr/sbin:/sbin"
 
-readonly mode=$1 build=$2 state=$3 loopback=$4 debug=$5 agents=$6
+readonly mode=$1 build=$2 state=$3 loopback=$4 debug=$5 agents=$6 home=${7-} still=${8-}
 readonly run=$state/run
 readonly root=$run/root
 here=$(dirname "$(readlink -f "$0")")
@@ -114,6 +115,30 @@ await_file() {
     return 1
 }
 
+# home COMMAND [WORD...]: becomes the player of the home file. Run in a process of its own.
+home() {
+    local command=$1
+    shift
+    exec /usr/bin/python3 "$here/home/home.py" "$command" "$home" "$PHONE_MAC" "$PHONE_PLACE" "$@"
+}
+
+# Stores the settings of the home, unless they are those that were stored the last time: what was changed since then stays.
+store_home() {
+    local settings setting
+    settings=$(home store)
+    if [ "$settings" = "$(cat "$state/flash/home-taken" 2>/dev/null)" ]; then
+        return
+    fi
+    while IFS= read -r setting; do
+        [ -z "$setting" ] || (enter flash set "${setting%% *}" "${setting#* }") || {
+            echo "router: the setting ${setting%% *} of $home cannot be stored" >&2
+            return 1
+        }
+    done <<<"$settings"
+    (enter flash commit)
+    echo "$settings" >"$state/flash/home-taken"
+}
+
 # Waits for the phone, and prints what an app on it must know.
 introduce_phone() {
     await_file "$run/phone"
@@ -148,6 +173,9 @@ start_parts() {
     start_part "pairing daemon" enter wscd
     start_part "DHCP server" enter udhcpd -f
     mode_parts
+    if [ -n "$home" ]; then
+        start_part "home" home play "$ROUTER_LAN_MAC" "$run" "$still" 3<&- 4<&- 8<&- 9<&-
+    fi
     start_part "LAN" follow_lan <>"$root/dev/lan" 3<&- 4<&- 9<&-
     start_part "cord" cat <&8 3<&- 4<&- 9<&-
 }
@@ -178,8 +206,10 @@ lay_out_root
 mode_complete_root
 mode_network
 (enter flash boot)
+[ -z "$home" ] || store_home
 start_parts
 (enter startup 2>&1) | "$run/console" startup 3<&- 4<&- 9<&-
+[ -z "$home" ] || await_file "$run/home.ready"
 mode_up >&9
 exec 3<&- 4<&- 9<&-
 await_end
