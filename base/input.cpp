@@ -2,7 +2,10 @@
 
 #include <unistd.h>
 
-#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/resource.h"
 
 bool file_exists(const char *path) {
     return access(path, F_OK) == 0;
@@ -13,10 +16,42 @@ bool read_line(FILE *file, Out line) {
     return fgets(line.text, static_cast<int>(line.size), file) != nullptr;
 }
 
-void read_text(FILE *file, char *text, int size) {
-    // With room for the terminator alone fgets would return an empty text for ever.
+void read_text(int file, char *text, int size) {
     int length = 0;
-    while (length < size - 1 && fgets(text + length, size - length, file) != nullptr && text[length] != '\0') {
-        length += static_cast<int>(strlen(text + length));
+    int room = size - 1;  // of the line, for the bytes that are left out, too
+    int taken = 0;        // of the line
+    bool cut = false;     // the line's zero byte was met
+    char bytes[4096];
+    while (room > 0) {
+        const ssize_t count = read(file, bytes, sizeof bytes);
+        if (count <= 0) {
+            return;
+        }
+        for (ssize_t i = 0; i < count && room > 0; ++i) {
+            const char byte = bytes[i];
+            if (byte == '\0' && taken == 0) {
+                return;
+            }
+            cut = cut || byte == '\0';
+            if (!cut) {
+                text[length++] = byte;
+            }
+            if (++taken == room || byte == '\n') {
+                room = size - 1 - length;
+                taken = 0;
+                cut = false;
+            }
+        }
     }
+}
+
+bool read_beginning(const char *path, Out text) {
+    text.text[0] = '\0';
+    const Descriptor file(open(path, O_RDONLY));
+    if (!file) {
+        return false;
+    }
+    const ssize_t count = read(file.get(), text.text, text.size - 1);
+    text.text[count > 0 ? count : 0] = '\0';
+    return true;
 }

@@ -3,6 +3,7 @@
 #define BASE_RESOURCE_H
 
 #include <cjson/cJSON.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,5 +26,23 @@ using File = std::unique_ptr<FILE, CloseFile>;
 using Pipe = std::unique_ptr<FILE, ClosePipe>;  // of popen(); waits for the command when it closes
 using Json = std::unique_ptr<cJSON, FreeJson>;  // a whole tree; a node that was added to a tree belongs to that tree
 using OwnedText = std::unique_ptr<char, FreeMemory>;  // a text that malloc() or cJSON made
+
+// Holds a file descriptor; a negative one is none.
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : number_(number) {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor() {
+        if (number_ >= 0) {
+            close(number_);
+        }
+    }
+    explicit operator bool() const { return number_ >= 0; }
+    int get() const { return number_; }
+
+  private:
+    int number_;
+};
 
 #endif

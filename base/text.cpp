@@ -13,6 +13,35 @@ bool put(Out out, const char *format, ...) {
     return length >= 0 && static_cast<size_t>(length) < out.size;
 }
 
+bool join(Out out, std::initializer_list<const char *> parts) {
+    size_t length = 0;
+    for (const char *part : parts) {
+        for (; *part != '\0' && length < out.size - 1; ++part) {
+            out.text[length++] = *part;
+        }
+        if (*part != '\0') {
+            out.text[length] = '\0';
+            return false;
+        }
+    }
+    out.text[length] = '\0';
+    return true;
+}
+
+Decimal::Decimal(long long value) : first_(text_ + sizeof text_ - 1) {
+    *first_ = '\0';
+    // Unsigned, because the smallest number has no counterpart.
+    const auto bits = static_cast<unsigned long long>(value);
+    unsigned long long rest = value < 0 ? 0 - bits : bits;
+    do {
+        *--first_ = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest > 0);
+    if (value < 0) {
+        *--first_ = '-';
+    }
+}
+
 int decimal_value(const char *text) {
     const long value = strtol(text, nullptr, 10);
     if (value > INT_MAX) {

@@ -1,7 +1,8 @@
 #include "gateway/body.h"
 
+#include <unistd.h>
+
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 
 #include "base/input.h"
@@ -17,6 +18,6 @@ bool read_body(const char *content_length, OwnedText &body) {
     if (!body) {
         return false;
     }
-    read_text(stdin, body.get(), size);
+    read_text(STDIN_FILENO, body.get(), size);
     return true;
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/debug_log.h"
+#include "base/json.h"
 #include "base/resource.h"
 #include "gateway/reply.h"
 #include "gateway/request_state.h"
@@ -26,7 +27,7 @@ Envelope open_envelope(const cJSON *request, const char *action) {
 }
 
 void send_envelope(Envelope envelope, int code) {
-    cJSON_AddNumberToObject(envelope.result, "error", code);
+    add_number(envelope.result, "error", code);
     if (code != 0) {
         cJSON_AddStringToObject(envelope.result, "msg", err_msg);
     }

@@ -2,35 +2,18 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 
 #include "base/json.h"
-
-namespace {
-
-// One system call, unless the reader takes the bytes in portions.
-void write_all(const char *bytes, size_t length) {
-    while (length > 0) {
-        const ssize_t written = write(STDOUT_FILENO, bytes, length);
-        if (written > 0) {
-            bytes += written;
-            length -= static_cast<size_t>(written);
-        } else if (written == 0 || errno != EINTR) {
-            return;
-        }
-    }
-}
-
-}  // namespace
+#include "base/output.h"
 
 void print_reply_text(OwnedText text) {
     const size_t length = strlen(text.get());
     text.get()[length] = '\n';  // in place of the terminator, so that text and line feed leave in one write
     // A phone that hangs up must not cost the commit that it asked for. The commands that follow get the default back.
     const auto handler = signal(SIGPIPE, SIG_IGN);
-    write_all(text.get(), length + 1);
+    write_all(STDOUT_FILENO, text.get(), length + 1);
     signal(SIGPIPE, handler);
 }
 

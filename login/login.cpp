@@ -1,12 +1,16 @@
 #include "login/login.h"
 
-#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <utility>
 
 #include "base/command.h"
 #include "base/debug_log.h"
+#include "base/input.h"
 #include "base/json.h"
+#include "base/output.h"
 #include "base/text.h"
 #include "gateway/reply.h"
 #include "login/session_id.h"
@@ -18,6 +22,7 @@ namespace {
 constexpr char kModule[] = "applogin";
 
 constexpr char kSessionPath[] = "/var/app_sessionid";
+constexpr char kSessionKey[] = "sessionid=";
 
 // The "msg" of the login reply.
 char login_msg[1024];
@@ -39,6 +44,27 @@ const char *find_login_text(int code) {
         }
     }
     return "unknow error";
+}
+
+bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The id in the text of the session file: the word behind the key. Empty: there is none.
+const char *find_session_id(char *text) {
+    char *id = text + strlen(kSessionKey);
+    if (strncmp(text, kSessionKey, strlen(kSessionKey)) != 0) {
+        return "";
+    }
+    while (is_blank(*id)) {
+        ++id;
+    }
+    char *end = id;
+    while (*end != '\0' && !is_blank(*end)) {
+        ++end;
+    }
+    *end = '\0';
+    return id;
 }
 
 }  // namespace
@@ -71,13 +97,14 @@ int app_action_login(cJSON *request) {
         send_login_response(std::move(reply), kLoginFail);
         return 0;
     }
-    File file(fopen(kSessionPath, "w"));
+    const Descriptor file(open(kSessionPath, O_WRONLY | O_CREAT | O_TRUNC, 0666));
     if (file) {
         char id[kSessionIdSize] = {};
         gen_sessionid(stored_user.c_str(), id);  // failed: the id is empty, and the file lets nobody in
         DebugLog("id=%s\n\n", id);
-        fprintf(file.get(), "sessionid=%s", id);
-        file.reset();
+        char session[sizeof kSessionKey + sizeof id];
+        join(session, {kSessionKey, id});
+        write_all(file.get(), session, strlen(session));
         cJSON_AddStringToObject(info, "sessionid", id);
     }
     // Without the file there is no session, but name and password were right: the app is told so.
@@ -90,27 +117,25 @@ int checkLogin(const cJSON *request) {
     if (given == nullptr) {
         return -1;
     }
-    const File file(fopen(kSessionPath, "r"));
-    if (!file) {
+    char session[1034];
+    if (!read_beginning(kSessionPath, session)) {
         return -1;
     }
-    char id[1024] = {};
-    const int fields = fscanf(file.get(), "sessionid=%1023s", id);
+    const bool whole = strlen(session) < sizeof session - 1;
+    const char *id = find_session_id(session);
     DebugLog("id=%s\n\n", id);
-    // A file without an id lets nobody in, not even with an empty one, and neither does an id that was cut.
-    const size_t length = strlen(id);
-    const bool usable = fields == 1 && length > 0 && length < sizeof id - 1;
-    return usable && strcmp(id, given) == 0 ? 0 : -1;
+    // A file without an id lets nobody in, not even with an empty one, and neither does an id that may have been cut.
+    return whole && *id != '\0' && strcmp(id, given) == 0 ? 0 : -1;
 }
 
 void send_login_response(Json reply, int code) {
     if (!reply) {
         reply.reset(cJSON_CreateObject());
     }
-    put(login_msg, "%s", find_login_text(code));
+    join(login_msg, {find_login_text(code)});
     cJSON_AddStringToObject(reply.get(), "action", "loginRsp");
     cJSON *result = cJSON_AddObjectToObject(reply.get(), "result");
-    cJSON_AddNumberToObject(result, "error", code);
+    add_number(result, "error", code);
     cJSON_AddStringToObject(result, "msg", login_msg);
     print_reply(std::move(reply));
 }

@@ -17,11 +17,11 @@ int gen_sessionid(const char *user, Out out) {
     const int now = static_cast<int>(time(nullptr));
     DebugLog("t1=%d\n\n", now);
     char text[kLongestUser + kLongestNumber + 1];
-    put(text, "%s%d", user, now);
+    join(text, {user, Decimal(now).c_str()});
     const OwnedText digest(MD5_encryption(text));
     if (!digest) {
         return -1;
     }
-    put(out, "Us%s", digest.get());
+    join(out, {"Us", digest.get()});
     return 0;
 }

@@ -117,8 +117,8 @@ int app_set_opMode_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
 
 int app_get_app_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *app = cJSON_AddObjectToObject(reply, name);
-    cJSON_AddNumberToObject(app, "port", store_get(MIB_APP_PORT));
-    cJSON_AddNumberToObject(app, "ticktime", store_get(MIB_APP_TICKTIME));
+    add_number(app, "port", store_get(MIB_APP_PORT));
+    add_number(app, "ticktime", store_get(MIB_APP_TICKTIME));
     return 0;
 }
 

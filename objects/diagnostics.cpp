@@ -102,7 +102,7 @@ int app_get_netDig_handler(const char *name, cJSON *request, cJSON *reply) {
         return -1;
     }
     char text[1024] = {};
-    read_text(output.get(), text, sizeof text);
+    read_text(fileno(output.get()), text, sizeof text);
     output.reset();
     DebugLog("%s\n", text);
     cJSON_AddStringToObject(answer, "ping", text);

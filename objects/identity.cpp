@@ -4,6 +4,7 @@
 
 #include "base/command.h"
 #include "base/input.h"
+#include "base/json.h"
 #include "base/text.h"
 #include "store/store.h"
 
@@ -65,5 +66,5 @@ void add_identity(cJSON *reply, const MacText &mac, const Identity &identity, co
     cJSON_AddStringToObject(info, "sVersion", kSoftwareVersion);
     cJSON_AddStringToObject(info, "hVersion", hardware_version);
     cJSON_AddStringToObject(info, "date", date);
-    cJSON_AddNumberToObject(info, "init", identity.init);
+    add_number(info, "init", identity.init);
 }

@@ -80,8 +80,8 @@ int app_get_lan_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *lan = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(lan, "ip", ip);
     cJSON_AddStringToObject(lan, "mask", mask);
-    cJSON_AddNumberToObject(lan, "dhcp", store_get(MIB_DHCP_MODE));
-    cJSON_AddNumberToObject(lan, "time", store_get(MIB_DHCP_LEASE_TIME));
+    add_number(lan, "dhcp", store_get(MIB_DHCP_MODE));
+    add_number(lan, "time", store_get(MIB_DHCP_LEASE_TIME));
     cJSON_AddStringToObject(lan, "ipStart", inet_ntoa(store_get(MIB_DHCP_POOL_START)));
     cJSON_AddStringToObject(lan, "ipEnd", inet_ntoa(store_get(MIB_DHCP_POOL_END)));
     return 0;

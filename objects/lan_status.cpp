@@ -31,11 +31,11 @@ cJSON *describe_client(ClientRecord &client) {
     add_text(device, "ip", client.ip);
     add_text(device, "mac", mac);
     add_text(device, "conType", client.conType);
-    add_item(device, "rssi", cJSON_CreateNumber(client.rssi));
+    add_number(device, "rssi", client.rssi);
     add_text(device, "dlink", client.dlink);
     add_text(device, "ulink", client.ulink);
-    add_item(device, "dspeed", cJSON_CreateNumber(client.dspeed));
-    add_item(device, "uspeed", cJSON_CreateNumber(client.uspeed));
+    add_number(device, "dspeed", client.dspeed);
+    add_number(device, "uspeed", client.uspeed);
     return device;
 }
 

@@ -199,8 +199,8 @@ int app_get_mesh_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     const int backhaul = find_backhaul_radio();
     cJSON *mesh = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(mesh, "name", store_get(MIB_MESH_DEVICE_NAME).c_str());
-    cJSON_AddNumberToObject(mesh, "role", store_get(MIB_MESH_ROLE));
-    cJSON_AddNumberToObject(mesh, "backhaul", backhaul >= 0 ? backhaul : kRadio5G);
+    add_number(mesh, "role", store_get(MIB_MESH_ROLE));
+    add_number(mesh, "backhaul", backhaul >= 0 ? backhaul : kRadio5G);
     return 0;
 }
 

@@ -158,7 +158,7 @@ int delete_devices(const cJSON *list) {
 
 int app_get_netAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *access = cJSON_AddObjectToObject(reply, name);
-    cJSON_AddNumberToObject(access, "enable", store_get(MIB_SCHNETACC_ENABLED));
+    add_number(access, "enable", store_get(MIB_SCHNETACC_ENABLED));
     cJSON *list = cJSON_AddArrayToObject(access, "list");
     int32_t count;
     table_count(MIB_SCHNETACC_TBL_NUM, count);
@@ -169,7 +169,7 @@ int app_get_netAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply) 
         const char *start = length < kCompactLength ? nullptr : span;
         const char *end = length < kTimeSpanLength ? nullptr : span + kCompactLength + 1;
         cJSON *device = cJSON_CreateObject();
-        add_item(device, "TimeControl", cJSON_CreateNumber(entry.time_control));
+        add_number(device, "TimeControl", entry.time_control);
         add_item(device, "sTime", cJSON_CreateString(start != nullptr ? expand_time(start).text : kMidnight));
         add_item(device, "eTime", cJSON_CreateString(end != nullptr ? expand_time(end).text : kMidnight));
         add_item(device, "name", cJSON_CreateString(field_text(entry.name)));

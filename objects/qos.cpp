@@ -266,16 +266,16 @@ int qosAddAction(const cJSON *rule) {
 
 int app_get_qos_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *qos = cJSON_AddObjectToObject(reply, name);
-    cJSON_AddNumberToObject(qos, "enable", store_get(MIB_QOS_ENABLED));
+    add_number(qos, "enable", store_get(MIB_QOS_ENABLED));
     cJSON *list = cJSON_AddArrayToObject(qos, "ipRuleList");
     QosRuleView rows[kMostRules] = {};
     const int count = ipQosList(rows);  // a failure is an empty list
     for (int i = 0; i < count; ++i) {
         cJSON *rule = cJSON_CreateObject();
         cJSON_AddStringToObject(rule, "ip", rows[i].range);
-        cJSON_AddNumberToObject(rule, "ulimit", rows[i].upload_limit);
-        cJSON_AddNumberToObject(rule, "dlimit", rows[i].download_limit);
-        cJSON_AddNumberToObject(rule, "index", rows[i].index);
+        add_number(rule, "ulimit", rows[i].upload_limit);
+        add_number(rule, "dlimit", rows[i].download_limit);
+        add_number(rule, "index", rows[i].index);
         cJSON_AddItemToArray(list, rule);
     }
     return 0;

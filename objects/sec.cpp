@@ -210,14 +210,14 @@ int app_get_sec_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *sec = cJSON_AddObjectToObject(reply, name);
     const uint32_t flags = stored_flags();
     const bool on = (flags & kFirewallOn) != 0;
-    cJSON_AddNumberToObject(sec, "firewall", on ? 1 : 0);
+    add_number(sec, "firewall", on ? 1 : 0);
     for (const FloodProtection *flood : kAsReported) {
-        cJSON_AddNumberToObject(sec, flood->key, on && (flags & flood->flag) != 0 ? 1 : 0);
+        add_number(sec, flood->key, on && (flags & flood->flag) != 0 ? 1 : 0);
     }
     const int32_t filters = store_get(MIB_MACFILTER_ENABLED);
     MacFilterEntry entries[kMostEntries];
     const int count = read_mac_filter(entries);
-    cJSON_AddNumberToObject(sec, "macFiltering", filters);
+    add_number(sec, "macFiltering", filters);
     cJSON *list = cJSON_AddArrayToObject(sec, "maclist");
     for (int i = 0; i < count; ++i) {
         MacFilterEntry &entry = entries[i];

@@ -192,12 +192,12 @@ int app_get_sys_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *sys = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(sys, "usr", store_get(MIB_USER_NAME).c_str());
     cJSON_AddStringToObject(sys, "pwd", store_get(MIB_USER_PASSWORD).c_str());
-    cJSON_AddNumberToObject(sys, "upTime", static_cast<double>(system_state.uptime));
+    add_number(sys, "upTime", system_state.uptime);
 
     const auto stored_time = store_get(MIB_SCHREBOOT_TIME);
     const ClockTime time = expand_time(stored_time.c_str());
     cJSON *schedule = cJSON_AddObjectToObject(sys, "schReboot");
-    cJSON_AddNumberToObject(schedule, "enable", store_get(MIB_SCHREBOOT_ENABLED));
+    add_number(schedule, "enable", store_get(MIB_SCHREBOOT_ENABLED));
     cJSON_AddStringToObject(schedule, "time", time.text[0] != '\0' ? time.text : kMidnight);
     cJSON_AddStringToObject(schedule, "week", print_week_mask(store_get(MIB_SCHREBOOT_WEEK)).text);
 
@@ -217,9 +217,9 @@ int app_get_sys_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     const int down_percent = 0;
     DebugLog("status:%d,error=%d,down_precent:%d\n", status, error, down_percent);
     cJSON *upgrade = cJSON_AddObjectToObject(sys, "upgrade");
-    cJSON_AddNumberToObject(upgrade, "status", status);
-    cJSON_AddNumberToObject(upgrade, "error", error);
-    cJSON_AddNumberToObject(upgrade, "down_precent", down_percent);
+    add_number(upgrade, "status", status);
+    add_number(upgrade, "error", error);
+    add_number(upgrade, "down_precent", down_percent);
     return 0;
 }
 

@@ -58,8 +58,8 @@ constexpr KeywordAction kKeywordActions[] = {
 
 int app_get_urlfilter_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *filter = cJSON_AddObjectToObject(reply, name);
-    cJSON_AddNumberToObject(filter, "enable", store_get(MIB_URLFILTER_ENABLED));
-    cJSON_AddNumberToObject(filter, "mode", store_get(MIB_URLFILTER_MODE));
+    add_number(filter, "enable", store_get(MIB_URLFILTER_ENABLED));
+    add_number(filter, "mode", store_get(MIB_URLFILTER_MODE));
     int32_t count;
     table_count(MIB_URLFILTER_TBL_NUM, count);
     cJSON *both = cJSON_AddObjectToObject(filter, "urllist");

@@ -141,7 +141,7 @@ int app_get_wanInfo_handler(const char *name, cJSON * /*request*/, cJSON *reply)
     in_addr gateway;
     get_default_gateway(gateway);
 
-    cJSON_AddNumberToObject(info, "dnsmode", dns_mode);
+    add_number(info, "dnsmode", dns_mode);
     cJSON_AddStringToObject(info, "ip", or_no_address(ip));
     cJSON_AddStringToObject(info, "mask", or_no_address(mask));
     // Without a default route this is 255.255.255.255, which apps know as "none".
@@ -192,7 +192,7 @@ int app_get_wanAdvance_handler(const char *name, cJSON * /*request*/, cJSON *rep
     const ConnectionType *connection = find_connection_type(stored_connection_type());
     const int mtu = connection != nullptr ? store_get(connection->mtu_item) : 0;
     cJSON *advance = cJSON_AddObjectToObject(reply, name);
-    cJSON_AddNumberToObject(advance, "mtu", mtu);
+    add_number(advance, "mtu", mtu);
     return 0;
 }
 

@@ -184,7 +184,7 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
     if (object != nullptr) {
         const cJSON *internet = find_item(object, "getInternetSta");
         if (internet != nullptr && integer_value(internet) == 1) {
-            cJSON_AddNumberToObject(answer, "internetSta", internet_state());
+            add_number(answer, "internetSta", internet_state());
         }
         const int failure = request_report(object, find_text(request, "guid"));
         if (failure != 0) {
@@ -209,7 +209,7 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
         }
         getWanPortSpeed(upload, download);
     }
-    cJSON_AddNumberToObject(answer, "status", status);
+    add_number(answer, "status", status);
     add_rate(answer, "uSpeed", upload);
     add_rate(answer, "dSpeed", download);
     cJSON_AddNumberToObject(answer, "upTime", up_time);

@@ -189,10 +189,10 @@ int app_get_wifiguest_handler(const char *name, cJSON * /*request*/, cJSON *repl
     cJSON *guest = cJSON_AddObjectToObject(reply, name);
     // A set switches both radios together, so one of them tells for both.
     SetWlan_idx(kGuest2G);
-    cJSON_AddNumberToObject(guest, "enable", store_get(MIB_WLAN_DISABLED) == 0 ? 1 : 0);
+    add_number(guest, "enable", store_get(MIB_WLAN_DISABLED) == 0 ? 1 : 0);
     add_network(guest, kGuest2G, "ssid", "wifiPwd");
     add_network(guest, kGuest5G, "ssid5", "wifiPwd5");
-    cJSON_AddNumberToObject(guest, "duration", 0);
+    add_number(guest, "duration", 0);
     return 0;
 }
 

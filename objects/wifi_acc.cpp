@@ -95,7 +95,7 @@ int remove_devices(const cJSON *list) {
 int app_get_wifiAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *acc = cJSON_AddObjectToObject(reply, name);
     SetWlan_idx(kWlan5G);
-    cJSON_AddNumberToObject(acc, "mode", store_get(MIB_WLAN_ACL_MODE));
+    add_number(acc, "mode", store_get(MIB_WLAN_ACL_MODE));
     int32_t count;
     if (!table_count(MIB_WLAN_ACL_NUM, count)) {
         return fail(kGetCountFailed);

@@ -15,11 +15,11 @@ namespace {
 // Each adds a value of the selected radio under `key`.
 
 void add_channel(cJSON *answer, const char *key) {
-    cJSON_AddNumberToObject(answer, key, store_get(MIB_WLAN_CHANNEL));
+    add_number(answer, key, store_get(MIB_WLAN_CHANNEL));
 }
 
 void add_disabled(cJSON *answer, const char *key) {
-    cJSON_AddNumberToObject(answer, key, store_get(MIB_WLAN_DISABLED));
+    add_number(answer, key, store_get(MIB_WLAN_DISABLED));
 }
 
 void add_channels_24g(cJSON *answer, const char *key) {

@@ -31,8 +31,8 @@ int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
         return -1;  // no message
     }
     char status[5] = {};  // four characters and the terminator
-    read_text(file.get(), status, sizeof status);
-    cJSON_AddNumberToObject(wps, "status", decimal_value(status));
+    read_text(fileno(file.get()), status, sizeof status);
+    add_number(wps, "status", decimal_value(status));
     return 0;
 }
 

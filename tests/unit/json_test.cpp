@@ -71,4 +71,15 @@ TEST(Array, IsNothingElse) {
     EXPECT_EQ(array_text(nullptr, 0), nullptr);
 }
 
+TEST(AddNumber, PrintsWhatCjsonPrints) {
+    for (const long long value : {0LL, 1LL, -1LL, 100LL, 86400LL, 2147483647LL, -2147483648LL, 4294967295LL}) {
+        const Json ours(cJSON_CreateObject());
+        const Json theirs(cJSON_CreateObject());
+        add_number(ours.get(), "n", value);
+        cJSON_AddNumberToObject(theirs.get(), "n", static_cast<double>(value));
+        EXPECT_STREQ(OwnedText(cJSON_Print(ours.get())).get(), OwnedText(cJSON_Print(theirs.get())).get());
+    }
+    add_number(nullptr, "n", 1);  // owns and drops the item: the sanitizers say whether
+}
+
 }  // namespace

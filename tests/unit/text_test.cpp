@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -75,7 +79,7 @@ File file_with(const std::string &content) {
 std::string read_all(const std::string &content, int size) {
     const File file = file_with(content);
     std::string text(static_cast<size_t>(size), '\0');
-    read_text(file.get(), text.data(), size);
+    read_text(fileno(file.get()), text.data(), size);
     return text.c_str();
 }
 
@@ -91,6 +95,57 @@ TEST(ReadText, EndsWithTheFileOrTheLastUsableByte) {
 TEST(ReadText, OverwritesWhatFollowsAZeroByte) {
     EXPECT_EQ(read_all(std::string("ab\0cd\nef", 8), 16), "abef");
     EXPECT_EQ(read_all(std::string("ab\n\0cd\nef", 9), 16), "ab\n");
+}
+
+TEST(ReadText, CountsWhatIsLeftOutOfALineAgainstTheRoom) {
+    // The line ends where a line without the zero byte would, and the text goes on behind it.
+    EXPECT_EQ(read_all(std::string("ab\0cdefgh", 9), 8), "abgh");
+    EXPECT_EQ(read_all(std::string("ab\0c\nefghijk", 12), 8), "abefghi");
+}
+
+TEST(ReadText, TakesAFileInPortions) {
+    const std::string long_text(10000, 'x');
+    EXPECT_EQ(read_all(long_text + "\nend", 20000), long_text + "\nend");
+    EXPECT_EQ(read_all(long_text + "\nend", 9000), long_text.substr(0, 8999));
+}
+
+TEST(ReadBeginning, HoldsAsMuchAsFits) {
+    char path[] = "/tmp/text_test.XXXXXX";
+    const int file = mkstemp(path);
+    ASSERT_EQ(write(file, "123456", 6), 6);
+    close(file);
+    char room[8] = "old";
+    EXPECT_TRUE(read_beginning(path, room));
+    EXPECT_STREQ(room, "123456");
+    char little[4];
+    EXPECT_TRUE(read_beginning(path, little));
+    EXPECT_STREQ(little, "123");
+    unlink(path);
+    EXPECT_FALSE(read_beginning(path, room));
+    EXPECT_STREQ(room, "");
+    EXPECT_TRUE(read_beginning("/tmp", room));  // a folder can be opened and not read
+    EXPECT_STREQ(room, "");
+}
+
+TEST(Join, SaysWhetherItFitted) {
+    char out[6];
+    EXPECT_TRUE(join(out, {"ab", "", "cde"}));
+    EXPECT_STREQ(out, "abcde");
+    EXPECT_FALSE(join(out, {"ab", "cdef"}));
+    EXPECT_STREQ(out, "abcde");
+    EXPECT_FALSE(join(out, {"abcde", "f", "g"}));
+    EXPECT_STREQ(out, "abcde");
+    EXPECT_TRUE(join(out, {}));
+    EXPECT_STREQ(out, "");
+}
+
+TEST(Decimal, PrintsEveryNumber) {
+    EXPECT_STREQ(Decimal(0).c_str(), "0");
+    EXPECT_STREQ(Decimal(-1).c_str(), "-1");
+    EXPECT_STREQ(Decimal(1029).c_str(), "1029");
+    EXPECT_STREQ(Decimal(UINT32_MAX).c_str(), "4294967295");
+    EXPECT_STREQ(Decimal(INT64_MAX).c_str(), "9223372036854775807");
+    EXPECT_STREQ(Decimal(INT64_MIN).c_str(), "-9223372036854775808");
 }
 
 TEST(ReadLine, ContinuesALongLineAsTheNext) {
