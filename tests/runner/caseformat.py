@@ -68,13 +68,15 @@ def expand(text):
 
 
 SERIES_MACRO = re.compile(r"%(EACH|LIST)\((\d+),(\d+),")
+ENTRY = re.compile(r"%(\w+)\[(\d+)\]%")
 NUMBERED = re.compile(r"%(?:(\w+)\[)?(?:(\d+)([-+]))?i\]?(?::(0\d[xX]))?%")
 
 
 def series(node, lists):
     """Fills in %EACH(FIRST,LAST,TEXT)% and %LIST(FIRST,LAST,TEXT)% in all texts: the TEXT once for every number.
 
-    In the TEXT stand %i%, %i:02x%, %N-i% and %N+i%, and %NAME[i]%, the text of that number in a list of `lists`.
+    In the TEXT stand %i%, %i:02x%, %N-i% and %N+i%, and %NAME[i]%, the text of that number in a list of `lists`;
+    %NAME[7]% may stand anywhere.
     """
     if isinstance(node, dict):
         return {series(key, lists): series(value, lists) for key, value in node.items()}
@@ -95,7 +97,7 @@ def series(node, lists):
         filled = [NUMBERED.sub(lambda match, i=i: numbered(i, lists, *match.groups()), text)
                   for i in range(first, last + 1)]
         node = node[:head.start()] + ("," if kind == "LIST" else "").join(filled) + node[end:]
-    return node
+    return ENTRY.sub(lambda match: numbered(int(match[2]), lists, match[1], None, None, None), node)
 
 
 def numbered(i, lists, name, base, sign, form):
