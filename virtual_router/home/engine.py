@@ -14,7 +14,7 @@ import verbs
 from model import Home
 
 SOCKET = "home.sock"  # in the router's run folder
-READY = "home.ready"  # there once the router's LAN was seen and all is written
+READY = "home.ready"  # there once the router's networks were seen and all is written
 LOOK_SECONDS = 0.1  # how often the engine looks for changes of the router
 MOST_ORDER_BYTES = 1 << 20
 PATIENCE_SECONDS = 2  # with whoever gives an order
@@ -31,6 +31,7 @@ class Engine:
         self.around = sources.Around()
         self.written = {}
         self.seen = None
+        self.ready = False  # the router has come so far that the home could be written as it is
         self.start_moving()
         self.moving = moving
 
@@ -49,10 +50,10 @@ class Engine:
 
     def look_around(self):
         """Takes over what the router's commands say of it: the LAN's address and mask, the WAN's type and since when it is
-        up, the role in the mesh."""
+        up, the role in the mesh, the phone's address. True: something is new."""
         facts = [read_words(path) for path in (*(self.root / "var/run" / name for name in ("lan", "wan", "mesh")), self.run / "phone")]
         if facts == self.seen:
-            return
+            return False
         lan, wan, mesh, phone = facts
         if wan and (self.seen is None or wan != self.seen[1]):
             self.around.wan_type, self.around.wan_since = wan[0], wan[1]
@@ -63,9 +64,11 @@ class Engine:
             self.around.lan = None
         self.around.mesh_role = mesh[0] if mesh else None
         self.around.phone = phone[0] if phone else ""
+        self.ready = self.ready or None not in facts
+        return True
 
     def write(self):
-        """Writes what has changed; each file at once."""
+        """Writes what has changed, each file at once."""
         for name, content in sources.files(self.home, self.around, self.broken).items():
             path = self.root / name
             if name in self.written and self.written[name] == content:
@@ -80,6 +83,8 @@ class Engine:
                 new.write_bytes(content)
                 new.replace(path)
             self.written[name] = content
+        if self.ready:
+            (self.run / READY).touch()
 
     def serve(self):
         """Runs for ever."""
@@ -91,13 +96,13 @@ class Engine:
         orders = selectors.DefaultSelector()
         orders.register(listener, selectors.EVENT_READ)
         while True:
-            self.look_around()
+            changed = self.look_around()
             if self.moving and time.monotonic() >= self.next_step:
                 self.home.step()
                 self.next_step = max(self.next_step + self.home.about["pace"], time.monotonic())
-            self.write()
-            if self.seen[0] and self.seen[3] is not None:
-                pathlib.Path(READY).touch()
+                changed = True
+            if changed:
+                self.write()
             if orders.select(LOOK_SECONDS):
                 self.take_order(listener)
 
