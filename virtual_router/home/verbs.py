@@ -5,6 +5,9 @@ import sources
 from model import CannotBe
 
 
+ALL = "all"  # sources
+
+
 class WrongCall(Exception):
     """The words after a verb make no sense; the text says why."""
 
@@ -71,17 +74,14 @@ def device_from(engine, name, at, words):
     things = [vars(device) for device in home.devices] + home.agents
     places = {thing["place"] for thing in things}
     about.setdefault("place", next(place for place in range(2, 65535) if place not in places))
-    about.setdefault("mac", f"02:4b:54:01:{about['place'] >> 8 & 255:02x}:{about['place'] & 255:02x}" if is_whole(about["place"]) else "")
+    place = about["place"] if isinstance(about["place"], int) else 0  # which is found wrong below
+    about.setdefault("mac", f"02:4b:54:01:{place >> 8 & 255:02x}:{place & 255:02x}")
     found = homefile.findings(about, homefile.SCHEMA["definitions"]["device"])
     if found:
         raise WrongCall("; ".join(f"{homefile.path_text(path)}: {why}" for path, why in found))
     if len(name.encode()) > homefile.MOST_NAME_BYTES:
         raise WrongCall(f"a name has {homefile.MOST_NAME_BYTES} bytes at most")
     return homefile.complete(about)
-
-
-def is_whole(value):
-    return type(value) is int
 
 
 def add(engine, name, at, *words):
@@ -112,10 +112,11 @@ def internet(engine, state):
 
 
 def break_source(engine, name, how="missing"):
-    one_of(name, "source", sources.SOURCES)
+    names = [*sources.SOURCES] if name == ALL else [one_of(name, "source", sources.SOURCES)]
     ways = [*sources.BREAKS, sources.REFUSES] if name in homefile.INTERFACES else [*sources.BREAKS]
-    engine.broken[name] = one_of(how, "way to break it", ways)
-    return f"{name} is broken: {how}"
+    one_of(how, "way to break it", ways)
+    engine.broken.update((name, how) for name in names)
+    return f"{name} is broken: {how}" if name != ALL else f"all {len(names)} sources are broken: {how}"
 
 
 def mend(engine, *names):
@@ -166,7 +167,7 @@ def help_text():
         + columns(rows)
         + "\n\nDEVICE is a name or a MAC address. SPOT is a wireless interface (wlan0, wlan1-va2), an Ethernet port (port2 to port5),\n"
         "AGENT/5g, AGENT/2g, unseen (no source tells where) or away. SOURCE is one of:\n"
-        f"  {' '.join(sources.SOURCES)}\n"
+        f"  {' '.join([*sources.SOURCES][:10])}\n  {' '.join([*sources.SOURCES][10:])} {ALL}\n"
         f"A station table also breaks in the way \"{sources.REFUSES}\": the driver does not hand it over."
     )
 
