@@ -19,3 +19,4 @@ PHONE_MAC=02:4b:54:00:00:64
 PHONE_PLACE=100
 AGENT_MAC_PREFIX=02:4b:54:70:95:0  # and the number of the agent
 FIRST_AGENT_PLACE=10               # agent 1; the others follow
+REAL_HOSTS=32                      # so many hosts with a cable can be pinged; the others are only known of

@@ -16,7 +16,8 @@
 #   mode_complete_root           adds to $root what cannot be laid out as plain files
 #   mode_network                 makes the links of the network; addresses come later
 #   mode_enter COMMAND...        becomes COMMAND inside the router
-#   mode_follow_lan ADDRESS MASK makes the home follow the router's LAN address
+#   mode_follow_lan ADDRESS MASK makes the phone and the agents follow the router's LAN address, and notes them in fixed
+#   mode_follow_hosts            makes the hosts of the LAN those in neighbours and wired
 #   mode_parts                   starts the parts beside the router itself, such as the PC's ports
 #   mode_up                      waits until the router can be used; prints what is to be known of it
 #   mode_stop PID...             ends the parts and all that they run
@@ -90,13 +91,61 @@ store_value() {
     (enter flash get "$1") | sed 's/^[^=]*=//'
 }
 
-# Follows the LAN address for ever, as it stands in the lines that the router writes when it changes it: an address and a
-# mask, or twice "none".
+# Who is on the LAN, as the part that follows it knows.
+lan_address=none lan_mask=none
+declare -A fixed=()       # address -> MAC address, of the phone and the mesh agents
+declare -A neighbours=()  # address -> MAC address, of all: what the router's ARP table must hold
+declare -A wired=()       # MAC address -> its addresses, of the home's hosts with a cable that are hosts of their own
+hosts_seen=               # the lines that these were made of
+
+# Follows the LAN for ever: its address, as it stands in the lines that the router writes when it changes it (an address and
+# a mask, or twice "none"), and its hosts.
 follow_lan() {
-    local address mask
-    while read -r address mask; do
-        mode_follow_lan "$address" "$mask"
+    local address mask never
+    exec {never}<> <(:)  # nothing ever comes here: waiting for it is a pause without a process
+    while :; do
+        # Only a line that is there is read: a read that gives up in the middle of one loses its beginning.
+        if read -r -t 0; then
+            read -r address mask
+            lan_address=$address lan_mask=$mask
+            mode_follow_lan "$address" "$mask"
+            hosts_seen=
+        else
+            read -r -t 0.2 -u "$never" || true
+        fi
+        follow_hosts
     done
+}
+
+# Follows the file of the home's hosts, if it has changed. A line is an address, a MAC address, and "wired" or "air". Other
+# lines say nothing, and nobody gets an address or a MAC address of the router, the phone or an agent.
+# Whoever removes the file lan-follows finds it again when what was in the file by then is followed.
+follow_hosts() {
+    local lines=() line address mac told=no
+    [ -e "$run/lan-follows" ] || told=yes
+    { mapfile -t lines <"$root/home/hosts"; } 2>/dev/null || true
+    if [ "seen ${lines[*]}" != "$hosts_seen" ]; then
+        hosts_seen="seen ${lines[*]}"
+        neighbours=() wired=()
+        for line in "${lines[@]}"; do
+            if [[ $line =~ ^(([0-9]{1,3}\.){3}[0-9]{1,3})\ (([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2})\ (wired|air)$ ]]; then
+                address=${BASH_REMATCH[1]} mac=${BASH_REMATCH[3],,}
+                if [[ " $lan_address ${!fixed[*]} " = *" $address "* || " $ROUTER_LAN_MAC ${fixed[*]} " = *" $mac "* ]]; then
+                    continue
+                fi
+                neighbours[$address]=$mac
+                # Hosts of their own take the machine some time, so there are not many.
+                if [ "${BASH_REMATCH[5]}" = wired ] && [[ -v wired[$mac] || ${#wired[@]} -lt $REAL_HOSTS ]]; then
+                    wired[$mac]+=" $address"
+                fi
+            fi
+        done
+        for address in "${!fixed[@]}"; do
+            neighbours[$address]=${fixed[$address]}
+        done
+        mode_follow_hosts
+    fi
+    [ "$told" = no ] || : >"$run/lan-follows"
 }
 
 # Writes a file of $run, which is never seen half written.
@@ -209,7 +258,11 @@ mode_network
 [ -z "$home" ] || store_home
 start_parts
 (enter startup 2>&1) | "$run/console" startup 3<&- 4<&- 9<&-
-[ -z "$home" ] || await_file "$run/home.ready"
+if [ -n "$home" ]; then
+    await_file "$run/home.ready"
+    rm -f "$run/lan-follows"
+    await_file "$run/lan-follows"
+fi
 mode_up >&9
 exec 3<&- 4<&- 9<&-
 await_end

@@ -97,11 +97,14 @@ END
 
 mode_follow_lan() {
     local phone='' agent address
+    declare -gA fixed=() entries=()  # with its address, br0 has lost its part of the ARP table
     if phone=$(phone_address "$1" "$2") && nsenter --net="$run/networks/phone" ip -batch - <<END; then
 address flush dev eth0
 address add $phone/$2 broadcast + dev eth0
 route add default via $1
 END
+        # shellcheck disable=SC2034  # read by router.sh
+        fixed[$phone]=$PHONE_MAC
         put_file phone-target "$1:80"
         echo "home: the phone has the address $phone"
     else
@@ -110,6 +113,8 @@ END
     fi
     for agent in "${!leases[@]}"; do
         if [ "$1" != none ] && address=$(lan_host "$1" "$2" $((FIRST_AGENT_PLACE + agent - 1))); then
+            # shellcheck disable=SC2034  # read by router.sh
+            fixed[$address]=$AGENT_MAC_PREFIX$agent
             echo "$address $2 $1" >&"${leases[$agent]}"
         else
             echo "home: agent $agent finds no place in the LAN of $1, mask $2"
@@ -117,6 +122,90 @@ END
         fi
     done
     put_file phone "$phone"
+}
+
+declare -A entries=()  # address -> MAC address, of the entries that were put into the router's ARP table
+declare -A plugged=()  # MAC address -> addresses, mask and gateway, of the hosts that were made
+
+mode_follow_hosts() {
+    unplug_hosts
+    plug_hosts
+    # An entry is missing where br0 was down for a while: all are put there anew.
+    if ! change_entries 2>/dev/null; then
+        ip neigh flush dev br0 nud all || true
+        entries=()
+        change_entries || true
+    fi
+}
+
+# Makes the neighbours the entries of the router's ARP table. They are permanent: most of these hosts cannot answer the
+# kernel's questions, and the others are to be known before they send anything. Fails where an old entry is missing.
+change_entries() {
+    local address changes=''
+    for address in "${!entries[@]}"; do
+        if [ "${neighbours[$address]-}" != "${entries[$address]}" ]; then
+            changes+="neigh del $address dev br0"$'\n'
+            unset "entries[$address]"
+        fi
+    done
+    for address in "${!neighbours[@]}"; do
+        if ! [[ -v entries[$address] ]]; then
+            changes+="neigh replace $address lladdr ${neighbours[$address]} dev br0 nud permanent"$'\n'
+            entries[$address]=${neighbours[$address]}
+        fi
+    done
+    [ -z "$changes" ] || ip -batch - <<<"$changes"
+}
+
+# Removes the hosts that have no cable any more, all at once: one by one takes the kernel much longer.
+unplug_hosts() {
+    local mac name names=() changes=''
+    for mac in "${!plugged[@]}"; do
+        if ! [[ -v wired[$mac] ]]; then
+            name=h${mac//:/}
+            names+=("$name")
+            changes+="link set dev $name group 1"$'\n'
+            unset "plugged[$mac]"
+        fi
+    done
+    [ -n "$changes" ] || return 0
+    ip -force -batch - <<<"${changes}link delete group 1" || true
+    for name in "${names[@]}"; do
+        umount "$run/networks/$name" || true
+        rm -f "$run/networks/$name"
+    done
+}
+
+# Makes a host's network and the link to it.
+add_host() {
+    add_network "$1" && ip -batch - <<END
+link add $1 type veth peer name eth0 address $2 netns $run/networks/$1
+link set $1 master br0 up
+END
+}
+
+# Makes the hosts that have got a cable, each with a network of its own, and gives all the addresses that they have now.
+# Those that are not in the router's LAN have no way to it, as while the home has not yet followed the LAN.
+plug_hosts() {
+    local mac name address changes
+    for mac in "${!wired[@]}"; do
+        name=h${mac//:/}  # of the network, and of the link to it
+        [ "${plugged[$mac]-}" != "${wired[$mac]} $lan_mask $lan_address" ] || continue
+        if ! [[ -v plugged[$mac] ]] && ! add_host "$name" "$mac"; then
+            echo "home: $mac cannot be pinged: this machine gives it no network"
+        fi
+        changes=
+        for address in ${wired[$mac]}; do
+            changes+="address add $address/$lan_mask broadcast + dev eth0"$'\n'
+        done
+        nsenter --net="$run/networks/$name" ip -force -batch - <<END 2>/dev/null || true
+link set lo up
+link set eth0 up
+address flush dev eth0 scope global
+${changes}route add default via $lan_address
+END
+        plugged[$mac]="${wired[$mac]} $lan_mask $lan_address"
+    done
 }
 
 mode_enter() {

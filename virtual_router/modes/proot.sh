@@ -37,7 +37,6 @@ interface lo 127.0.0.1 255.0.0.0 00:00:00:00:00:00 65536 up
 interface br0 0.0.0.0 0.0.0.0 $ROUTER_LAN_MAC 1500 down
 interface eth1 0.0.0.0 0.0.0.0 $ROUTER_WAN_MAC 1500 down
 interface ppp0 0.0.0.0 0.0.0.0 00:00:00:00:00:00 1500 down
-answers $ISP_ADDRESS
 END
     mkdir "$root/proc/net"
     local device
@@ -58,13 +57,9 @@ END
 
 mode_follow_lan() {
     local phone=''
+    declare -gA fixed=()
     if phone=$(phone_address "$1" "$2"); then
-        # The fact of where the phone was goes; the others are the router's to change.
-        (enter sed -i -e "/^answers /{/ $ISP_ADDRESS\$/!d}" -e "\$aanswers $phone" /etc/played)
-        {
-            echo 'IP address       HW type     Flags       HW address            Mask     Device'
-            printf '%-16s 0x1         0x2         %s     *        br0\n' "$phone" "$PHONE_MAC"
-        } >"$root/proc/net/arp"
+        fixed[$phone]=$PHONE_MAC
         put_file phone-target "$root/var/run/http.sock $phone $1"
         echo "home: the phone has the address $phone"
     else
@@ -72,6 +67,27 @@ mode_follow_lan() {
         echo "home: the phone finds no place in the LAN of $1, mask $2"
     fi
     put_file phone "$phone"
+}
+
+mode_follow_hosts() {
+    local address arp='IP address       HW type     Flags       HW address            Mask     Device' entry answers
+    for address in "${!neighbours[@]}"; do
+        printf -v entry '%-16s 0x1         0x6         %s     *        br0' "$address" "${neighbours[$address]}"
+        arp+=$'\n'$entry
+    done
+    put_in_root /proc/net/arp "$arp"
+    answers="answers $ISP_ADDRESS"
+    # shellcheck disable=SC2048  # words
+    for address in "${!fixed[@]}" ${wired[*]}; do
+        answers+=$'\n'"answers $address"
+    done
+    put_in_root /etc/played-answers "$answers"
+}
+
+# Writes a file of the root, which is never seen half written.
+put_in_root() {
+    echo "$2" >"$root$1.new"
+    mv "$root$1.new" "$root$1"
 }
 
 mode_enter() {

@@ -5,12 +5,15 @@
 //
 //   interface NAME ADDRESS MASK MAC MTU up|down   one of the router's network interfaces; the address 0.0.0.0 is none
 //   gateway INTERFACE ADDRESS   the default route
-//   answers ADDRESS             a neighbour that answers a ping; the interfaces' own addresses do, and with a default
-//                               route all that lies beyond it
 //   queue-key NUMBER            the key of the system daemon's message queue, which must differ from the one that
 //                               another router on the same machine uses
 //
 // The requests that change an interface or the default route change the facts, and /proc/net/route with them.
+//
+// Who else is there stands in /etc/played-answers, which others write:
+//
+//   answers ADDRESS             a neighbour that answers a ping; the interfaces' own addresses do, and with a default
+//                               route all that lies beyond it
 //
 // Loaded into the endpoint too, so: no C++ library at run time.
 #undef _FORTIFY_SOURCE  // with it, the C library's headers bring a recvfrom() of their own
@@ -41,6 +44,7 @@ namespace {
 
 constexpr char kFactsPath[] = "/etc/played";
 constexpr char kNewFactsPath[] = "/etc/played.new";
+constexpr char kAnswersPath[] = "/etc/played-answers";
 constexpr char kRoutesPath[] = "/proc/net/route";
 constexpr char kNewRoutesPath[] = "/proc/net/route.new";
 constexpr int kQueueProject = 117;
@@ -59,10 +63,10 @@ struct Gateway {
     in_addr address;
 };
 
-// Calls visit(keyword, rest of the line) for each fact until it returns true. True: some visit did.
+// Calls visit(keyword, rest of the line) for each fact of a file until it returns true. True: some visit did.
 template <typename Visit>
-bool find_fact(const Visit &visit) {
-    FILE *facts = fopen(kFactsPath, "re");
+bool find_fact(const Visit &visit, const char *path = kFactsPath) {
+    FILE *facts = fopen(path, "re");
     if (facts == nullptr) {
         return false;
     }
@@ -130,12 +134,22 @@ bool is_neighbour(const Interface &interface, in_addr address) {
             ((interface.address.s_addr ^ address.s_addr) & interface.mask.s_addr) == 0);
 }
 
+bool is_known_to_answer(in_addr address) {
+    return find_fact(
+        [&](const char *keyword, const char *text) {
+            in_addr neighbour = {};
+            return strcmp(keyword, "answers") == 0 && inet_pton(AF_INET, text, &neighbour) == 1 &&
+                   neighbour.s_addr == address.s_addr;
+        },
+        kAnswersPath);
+}
+
 // An address that is neither the router's own, nor a neighbour that is known to answer, nor silent, lies beyond the
 // default route.
 bool answers_ping(in_addr address) {
     bool own_network = false;
     bool has_gateway = false;
-    const bool known = find_fact([&](const char *keyword, char *text) {
+    const bool own_address = find_fact([&](const char *keyword, const char *text) {
         Interface interface = {};
         Gateway gateway = {};
         if (parse_interface(keyword, text, interface)) {
@@ -145,11 +159,9 @@ bool answers_ping(in_addr address) {
             return own || (is_loopback(interface) && ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET);
         }
         has_gateway |= parse_gateway(keyword, text, gateway);
-        in_addr neighbour = {};
-        return strcmp(keyword, "answers") == 0 && inet_pton(AF_INET, text, &neighbour) == 1 &&
-               neighbour.s_addr == address.s_addr;
+        return false;
     });
-    return known || (has_gateway && !own_network);
+    return own_address || (has_gateway && !own_network) || is_known_to_answer(address);
 }
 
 // The C library's own function behind one that is played.
