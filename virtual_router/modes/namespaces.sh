@@ -97,7 +97,9 @@ END
 
 mode_follow_lan() {
     local phone='' agent address
-    declare -gA fixed=() entries=()  # with its address, br0 has lost its part of the ARP table
+    # With its address br0 has lost its part of the ARP table, but for what was put there since then.
+    ip neigh flush dev br0 nud all
+    declare -gA fixed=() entries=()
     if phone=$(phone_address "$1" "$2") && nsenter --net="$run/networks/phone" ip -batch - <<END; then
 address flush dev eth0
 address add $phone/$2 broadcast + dev eth0
