@@ -101,7 +101,7 @@ const uint16_t (&vht_table(uint8_t flags))[kVhtRates] {
 
 class Socket {
   public:
-    Socket() : descriptor_(socket(AF_INET, SOCK_DGRAM, 0)) {}
+    Socket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
     ~Socket() {
         if (is_open()) {
             close(descriptor_);
@@ -111,7 +111,8 @@ class Socket {
     Socket &operator=(const Socket &) = delete;
 
     bool is_open() const { return descriptor_ >= 0; }
-    bool ask(unsigned request, WifiRequest &argument) const { return ioctl(descriptor_, request, &argument) >= 0; }
+    // Every C library's ioctl() takes a 16-bit request as it is, be its own type signed or not.
+    bool ask(uint16_t request, WifiRequest &argument) const { return ioctl(descriptor_, request, &argument) >= 0; }
 
   private:
     int descriptor_;

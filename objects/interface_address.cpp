@@ -13,8 +13,9 @@
 
 namespace {
 
-// Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`.
-bool ask_interface(const char *interface, unsigned long question, ifreq &out) {
+// Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`. Every C library's ioctl()
+// takes 16 bits as they are, be its own type signed or not.
+bool ask_interface(const char *interface, uint16_t question, ifreq &out) {
     const int any_socket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (any_socket < 0) {
         perror("socket error!\n");
@@ -30,7 +31,7 @@ bool ask_interface(const char *interface, unsigned long question, ifreq &out) {
     return answered;
 }
 
-bool read_ipv4(const char *interface, unsigned long question, char (&out)[INET_ADDRSTRLEN]) {
+bool read_ipv4(const char *interface, uint16_t question, char (&out)[INET_ADDRSTRLEN]) {
     ifreq answer;
     if (!ask_interface(interface, question, answer)) {
         return false;

@@ -192,7 +192,7 @@ int app_get_sys_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *sys = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(sys, "usr", store_get(MIB_USER_NAME).c_str());
     cJSON_AddStringToObject(sys, "pwd", store_get(MIB_USER_PASSWORD).c_str());
-    add_number(sys, "upTime", system_state.uptime);
+    add_number(sys, "upTime", static_cast<long long>(system_state.uptime));
 
     const auto stored_time = store_get(MIB_SCHREBOOT_TIME);
     const ClockTime time = expand_time(stored_time.c_str());

@@ -9,9 +9,9 @@
 #include <cstdint>
 
 // Requests. The first fails for what is no wireless interface.
-constexpr unsigned kWifiNameRequest = 0x8B01;      // SIOCGIWNAME
-constexpr unsigned kStationTableRequest = 0x8B30;  // fills the buffer with the station table
-constexpr unsigned kAxPrivateRequest = 0x89F2;     // of 802.11ax interfaces: the request meant stands in the flags
+constexpr uint16_t kWifiNameRequest = 0x8B01;      // SIOCGIWNAME
+constexpr uint16_t kStationTableRequest = 0x8B30;  // fills the buffer with the station table
+constexpr uint16_t kAxPrivateRequest = 0x89F2;     // of 802.11ax interfaces: the request meant stands in the flags
 
 struct WifiData {
     void *pointer;

@@ -17,8 +17,12 @@ packages_of() {
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
     source) echo dpkg-dev ;;
+    targets)
+        echo g++-mipsel-linux-gnu g++-mips-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu musl-tools \
+            qemu-user-static
+        ;;
     *)
-        echo "setup.sh: no package group is named '$1' (there are: build router home test source)" >&2
+        echo "setup.sh: no package group is named '$1' (there are: build router home test source targets)" >&2
         return 2
         ;;
     esac
