@@ -37,16 +37,19 @@ constexpr unsigned long kGetName = 0x8B01;      // SIOCGIWNAME: is it a wireless
 constexpr unsigned long kGetStations = 0x8B30;  // the station table
 constexpr unsigned long kAxPrivate = 0x89F2;    // 802.11ax interfaces take the table's request in the flags of this one
 
+// The caller's buffer.
+struct Buffer {
+    void *pointer;
+    uint16_t length;  // in: of the room at the pointer; out: of what was written there
+    uint16_t flags;
+};
+
 // What these requests are handed, laid out as the kernel lays out a wireless request.
 struct WirelessRequest {
     char interface[IFNAMSIZ];
     union {
         char protocol[IFNAMSIZ];
-        struct {
-            void *pointer;
-            uint16_t length;  // in: of the room at the pointer; out: of what was written there
-            uint16_t flags;
-        } data;
+        Buffer data;
     };
 };
 static_assert(offsetof(WirelessRequest, data) == 16 && sizeof(WirelessRequest) == 32, "shared with the kernel");
