@@ -56,7 +56,7 @@ class Engine:
             return False
         lan, wan, mesh, phone = facts
         if wan and (self.seen is None or wan != self.seen[1]):
-            self.around.wan_type, self.around.wan_since = wan[0], wan[1]
+            self.around.wan_type, self.around.wan_since = wan[0], wan[-1]
         self.seen = facts
         try:
             self.around.lan = ipaddress.IPv4Interface("/".join(lan or []))
@@ -124,6 +124,6 @@ class Engine:
 def read_words(path):
     """The words of a small file; None if there is none."""
     try:
-        return path.read_text().split()
+        return path.read_text(errors="replace").split()
     except OSError:
         return None

@@ -181,6 +181,8 @@ def fits(words, count):
 def act(engine, words):
     """Does what the words say. Returns an exit status and a text."""
     verb, *rest = words or ["show"]
+    if any("\ud800" <= character <= "\udfff" for character in "".join(words)):
+        return 2, "the words are no UTF-8"
     if verb == "help":
         return 0, help_text()
     if verb not in VERBS:
