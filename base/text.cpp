@@ -14,18 +14,17 @@ bool put(Out out, const char *format, ...) {
 }
 
 bool join(Out out, std::initializer_list<const char *> parts) {
-    size_t length = 0;
+    char *at = out.text;
+    const char *const last = out.text + out.size - 1;
+    bool fits = true;
     for (const char *part : parts) {
-        for (; *part != '\0' && length < out.size - 1; ++part) {
-            out.text[length++] = *part;
+        for (; *part != '\0' && at < last; ++part) {
+            *at++ = *part;
         }
-        if (*part != '\0') {
-            out.text[length] = '\0';
-            return false;
-        }
+        fits = fits && *part == '\0';
     }
-    out.text[length] = '\0';
-    return true;
+    *at = '\0';
+    return fits;
 }
 
 Decimal::Decimal(long long value) : first_(text_ + sizeof text_ - 1) {

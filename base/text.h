@@ -31,7 +31,7 @@ class Decimal {
     const char *c_str() const { return first_; }
 
   private:
-    char text_[21];  // a sign, 19 digits, a terminator
+    char text_[21] = {};  // a sign, 19 digits, a terminator
     char *first_;
 };
 
