@@ -185,7 +185,8 @@ class Items:
     TABLE_CALLS = {0x8001: "", 0x10002: "add ", 0x20003: "delete ", 0x40004: "delete all "}
     INTERFACES = [f"{radio}.{virtual}" for radio in range(2) for virtual in range(6)]
 
-    def __init__(self, path):
+    def __init__(self, path, byteorder="little"):
+        self.byteorder = byteorder  # of the processor that the program is built for
         self.by_name = tomllib.loads(path.read_text())
         for name, item in self.by_name.items():
             item["name"] = name
@@ -211,7 +212,7 @@ class Items:
         elif kind == "ipv4" and isinstance(value, str):
             data = bytes(int(part) for part in value.split("."))
         elif kind in ("int32", "byte", "sbyte") and isinstance(value, int):
-            data = value.to_bytes(width, "little", signed=kind != "byte")
+            data = value.to_bytes(width, self.byteorder, signed=kind != "byte")
         else:
             raise CaseError(f"{item['name']}: not a value of its type: {value!r}")
         if len(data) != width:
@@ -222,7 +223,7 @@ class Items:
         """The bytes that were written, as an event names them."""
         kind = item["type"]
         if kind in ("int32", "byte", "sbyte"):
-            return str(int.from_bytes(data, "little", signed=kind != "byte"))
+            return str(int.from_bytes(data, self.byteorder, signed=kind != "byte"))
         if kind == "ipv4":
             return ".".join(str(byte) for byte in data)
         if kind == "text":
@@ -377,7 +378,7 @@ def finish(name, case, replies, events, items):
     """Checks a case after all filling in, and makes the list of its steps."""
     check_keys(case, CASE_KEYS, name)
     for mode, reason in case.get("skip", {}).items():
-        if mode not in ("plain", "sanitize", "valgrind") or not reason:
+        if mode not in ("plain", "sanitize", "valgrind", "target") or not reason:
             raise CaseError("skip names a mode and a reason")
     world = {key: case[key] for key in WORLD_KEYS & case.keys()}
     later = case.get("then", [])

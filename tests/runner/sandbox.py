@@ -20,7 +20,14 @@ from caseformat import CaseError, expand, to_bytes, to_text
 libc = ctypes.CDLL(None, use_errno=True)
 
 PROGRAM = "/web/app/app.cgi"
-TIMEOUT = {"plain": 10, "sanitize": 30, "valgrind": 90}
+TIMEOUT = {"plain": 10, "sanitize": 30, "valgrind": 90, "target": 60}
+TARGETS = {  # name of a device build -> its emulator, where the cross compiler keeps its C library, its byte order
+    "mipsel": ("qemu-mipsel-static", "/usr/mipsel-linux-gnu/lib", "little"),
+    "mips": ("qemu-mips-static", "/usr/mips-linux-gnu/lib", "big"),
+    "armhf": ("qemu-arm-static", "/usr/arm-linux-gnueabihf/lib", "little"),
+    "aarch64": ("qemu-aarch64-static", "/usr/aarch64-linux-gnu/lib", "little"),
+}
+EMULATOR = "/.runner/emulator"
 CLONE_NEWNS, CLONE_NEWIPC, CLONE_NEWUSER = 0x20000, 0x8000000, 0x10000000
 MS_BIND, MS_REC, MS_PRIVATE = 4096, 16384, 1 << 18
 IPC_RMID, IPC_STAT, IPC_NOWAIT, MSG_EXCEPT = 0, 2, 0o4000, 0o20000
@@ -79,7 +86,7 @@ def missing_right(mode):
     spaces = in_child(lambda: unshare(CLONE_NEWIPC | CLONE_NEWNS))
     if mode == "valgrind" and not spaces:
         return "valgrind reads /proc, which takes a mount name space here, and this process may not make one"
-    if not spaces and (mode != "plain" or not can_chroot()) and shutil.which("proot") is None:
+    if not spaces and (mode not in ("plain", "target") or not can_chroot()) and shutil.which("proot") is None:
         return "neither a name space nor another root folder may be made, and proot is not installed"
     return None
 
@@ -90,6 +97,19 @@ def shared_objects(binary, own):
     found = re.findall(r"(\S+)(?: => (\S+))? \(0x", output)
     paths = [path or name for name, path in found]
     return [path for path in paths if path.startswith("/") and pathlib.Path(path).name not in own]
+
+
+def target_objects(binary, own, folder):
+    """The same for another processor: the build machine's loader cannot tell, so the C library's folder is searched."""
+    found, pending = {}, [binary]
+    while pending:
+        output = subprocess.run(["readelf", "-lWd", pending.pop()], check=True, capture_output=True, text=True).stdout
+        for name in re.findall(r"\(NEEDED\).*\[(.*)\]|program interpreter: .*/([^/]*)\]", output):
+            name = "".join(name)
+            if name not in own and name not in found:
+                found[name] = pathlib.Path(folder) / name
+                pending.append(found[name])
+    return found
 
 
 def debug_file(library):
@@ -138,13 +158,13 @@ def show_record(kind, payload):
     return shown
 
 
-def expected_record(fields):
+def expected_record(fields, byteorder):
     payload = bytearray(RECORD_SIZE - 4)
     for name, value in fields.items():
         if name == "type":
             continue
         offset, width, kind = QUEUE_FIELDS[name]
-        data = to_bytes(expand(value)) if kind is str else value.to_bytes(width, "little")
+        data = to_bytes(expand(value)) if kind is str else value.to_bytes(width, byteorder)
         payload[offset - 4:offset - 4 + len(data)] = data
     return show_record(fields["type"], bytes(payload))
 
@@ -154,12 +174,13 @@ def expected_record(fields):
 class Sandbox:
     """One root for one worker. Made once, brought back to its first state for each case."""
 
-    def __init__(self, folder, binary, tools, items, mode):
+    def __init__(self, folder, binary, tools, items, mode, target=None):
         self.root = pathlib.Path(folder)
         self.tools = pathlib.Path(tools)
         self.items = items
         self.mode = mode
-        self.needs_proc = mode != "plain"
+        self.target = target
+        self.needs_proc = mode not in ("plain", "target")
         self.own_space = unshare(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
         self.proot = not can_chroot() or self.needs_proc and not self.own_space
         self.build(pathlib.Path(binary))
@@ -179,11 +200,20 @@ class Sandbox:
             self.path(folder).mkdir(parents=True)
         self.copy(binary, PROGRAM)
         self.path(PROGRAM).chmod(0o755)
-        libraries = shared_objects(binary, {"libapmib.so", "libarpcheck.so"})
-        for library in libraries:
-            self.copy(library)
-        for double in ("libapmib.so", "libarpcheck.so", "libinterfaces.so"):
-            self.copy(self.tools / double, f"/lib/{double}")
+        own = {"libapmib.so", "libarpcheck.so"}
+        doubles = self.tools
+        if self.target:
+            emulator, folder, _ = TARGETS[self.target]
+            doubles = binary.parent / "tests" / "runner"
+            for name, library in target_objects(binary, own, folder).items():
+                self.copy(library, f"/lib/{name}")
+            self.copy(shutil.which(emulator), EMULATOR)
+        else:
+            libraries = shared_objects(binary, own)
+            for library in libraries:
+                self.copy(library)
+        for double in (*own, "libinterfaces.so"):
+            self.copy(doubles / double, f"/lib/{double}")
         self.path("/etc/ld.so.preload").write_text("/lib/libinterfaces.so\n")
         self.copy(self.tools / "double_shell", "/.runner/shell")
         self.copy(self.tools / "launch", "/.runner/launch")
@@ -323,6 +353,8 @@ class Sandbox:
                      "--show-leak-kinds=all", "--errors-for-leak-kinds=all", "--error-exitcode=98",
                      "--log-file=/.runner/valgrind.log"]
             env |= {"VALGRIND_LIB": "/usr/libexec/valgrind", "VALGRIND_LAUNCHER": "/usr/bin/valgrind.bin"}
+        if self.target:
+            line.append(EMULATOR)
         return line + [PROGRAM, *map(expand, step.get("args", []))], env
 
     def run(self, step, body):

@@ -104,7 +104,7 @@ def compare(step, world, before, seen, items, second, uptime):
     if inits != 1:
         yield "store", "opened once", f"opened {inits} times"
 
-    records = [expected_record(record) for record in step.get("queue", [])]
+    records = [expected_record(record, items.byteorder) for record in step.get("queue", [])]
     if seen["queue"] != records:
         yield "queue", "\n".join(records), "\n".join(seen["queue"])
     if seen["queue_mode"] not in (None, QUEUE_MODE):
