@@ -1,0 +1,1 @@
+include $(sort $(wildcard $(BR2_EXTERNAL_ROUTER_ENDPOINT_PATH)/package/*/*.mk))
