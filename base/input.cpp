@@ -1,7 +1,5 @@
 #include "base/input.h"
 
-#include <unistd.h>
-
 #include <fcntl.h>
 #include <unistd.h>
 

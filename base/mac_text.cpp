@@ -39,6 +39,16 @@ bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]) {
     return strlen(text) == kMacDigits && ParseMacHex(text, mac) == 1;
 }
 
+bool take_mac_bytes(const unsigned (&numbers)[kMacBytes], uint8_t (&mac)[kMacBytes]) {
+    for (size_t i = 0; i < kMacBytes; ++i) {
+        if (numbers[i] > UINT8_MAX) {
+            return false;
+        }
+        mac[i] = static_cast<uint8_t>(numbers[i]);
+    }
+    return true;
+}
+
 void print_mac_digits(const uint8_t (&mac)[kMacBytes], char (&text)[kMacDigits + 1]) {
     put(text, "%02X%02X%02X%02X%02X%02X", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
 }

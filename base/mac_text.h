@@ -17,6 +17,9 @@ int ParseMacHex(const char *text, uint8_t (&mac)[kMacBytes]);
 // The rule of requests: exactly 12 characters, all hexadecimal digits. False: `mac` is not to be used.
 bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]);
 
+// Takes an address from its bytes as scanf() reads them. False: one of them is no byte.
+bool take_mac_bytes(const unsigned (&numbers)[kMacBytes], uint8_t (&mac)[kMacBytes]);
+
 // Prints 12 digits in upper case.
 void print_mac_digits(const uint8_t (&mac)[kMacBytes], char (&text)[kMacDigits + 1]);
 

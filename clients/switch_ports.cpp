@@ -24,14 +24,9 @@ bool scan_arp_line(const char *line, SwitchArp::Entry &entry) {
     char first[256];
     char second[256];
     if (sscanf(line, "%*s %x-%x-%x-%x-%x-%x %255s %255s", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5], first,
-               second) != 8) {
+               second) != 8 ||
+        !take_mac_bytes(mac, entry.mac)) {
         return false;
-    }
-    for (size_t i = 0; i < kMacBytes; ++i) {
-        if (mac[i] > UINT8_MAX) {
-            return false;  // it is no device's address
-        }
-        entry.mac[i] = static_cast<uint8_t>(mac[i]);
     }
     entry.port = strcmp(first, kNoPort) == 0 ? 0 : decimal_value(second);
     return true;

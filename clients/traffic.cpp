@@ -26,11 +26,9 @@ bool scan_line(const char *line, TrafficFile::Entry &entry) {
     unsigned long long upload = 0;
     unsigned long long download = 0;
     if (sscanf(line, "%*u %*u %2x%2x%2x%2x%2x%2x %llu %llu", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5],
-               &upload, &download) != 8) {
+               &upload, &download) != 8 ||
+        !take_mac_bytes(mac, entry.mac)) {
         return false;
-    }
-    for (size_t i = 0; i < kMacBytes; ++i) {
-        entry.mac[i] = static_cast<uint8_t>(mac[i]);
     }
     entry.upload = rate_of(upload);
     entry.download = rate_of(download);

@@ -60,7 +60,8 @@ constexpr int kTopologyDevice = 2;
 // Finds a client below the devices of the mesh. kTopologyStation: what the station's texts tell is written to `client`,
 // cut to its fields, and what they do not tell is as it was. kTopologyDevice: it is such a device itself, and `client`
 // says "agent". kNotInTopology, too, unless the router is the mesh's controller; the file is not read then. The
-// controller is no device of its own mesh, and its own stations are not searched: the router sees those itself.
+// controller is no device of its own mesh, and its own stations are not searched: the router sees those itself. A list
+// that is no array is empty.
 int cmnt_findFromTopology(TopologySearch &search, const uint8_t *mac, TopologyClient &client);
 
 #endif

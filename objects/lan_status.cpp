@@ -82,11 +82,11 @@ int app_get_meshStatus_handler(const char *name, cJSON * /*request*/, cJSON *rep
     }
     // A mesh without stations of the router's own has no place for its wired devices either.
     cJSON *stations = cJSON_GetObjectItem(topology.get(), "station_info");
-    add_item(answer, "topology", topology.release());
     for (int i = 0; i < count && cJSON_IsArray(stations); ++i) {
         if (strcmp(list.clients[i].conType, kTypeWired) == 0) {
             cJSON_AddItemToArray(stations, describe_station(list.clients[i]));
         }
     }
+    add_item(answer, "topology", topology.release());
     return 0;
 }
