@@ -123,15 +123,14 @@ bool is_associated(const StaInfoEntry &station) {
     return used && (station.state & kStationAssociated) != 0;
 }
 
-void fill_row(const StaInfoEntry &station, StationRow &row) {
-    row = {};
+StationRow row_of(const StaInfoEntry &station) {
+    StationRow row = {};
     memcpy(row.mac, station.mac, sizeof row.mac);
     put(row.mode, "%s", mode_text(station));
     wlan_rate_text(station, row.txRate, 1);
     wlan_rate_text(station, row.rxRate, 0);
     row.rssi = station.rssi;
-    DebugLog("MAC=%02X%02X%02X%02X%02X%02X,Mode=%s,TXrate=%s,RXrate=%s,rssi=%d", row.mac[0], row.mac[1], row.mac[2],
-             row.mac[3], row.mac[4], row.mac[5], row.mode, row.txRate, row.rxRate, station.rssi);
+    return row;
 }
 
 }  // namespace
@@ -198,9 +197,13 @@ int wirelessClientList(const char *interface, StationRow (&rows)[kMostStations])
     int count = 0;
     for (int slot = 1; slot < kStationSlots; ++slot) {
         const StaInfoEntry &station = table.get()[slot];
-        if (is_associated(station)) {
-            fill_row(station, rows[count++]);
+        if (!is_associated(station)) {
+            continue;
         }
+        const StationRow row = row_of(station);
+        DebugLog("MAC=%02X%02X%02X%02X%02X%02X,Mode=%s,TXrate=%s,RXrate=%s,rssi=%d", row.mac[0], row.mac[1], row.mac[2],
+                 row.mac[3], row.mac[4], row.mac[5], row.mode, row.txRate, row.rxRate, station.rssi);
+        rows[count++] = row;
     }
     return count;
 }

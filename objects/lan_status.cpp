@@ -25,7 +25,6 @@ void add_text(cJSON *object, const char *key, char *text) {
 cJSON *describe_client(ClientRecord &client) {
     char mac[kMacDigits + 1];
     print_mac_digits(client.mac, mac);
-    DebugLog("%s,%s,%s", client.name, client.ip, mac);
     cJSON *device = cJSON_CreateObject();
     add_text(device, "name", client.name);
     add_text(device, "ip", client.ip);
@@ -61,7 +60,11 @@ int app_get_lanStatus_handler(const char *name, cJSON * /*request*/, cJSON *repl
     ClientList list = {};
     const int count = cmnt_getClientList(&list);
     for (int i = 0; i < count; ++i) {
-        cJSON_AddItemToArray(devices, describe_client(list.clients[i]));
+        ClientRecord &client = list.clients[i];
+        const uint8_t(&mac)[kMacBytes] = client.mac;
+        DebugLog("%s,%s,%02X%02X%02X%02X%02X%02X", client.name, client.ip, mac[0], mac[1], mac[2], mac[3], mac[4],
+                 mac[5]);
+        cJSON_AddItemToArray(devices, describe_client(client));
     }
     return 0;
 }

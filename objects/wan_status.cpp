@@ -48,12 +48,7 @@ constexpr char kReportCountRange[] = "ERROR: reportCount out of range(1~1000)";
 constexpr char kReportIntervalRange[] = "ERROR: reportInterval out of range(2~30 s)";
 constexpr char kReportNotSent[] = "ERROR: send MSG_APP_REPORTOSERVER_WANSTA fail";
 
-// Has the speed sampler take a fresh sample, or started if it does not run. False: it could not be.
-bool wake_sampler() {
-    if (run_command(kSampleNow) == 0) {
-        return true;
-    }
-    DebugLog("speedtest not runing,start speedtest");
+bool start_sampler() {
     SysMsgRecord record = {};
     record.msg_type = MSG_APP_START_SPEEDTEST;
     return msg_send(record) == 0;
@@ -177,8 +172,11 @@ void add_rate(cJSON *object, const char *key, float rate) {
 
 int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
     cJSON *answer = cJSON_AddObjectToObject(reply, name);
-    if (!wake_sampler()) {
-        return fail(kSamplerNotStarted);
+    if (run_command(kSampleNow) != 0) {
+        DebugLog("speedtest not runing,start speedtest");
+        if (!start_sampler()) {
+            return fail(kSamplerNotStarted);
+        }
     }
     const cJSON *object = find_item(request, name);
     if (object != nullptr) {
