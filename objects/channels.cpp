@@ -7,8 +7,8 @@ namespace {
 constexpr int kAutomatic = 0;
 
 struct ChannelRange {
-    int first;
-    int last;
+    uint8_t first;
+    uint8_t last;
 
     constexpr bool has(int channel) const { return channel >= first && channel <= last; }
 };
@@ -56,7 +56,7 @@ constexpr ChannelGroup kGroups[] = {
 };
 constexpr int kGroupCount = sizeof kGroups / sizeof kGroups[0];
 
-using ChannelRow = int[kMostChannels5G];
+using ChannelRow = uint8_t[kMostChannels5G];
 
 const ChannelRow &row_of(int region) {
     return Region5GChannels[region - 1];
@@ -71,7 +71,7 @@ bool is_wide_enough(int region, int channel, int width) {
     const ChannelGroup group = kGroups[width >= 0 && width < kGroupCount ? width : 0];
     const ChannelRow &reference = row_of(kReferenceRegion);
     const auto at = std::find(reference, reference + kMostChannels5G, channel) - reference;
-    const int *first = reference + at / group.size * group.size;
+    const uint8_t *first = reference + at / group.size * group.size;
     return std::all_of(first, first + group.needed,
                        [region](int neighbour) { return has_channel(row_of(region), neighbour); });
 }
@@ -95,7 +95,7 @@ bool is_offered(int region, int channel, bool include_dfs, int width) {
 
 // Rows of different lengths: clang-format 14 fails on them.
 // clang-format off
-const int Region5GChannels[kRegionCount][kMostChannels5G] = {
+const uint8_t Region5GChannels[kRegionCount][kMostChannels5G] = {
     /*  1 */ {36, 40, 44, 48, 52, 56, 60, 64, 100, 104, 108, 112, 116, 136, 140, 149, 153, 157, 161, 165},
     /*  2 */ {36, 40, 44, 48, 52, 56, 60, 64, 149, 153, 157, 161},
     /*  3 */ {36, 40, 44, 48, 52, 56, 60, 64, 100, 104, 108, 112, 116, 120, 124, 128, 132, 136, 140},
@@ -119,7 +119,7 @@ const int Region5GChannels[kRegionCount][kMostChannels5G] = {
 // clang-format on
 
 int ChannelList24G(int region, int /*item_285*/, ChannelList &list) {
-    const ChannelRange range = kRegion24GChannels[region >= 0 && region <= kRegionCount ? region : 0];
+    const ChannelRange &range = kRegion24GChannels[region >= 0 && region <= kRegionCount ? region : 0];
     int count = 0;
     list[count++] = kAutomatic;
     for (int channel = range.first; channel <= range.last; ++channel) {

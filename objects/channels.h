@@ -2,6 +2,8 @@
 #ifndef OBJECTS_CHANNELS_H
 #define OBJECTS_CHANNELS_H
 
+#include <cstdint>
+
 constexpr int kRegionCount = 17;     // regions are numbered from 1
 constexpr int kMostChannels5G = 28;  // of a region
 constexpr bool kWithDfs = true;      // also channels that have to give way to radar
@@ -10,7 +12,7 @@ constexpr bool kWithDfs = true;      // also channels that have to give way to r
 using ChannelList = int[1 + kMostChannels5G];
 
 // The 5 GHz channels of regions 1 to 17, one row each. A row that is not full ends with 0.
-extern const int Region5GChannels[kRegionCount][kMostChannels5G];
+extern const uint8_t Region5GChannels[kRegionCount][kMostChannels5G];
 
 // Fills the list of the 2.4 GHz radio and returns how many entries it has, the 0 included. `item_285` is the store's
 // item of that number, which changes nothing.
