@@ -1,7 +1,9 @@
 // Measures what app.cgi adds to the least that a request can cost (floor.cpp, steps.cpp), for each kind of request.
 //
-//   driver [--runs N] [--json] ROOT
+//   driver [--runs N] [--quick] [--json] ROOT
+//   driver --list
 //
+// --quick leaves out the kinds that are there for completeness; --list prints the bodies of all of them.
 // ROOT is a router's root as bench/in_root lays it out: app.cgi, the floor, the store. Standard output: the table, or
 // one JSON object. Exit status: 0 all budgets hold, 1 one is broken, 2 it could not be measured.
 //
@@ -20,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/home.h"
+#include "bench/kinds.h"
 #include "bench/measure.h"
 
 namespace {
@@ -30,103 +32,12 @@ constexpr char kFloor[] = "/web/app/bench_floor";
 constexpr char kSteps[] = "/web/app/bench_steps";
 constexpr char kPhone[] = "192.168.1.100";
 
-constexpr double kInstructionBudget = 1.7;  // times the floor's
-constexpr double kTableBudget = 2.5;        // the same for a request that goes through a full table
-constexpr double kHomeBudget = 55;          // the same for one that lists 256 clients
-constexpr double kGrowthBudget = 2.3;       // what is its own with twice the clients, times what it was
-constexpr double kTimeBudget = 60;          // microseconds over the floor
-constexpr double kCpuBudget = 5000;         // microseconds of processor time of its own, in a home
-
-// Something that a request must do, whoever writes app.cgi, in the words of steps.cpp.
-struct Step {
-    const char *way;
-    const char *what;
-};
-
-struct Kind {
-    const char *name;
-    bool shell;            // it must run shell commands; the aim for times is for the others
-    const char *body;      // see fill()
-    const char *expected;  // what the reply must hold, so that nothing but the wanted work is measured
-    int exit_status;
-    double budget;  // of instructions, times the floor's; what starting shell commands takes is left out
-    std::vector<Step> steps;
-    Home home = {};
-};
-
-constexpr char kSessionPath[] = "/var/app_sessionid";
-constexpr char kSessionId[] = "Us00112233445566778899aabbccddeeff";
-
-// The tables are laid out by hand, because two lines a row read best:
-// clang-format off
-
-// What listing the clients of a home with radios must run.
-const std::vector<Step> kListing = {
-    {"system", "kill -SIGUSR1 {p}\n"},
-    {"system", "flash get WLAN0_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN1_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN0_VA0_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN0_VA1_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN0_VA2_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN0_VA3_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN1_VA0_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN1_VA1_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN1_VA2_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-    {"system", "flash get WLAN1_VA3_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null"},
-};
-
-constexpr char kLanStatus[] = R"({"action":"get","sessionid":"{s}","lanStatus":{}})";
-
-// A kind is a row here, and nothing else: name, shell, body; expected, exit status, budget, steps, home.
-//
-// Some meet full tables (see fill_tables): 20 entries, or 10 rules. Their additions take an entry off first, which leaves
-// one place. The last ones are asked in a home.
-const Kind kKinds[] = {
-    {"scan", true, R"({"action":"scan","guid":"{n}"})",
-     R"("scanRsp")", 0, kInstructionBudget, {{"popen", "ifconfig br0"}}},
-    {"login", false, R"({"action":"login","guid":"{n}","info":{"user":"admin","pwd":"admin"}})",
-     R"("login success")", 0, kInstructionBudget, {}},
-    {"get app", false, R"({"action":"get","sessionid":"{s}","guid":"{n}","app":{}})",
-     R"("ticktime")", 0, kInstructionBudget, {}},
-    {"set app", false, R"({"action":"set","sessionid":"{s}","app":{"port":{n},"ticktime":{n}}})",
-     R"("error":	0)", 0, kInstructionBudget, {{"number", "4230={n}"}, {"number", "4231={n}"}, {"commit", "4"}}},
-    {"set timeZone", false, R"({"action":"set","sessionid":"{s}","timeZone":{"timeZoneIndex":"{n}"}})",
-     R"("error":	0)", 0, kInstructionBudget, {{"text", "153={n}"}, {"commit", "4"}}},
-    {"refused", false, R"({"action":"get","sessionid":"not this one","guid":"{n}","app":{}})",
-     R"("need login")", 255, kInstructionBudget, {}},
-    {"logout", true, R"({"action":"set","sessionid":"{s}","logout":1})",
-     R"("error":	0)", 0, kInstructionBudget, {{"system", "rm /var/app_sessionid"}}},
-    {"ping", true, R"({"action":"get","sessionid":"{s}","netDig":{"ping":{"dst":"127.0.0.1"}}})",
-     R"(0% packet loss)", 0, kInstructionBudget, {{"popen", "ping -c 1 -W 3 127.0.0.1 2>&1"}}},
-
-    {"Sec full", false, R"({"action":"get","sessionid":"{s}","Sec":{}})",
-     R"("020000000019")", 0, kTableBudget, {}},
-    {"netAcc full", false, R"({"action":"get","sessionid":"{s}","netAcc":{}})",
-     R"("020000000019")", 0, kTableBudget, {}},
-    {"url full", false, R"({"action":"get","sessionid":"{s}","urlfilter":{}})",
-     R"("url20")", 0, kTableBudget, {}},
-    {"qos full", false, R"({"action":"get","sessionid":"{s}","qos":{}})",
-     R"("index":	10)", 0, kTableBudget, {}},
-    {"Sec add", false, R"({"action":"set","sessionid":"{s}","Sec":{"macFiltering":1,"delMaclist":["020000000019"],)"
-                       R"("addMaclist":[["020000000019","","","1111111"]]}})",
-     R"("error":	0)", 0, kTableBudget, {}},
-    {"qos add", false, R"({"action":"set","sessionid":"{s}","qos":{"ipRuleMod":{"Act":"mod","index":10,)"
-                       R"("ip":"192.168.1.190-192.168.1.199","ulimit":{n},"dlimit":{n}}}})",
-     R"("error":	0)", 0, kTableBudget, {}},
-
-    {"wanStatus", true, R"({"action":"get","sessionid":"{s}","wanStatus":{"getInternetSta":1}})",
-     R"("dSpeed":	"4096.00")", 0, kInstructionBudget, {{"system", "killall -USR1 speedtest 2>/dev/null"}}, {1, false}},
-    {"lan 1 wired", false, kLanStatus, R"("mac":	"020000000000")", 0, 2.7, {}, {1, false}},
-    {"lan 256 wired", false, kLanStatus, R"("mac":	"0200000000FF")", 0, kHomeBudget, {}, {256, false}},
-    {"lan 1", true, kLanStatus, R"("mac":	"020000000000")", 0, 2.7, kListing, {1, true}},
-    {"lan 16", true, kLanStatus, R"("mac":	"02000000000F")", 0, 5.5, kListing, {16, true}},
-    {"lan 64", true, kLanStatus, R"("mac":	"02000000003F")", 0, 14, kListing, {64, true}},
-    {"lan 128", true, kLanStatus, R"("mac":	"02000000007F")", 0, 27, kListing, {128, true}},
-    {"lan 256", true, kLanStatus, R"("mac":	"0200000000FF")", 0, kHomeBudget, kListing, {256, true}},
-    {"mesh 256", true, R"({"action":"get","sessionid":"{s}","meshStatus":{}})",
-     R"("0200000000FF")", 0, kHomeBudget, kListing, {256, true}},
-};
-// clang-format on
+constexpr double kGrowthBudget = 2.3;  // what is its own with twice the clients, times what it was
+constexpr unsigned kDirtyBudget = 40;  // KiB of memory of its own, more than a program that does what is required
+constexpr unsigned kDirtyAim = 150;    // KiB of memory of its own, all in all
+constexpr double kTimeAim = 45;        // microseconds of its own
+constexpr double kShellAim = 1.05;     // times a program that does nothing but what is required
+constexpr double kCpuAim = 5000;       // microseconds of processor time of its own, in a home
 
 // A figure of the three programs that are compared.
 template <typename Number>
@@ -136,20 +47,24 @@ struct Figures {
     Number program;
 };
 
+std::vector<std::string> sorted(std::vector<std::string> texts) {
+    std::sort(texts.begin(), texts.end());
+    return texts;
+}
+
 // What is measured of a kind.
 struct Row {
     const Kind *kind;
     // Microseconds, medians.
     Figures<double> time;
     // Microseconds, medians of the differences of neighbours.
-    double added_time;                           // the program over the floor
-    double added_cpu;                            // the same in CPU time, which other processes on the core disturb less
-    double required_time;                        // the steps over the floor
-    double own_time;                             // the program over the steps
-    double own_cpu;                              // the same in CPU time
-    Figures<uint64_t> count;                     // instructions
-    std::vector<std::string> expected_commands;  // as the floor ran them
-    std::vector<std::string> commands;           // as the program ran them
+    double added_time;        // the program over the floor
+    double added_cpu;         // the same in CPU time, which other processes on the core disturb less
+    double required_time;     // the steps over the floor
+    double own_time;          // the program over the steps
+    double own_cpu;           // the same in CPU time
+    Figures<uint64_t> count;  // instructions
+    Figures<Trace> trace;
 
     double own_growth;  // of its own instructions against half the clients; 0 where there is no such row
 
@@ -163,8 +78,17 @@ struct Row {
         return kind->shell ? (floor + static_cast<double>(own_count())) / floor : count_ratio();
     }
     bool count_holds() const { return judged_ratio() <= kind->budget && own_growth <= kGrowthBudget; }
-    bool time_holds() const { return in_a_home() ? own_cpu <= kCpuBudget : kind->shell || added_time <= kTimeBudget; }
-    bool commands_hold() const { return commands == expected_commands; }
+    // A list of clients takes what its clients take.
+    bool memory_holds() const {
+        return in_a_home() || trace.program.most_dirty <= trace.steps.most_dirty + kDirtyBudget;
+    }
+    // Sorted, because the commands of a pipe start in any order.
+    bool commands_hold() const { return sorted(trace.program.commands) == sorted(trace.steps.commands); }
+    bool holds() const { return count_holds() && memory_holds() && commands_hold(); }
+    double time_ratio() const { return time.program / time.steps; }
+    bool time_holds() const {
+        return in_a_home() ? own_cpu <= kCpuAim : kind->shell ? time_ratio() <= kShellAim : own_time <= kTimeAim;
+    }
 };
 
 double median(std::vector<double> values) {
@@ -179,12 +103,27 @@ void replace_all(std::string &text, const std::string &mark, const std::string &
     }
 }
 
-// {s} stands for the id of the session, {p} for this process, {n} for a number of four digits that is another one in
-// each run.
+std::string in_hexadecimal(const std::string &bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        char digits[3];
+        snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(static_cast<uint8_t>(byte)));
+        text += digits;
+    }
+    return text;
+}
+
+// See kinds.h for the marks.
 std::string fill(std::string text, unsigned run) {
+    const unsigned number = 1000 + run % 9000;
+    const char word[] = {static_cast<char>(number & 0xFF), static_cast<char>(number >> 8), 0, 0};
     replace_all(text, "{s}", kSessionId);
     replace_all(text, "{p}", std::to_string(getpid()));
-    replace_all(text, "{n}", std::to_string(1000 + run % 9000));
+    replace_all(text, "{n}", std::to_string(number));
+    replace_all(text, "{h}", in_hexadecimal(std::to_string(number)));
+    replace_all(text, "{l}", in_hexadecimal(std::string(word, sizeof word)));
+    replace_all(text, "{m}", std::to_string(1400 + run % 90));
+    replace_all(text, "{b}", std::to_string(run % 2));
     return text;
 }
 
@@ -280,6 +219,23 @@ void check_answer(const Kind &kind) {
     }
 }
 
+std::string store_content() {
+    return run_once(make_request("", {"/bin/flash", "all"}, 0)).reply;
+}
+
+// Whether the program leaves in the store what the steps leave there, each after the other.
+void check_steps(const Kind &kind) {
+    for (const unsigned run : {1U, 2U}) {
+        const bool program_first = run == 2;
+        outcome_of(program_first ? program_request(kind, run) : steps_request(kind, run));
+        const std::string content = store_content();
+        outcome_of(program_first ? steps_request(kind, run) : program_request(kind, run));
+        if (content.empty() || content != store_content()) {
+            throw std::runtime_error(std::string("'") + kind.name + "' stores other things than its steps");
+        }
+    }
+}
+
 void measure_times(const Kind &kind, unsigned runs, Row &row) {
     const unsigned warm_up = std::min(runs, 10U);
     Figures<std::vector<double>> times;
@@ -328,12 +284,9 @@ uint64_t count_of(const Request &request) {
     return count_instructions(request);
 }
 
-// Sorted, because the commands of a pipe start in any order.
-std::vector<std::string> commands_of(const Request &request) {
+Trace trace_of(const Request &request) {
     prepare();
-    std::vector<std::string> commands = list_commands(request);
-    std::sort(commands.begin(), commands.end());
-    return commands;
+    return trace(request);
 }
 
 // Compares with the kind that asks the same of half as many clients, which comes before.
@@ -351,14 +304,16 @@ Row measure(const Kind &kind, unsigned runs) {
         move_into(kind.home);
     }
     check_answer(kind);
+    check_steps(kind);
     Row row = {};
     row.kind = &kind;
     // In a home each run takes dozens of milliseconds, and few of them tell as much.
     measure_times(kind, kind.home.clients > 0 ? (runs + 9) / 10 : runs, row);
-    row.count = {count_of(floor_request(kind, 0)), count_of(steps_request(kind, 1)),
-                 count_of(program_request(kind, 2))};
-    row.expected_commands = commands_of(steps_request(kind, 0));
-    row.commands = commands_of(program_request(kind, 0));
+    row.count.floor = count_of(floor_request(kind, 0));
+    row.count.steps = kind.steps.empty() ? row.count.floor : count_of(steps_request(kind, 1));
+    row.count.program = count_of(program_request(kind, 2));
+    row.trace = {trace_of(floor_request(kind, 0)), trace_of(steps_request(kind, 1)),
+                 trace_of(program_request(kind, 2))};
     return row;
 }
 
@@ -370,6 +325,70 @@ std::string processor_name() {
         }
     }
     return "unknown processor";
+}
+
+// A program that serves the object "app" in another way. See bench/peers.
+struct Peer {
+    const char *name;
+    std::vector<std::string> command;
+    const char *needs;  // a program
+};
+
+const Peer kPeers[] = {
+    {"app.cgi",       {kProgram},                         "/bin/busybox"},
+    {"Lua, no store", {"/web/app/app.lua", "--no-store"}, "/bin/lua5.4" },
+    {"Lua",           {"/web/app/app.lua"},               "/bin/lua5.4" },
+    {"shell and jq",  {"/web/app/app.sh"},                "/bin/jq"     },
+};
+
+struct PeerRow {
+    const Peer *peer;
+    const char *kind;
+    bool is_here;
+    double time;  // microseconds, medians
+    double cpu;   // with that of the commands that it runs
+    size_t commands;
+};
+
+// Those of the peers that the machine has, for each of both requests, in turn.
+std::vector<PeerRow> measure_peers(unsigned runs) {
+    std::vector<PeerRow> rows;
+    for (const Kind &kind : main_kinds()) {
+        if (strcmp(kind.name, "get app") != 0 && strcmp(kind.name, "set app") != 0) {
+            continue;
+        }
+        const auto ask = [&kind](const Peer &peer, unsigned run) { return make_request(kind.body, peer.command, run); };
+        std::vector<PeerRow> asked;
+        std::vector<std::vector<double>> times(std::size(kPeers));
+        std::vector<std::vector<double>> cpu_times(std::size(kPeers));
+        for (const Peer &peer : kPeers) {
+            asked.push_back({&peer, kind.name, access(peer.needs, X_OK) == 0, 0, 0, 0});
+            if (asked.back().is_here) {
+                const Outcome outcome = outcome_of(ask(peer, 0));
+                if (outcome.exit_status != 0 || outcome.reply.find("\"app\"") == std::string::npos) {
+                    throw std::runtime_error(std::string(peer.name) + " answers: " + outcome.reply);
+                }
+                asked.back().commands = trace_of(ask(peer, 1)).commands.size();
+            }
+        }
+        for (unsigned run = 0; run < runs; ++run) {
+            for (size_t i = 0; i < asked.size(); ++i) {
+                if (asked[i].is_here) {
+                    const Outcome outcome = outcome_of(ask(*asked[i].peer, run * 8 + static_cast<unsigned>(i)));
+                    times[i].push_back(outcome.microseconds);
+                    cpu_times[i].push_back(outcome.cpu_microseconds);
+                }
+            }
+        }
+        for (size_t i = 0; i < asked.size(); ++i) {
+            if (asked[i].is_here) {
+                asked[i].time = median(times[i]);
+                asked[i].cpu = median(cpu_times[i]);
+            }
+            rows.push_back(asked[i]);
+        }
+    }
+    return rows;
 }
 
 struct Setting {
@@ -394,47 +413,94 @@ unsigned long long to_print(uint64_t count) {
     return count;
 }
 
+std::string load_average() {
+    std::ifstream file("/proc/loadavg");
+    std::string load;
+    file >> load;
+    return load;
+}
+
 void print_table(const Setting &setting, const std::vector<Row> &rows) {
-    printf("%s, core %d, %u runs of each, in turn\n\n", setting.machine.c_str(), setting.core, setting.runs);
-    printf("%-13s | %53s | %61s\n", "", "microseconds, medians", "instructions");
-    printf("%-13s | %6s %7s %6s %5s %8s %6s %7s | %7s %8s %8s %8s %6s %6s %6s  %s\n", "request", "floor", "app.cgi",
-           "added", "cpu", "required", "own", "own cpu", "floor", "app.cgi", "required", "own", "ratio", "budget",
-           "growth", "budget");
+    printf("%s, core %d, %u runs of each, in turn; load %s when done\n\n", setting.machine.c_str(), setting.core,
+           setting.runs, load_average().c_str());
+    printf("%-15s | %50s | %10s | %52s | %13s | %14s | %9s |\n", "", "microseconds, medians", "commands",
+           "instructions", "system calls", "dirty", "resident");
+    printf(
+        "%-15s | %6s %7s %7s %8s %6s %5s %5s | %4s %5s | %7s %8s %8s %6s %6s %6s %5s | %6s %6s | %4s %4s %4s | %4s %4s "
+        "|\n",
+        "request", "floor", "app.cgi", "added", "required", "own", "cpu", "bare", "run", "share", "floor", "app.cgi",
+        "required", "ratio", "budget", "growth", "bare", "floor", "app", "flr", "bare", "app", "flr", "app");
     for (const Row &row : rows) {
         const auto &[floor, steps, program] = row.count;
-        printf("%-13s | %6.0f %7.0f %6.0f %5.0f %8.0f %6.0f %7.0f | %7llu %8llu %8lld %8lld %6.2f %6.2f ",
-               row.kind->name, row.time.floor, row.time.program, row.added_time, row.added_cpu, row.required_time,
-               row.own_time, row.own_cpu, to_print(floor), to_print(program), static_cast<long long>(steps - floor),
-               static_cast<long long>(row.own_count()), row.judged_ratio(), row.kind->budget);
-        if (row.own_growth > 0) {
-            printf("%6.2f  %s\n", row.own_growth, verdict(row.count_holds()));
+        printf("%-15s | %6.0f %7.0f %7.0f %8.0f %6.0f %5.0f %5.2f | ", row.kind->name, row.time.floor, row.time.program,
+               row.added_time, row.required_time, row.own_time, row.own_cpu, row.time_ratio());
+        if (row.kind->shell) {
+            printf("%4zu %4.0f%% | ", row.trace.program.commands.size(), 100 * row.required_time / row.added_time);
         } else {
-            printf("%6s  %s\n", "", verdict(row.count_holds()));
+            printf("%4zu %5s | ", row.trace.program.commands.size(), "");
         }
+        printf("%7llu %8llu %8lld %6.2f %6.2f ", to_print(floor), to_print(program),
+               static_cast<long long>(steps - floor), row.judged_ratio(), row.kind->budget);
+        if (row.own_growth > 0) {
+            printf("%6.2f ", row.own_growth);
+        } else {
+            printf("%6s ", "");
+        }
+        printf("%5.2f | %6u %6u | %4u %4u %4u | %4u %4u | %s\n", row.own_count_ratio(), row.trace.floor.system_calls,
+               row.trace.program.system_calls, row.trace.floor.most_dirty, row.trace.steps.most_dirty,
+               row.trace.program.most_dirty, row.trace.floor.most_resident, row.trace.program.most_resident,
+               verdict(row.holds()));
     }
     printf(
-        "\nadded     over the floor; cpu: the same without the time that others had the core\n"
+        "\nadded     over the floor\n"
         "required  of it, what any program must do for this request: shell commands, writes and commits of the store\n"
-        "own       the rest\n"
+        "own       the rest; cpu: the same in processor time, without the time that others had the core\n"
+        "bare      times a program that does nothing but what is required\n"
+        "commands  programs that are run, shells included, and the required ones' share of what is added\n"
         "ratio     of the program's instructions to the floor's, without those that start required shell commands\n"
         "growth    of its own instructions since half as many clients: at most %.1f\n"
-        "Instructions are those of the process itself, not of the commands that it starts.\n\n",
+        "dirty     KiB of memory that is the process's own and was written to; bare: of a program that does what is "
+        "required\n"
+        "resident  KiB of memory, shared pages of libraries included\n"
+        "Instructions, system calls and memory are those of the process itself, not of the commands that it "
+        "starts.\n\n",
         kGrowthBudget);
     for (const Row &row : rows) {
         if (!row.time_holds()) {
-            row.in_a_home()
-                ? printf("%s: %.0f us of processor time of its own, aim at %.0f", row.kind->name, row.own_cpu,
-                         kCpuBudget)
-                : printf("%s: %.0f us over the floor, aim at %.0f", row.kind->name, row.added_time, kTimeBudget);
+            if (row.in_a_home()) {
+                printf("%s: %.0f us of processor time of its own, aim at %.0f", row.kind->name, row.own_cpu, kCpuAim);
+            } else if (row.kind->shell) {
+                printf("%s: %.2f times what is required, aim at %.2f", row.kind->name, row.time_ratio(), kShellAim);
+            } else {
+                printf("%s: %.0f us of its own, aim at %.0f", row.kind->name, row.own_time, kTimeAim);
+            }
             printf(" (a time: not judged)\n");
         }
-        if (!row.commands_hold()) {
-            printf("%s: %s, NOT WHAT IS REQUIRED: %s\n", row.kind->name, joined(row.commands).c_str(),
-                   joined(row.expected_commands).c_str());
-        } else if (row.kind->shell) {
-            printf("%s: the required commands, once each, take %.0f%% of what is added\n", row.kind->name,
-                   100 * row.required_time / row.added_time);
+        if (row.trace.program.most_dirty > kDirtyAim) {
+            printf("%s: %u KiB of memory of its own, %u of which are required, aim at %u (not judged)\n",
+                   row.kind->name, row.trace.program.most_dirty, row.trace.steps.most_dirty, kDirtyAim);
         }
+        if (!row.commands_hold()) {
+            printf("%s: %s, NOT WHAT IS REQUIRED: %s\n", row.kind->name, joined(row.trace.program.commands).c_str(),
+                   joined(row.trace.steps.commands).c_str());
+        }
+    }
+}
+
+void print_peers(const std::vector<PeerRow> &rows) {
+    if (rows.empty()) {
+        return;
+    }
+    printf("\n%-13s | %-13s | %6s %6s %8s | %8s\n", "peer", "request", "us", "cpu", "app.cgi", "commands");
+    double own = 0;
+    for (const PeerRow &row : rows) {
+        if (!row.is_here) {
+            printf("%-13s | %-13s | left out: there is no %s\n", row.peer->name, row.kind, row.peer->needs);
+            continue;
+        }
+        own = row.peer == kPeers ? row.time : own;
+        printf("%-13s | %-13s | %6.0f %6.0f %7.1fx | %8zu\n", row.peer->name, row.kind, row.time, row.cpu,
+               row.time / own, row.commands);
     }
 }
 
@@ -453,11 +519,11 @@ const char *boolean(bool value) {
     return value ? "true" : "false";
 }
 
-void print_json(const Setting &setting, const std::vector<Row> &rows) {
+void print_json(const Setting &setting, const std::vector<Row> &rows, const std::vector<PeerRow> &peers) {
     printf(
         "{\"machine\": %s, \"core\": %d, \"runs\": %u, \"budget\": {\"instruction_ratio\": %.2f, \"added_us\": %.0f},\n"
         " \"requests\": [",
-        quoted(setting.machine).c_str(), setting.core, setting.runs, kInstructionBudget, kTimeBudget);
+        quoted(setting.machine).c_str(), setting.core, setting.runs, kInstructionBudget, kTimeAim);
     const char *separator = "\n";
     for (const Row &row : rows) {
         printf(
@@ -466,22 +532,36 @@ void print_json(const Setting &setting, const std::vector<Row> &rows) {
             "\"own\": %.1f, \"own_cpu\": %.1f},\n"
             "   \"instructions\": {\"floor\": %llu, \"with_required\": %llu, \"app\": %llu, \"ratio\": %.3f, "
             "\"budget\": %.2f, \"growth\": %.3f},\n"
-            "   \"instructions_hold\": %s, \"time_holds\": %s, \"commands_hold\": %s,\n"
+            "   \"system_calls\": {\"floor\": %u, \"app\": %u}, \"dirty_kib\": {\"floor\": %u, \"app\": %u}, "
+            "\"resident_kib\": {\"floor\": %u, \"app\": %u},\n"
+            "   \"instructions_hold\": %s, \"time_holds\": %s, \"commands_hold\": %s, \"memory_holds\": %s,\n"
             "   \"commands\": [",
             separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.program, row.added_time, row.added_cpu,
             row.required_time, row.own_time, row.own_cpu, to_print(row.count.floor), to_print(row.count.steps),
             to_print(row.count.program), row.judged_ratio(), row.kind->budget, row.own_growth,
-            boolean(row.count_holds()), boolean(row.time_holds()), boolean(row.commands_hold()));
-        for (size_t i = 0; i < row.commands.size(); ++i) {
-            printf("%s%s", i == 0 ? "" : ", ", quoted(row.commands[i]).c_str());
+            row.trace.floor.system_calls, row.trace.program.system_calls, row.trace.floor.most_dirty,
+            row.trace.program.most_dirty, row.trace.floor.most_resident, row.trace.program.most_resident,
+            boolean(row.count_holds()), boolean(row.time_holds()), boolean(row.commands_hold()),
+            boolean(row.memory_holds()));
+        for (size_t i = 0; i < row.trace.program.commands.size(); ++i) {
+            printf("%s%s", i == 0 ? "" : ", ", quoted(row.trace.program.commands[i]).c_str());
         }
         printf("]}");
         separator = ",\n";
     }
+    printf("\n ],\n \"peers\": [");
+    separator = "\n";
+    for (const PeerRow &row : peers) {
+        if (row.is_here) {
+            printf("%s  {\"name\": %s, \"request\": %s, \"us\": %.1f, \"cpu_us\": %.1f, \"commands\": %zu}", separator,
+                   quoted(row.peer->name).c_str(), quoted(row.kind).c_str(), row.time, row.cpu, row.commands);
+            separator = ",\n";
+        }
+    }
     printf("\n]}\n");
 }
 
-int measure_all(const char *root, unsigned runs, bool json) {
+int measure_all(const char *root, unsigned runs, bool quick, bool json) {
     if (chroot(root) != 0 || chdir("/") != 0) {
         throw std::runtime_error(std::string("can't change the root to ") + root + ": " + strerror(errno));
     }
@@ -493,14 +573,34 @@ int measure_all(const char *root, unsigned runs, bool json) {
     fill_tables();
     join_mesh();
     std::vector<Row> rows;
-    for (const Kind &kind : kKinds) {
+    for (const Kind &kind : main_kinds()) {
         rows.push_back(measure(kind, runs));
         rows.back().own_growth = growth_of(rows.back(), rows);
     }
-    (json ? print_json : print_table)(setting, rows);
-    const bool holds =
-        std::all_of(rows.begin(), rows.end(), [](const Row &row) { return row.count_holds() && row.commands_hold(); });
+    std::vector<PeerRow> peers;
+    if (!quick) {
+        peers = measure_peers((runs + 3) / 4);
+        move_into({1, false});
+        for (const Kind &kind : object_kinds()) {
+            rows.push_back(measure(kind, runs));
+        }
+    }
+    if (json) {
+        print_json(setting, rows, peers);
+    } else {
+        print_table(setting, rows);
+        print_peers(peers);
+    }
+    const bool holds = std::all_of(rows.begin(), rows.end(), [](const Row &row) { return row.holds(); });
     return holds ? 0 : 1;
+}
+
+void list_bodies() {
+    for (const auto *kinds : {&main_kinds(), &object_kinds()}) {
+        for (const Kind &kind : *kinds) {
+            printf("%s\n", kind.body);
+        }
+    }
 }
 
 }  // namespace
@@ -509,9 +609,15 @@ int main(int argc, char **argv) {
     const char *root = nullptr;
     unsigned long runs = 500;
     bool json = false;
+    bool quick = false;
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "--json") == 0) {
             json = true;
+        } else if (strcmp(argv[i], "--quick") == 0) {
+            quick = true;
+        } else if (strcmp(argv[i], "--list") == 0) {
+            list_bodies();
+            return 0;
         } else if (strcmp(argv[i], "--runs") == 0 && i + 1 < argc) {
             runs = strtoul(argv[++i], nullptr, 10);
         } else {
@@ -519,11 +625,11 @@ int main(int argc, char **argv) {
         }
     }
     if (root == nullptr || runs < 1) {
-        fprintf(stderr, "usage: %s [--runs N] [--json] ROOT\n", argv[0]);
+        fprintf(stderr, "usage: %s [--runs N] [--quick] [--json] ROOT\n       %s --list\n", argv[0], argv[0]);
         return 2;
     }
     try {
-        return measure_all(root, static_cast<unsigned>(runs), json);
+        return measure_all(root, static_cast<unsigned>(runs), quick, json);
     } catch (const std::exception &error) {
         fprintf(stderr, "bench: %s\n", error.what());
         return 2;

@@ -111,6 +111,24 @@ std::string command_line(pid_t process) {
     return line;
 }
 
+// A figure of a process in KiB, as a file of its folder in /proc tells it; 0 where there is none.
+unsigned memory_figure(pid_t process, const char *name, const char *key) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/" + name);
+    for (std::string word; file >> word;) {
+        unsigned figure = 0;
+        if (word == key && file >> figure) {
+            return figure;
+        }
+    }
+    return 0;
+}
+
+// Whether a process that has stopped at a system call is about to enter it.
+bool is_entry(pid_t process) {
+    __ptrace_syscall_info info = {};
+    return ptrace(PTRACE_GET_SYSCALL_INFO, process, sizeof info, &info) > 0 && info.op == PTRACE_SYSCALL_INFO_ENTRY;
+}
+
 [[noreturn]] void become_traced(const Request &request, const Pipe &stdin_pipe) {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     const auto arguments = pointers_to(request.command);
@@ -185,7 +203,7 @@ uint64_t count_instructions(const Request &request) {
     throw std::runtime_error("callgrind counted nothing for " + request.command[0]);
 }
 
-std::vector<std::string> list_commands(const Request &request) {
+Trace trace(const Request &request) {
     Pipe body;
     const pid_t process = fork();
     require(process >= 0, "fork");
@@ -195,27 +213,37 @@ std::vector<std::string> list_commands(const Request &request) {
     int status = 0;
     require(waitpid(process, &status, 0) == process && WIFSTOPPED(status) &&
                 ptrace(PTRACE_SETOPTIONS, process, nullptr,
-                       PTRACE_O_EXITKILL | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK |
-                           PTRACE_O_TRACECLONE) == 0,
+                       PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEFORK |
+                           PTRACE_O_TRACEVFORK | PTRACE_O_TRACECLONE) == 0,
             "ptrace");
     give_body(body, request.body);
 
-    std::vector<std::string> lines;
-    ptrace(PTRACE_CONT, process, nullptr, nullptr);
+    Trace seen = {};
+    bool is_running = false;  // the request's program, and not yet what starts it
+    ptrace(PTRACE_SYSCALL, process, nullptr, nullptr);
     for (pid_t stopped = 0; (stopped = waitpid(-1, &status, __WALL)) > 0;) {
         if (!WIFSTOPPED(status)) {
             continue;
         }
         const int event = status >> 16;
+        const bool is_call = WSTOPSIG(status) == (SIGTRAP | 0x80);
         if (event == PTRACE_EVENT_EXEC) {
-            lines.push_back(command_line(stopped));
+            if (stopped == process) {
+                is_running = true;
+            } else {
+                seen.commands.push_back(command_line(stopped));
+            }
+        }
+        if (is_call && is_running && is_entry(stopped)) {
+            ++seen.system_calls;
+            seen.most_dirty = std::max(seen.most_dirty, memory_figure(stopped, "smaps_rollup", "Anonymous:"));
+            seen.most_resident = std::max(seen.most_resident, memory_figure(stopped, "status", "VmHWM:"));
         }
         // A new process begins with a stop signal that is ptrace's own; other signals are for the program.
-        const int signal = event == 0 && WSTOPSIG(status) != SIGSTOP ? WSTOPSIG(status) : 0;
-        ptrace(PTRACE_CONT, stopped, nullptr, signal);
+        const int signal = event == 0 && !is_call && WSTOPSIG(status) != SIGSTOP ? WSTOPSIG(status) : 0;
+        ptrace(stopped == process ? PTRACE_SYSCALL : PTRACE_CONT, stopped, nullptr, signal);
     }
     require(errno == ECHILD, "waitpid");
-    require(!lines.empty(), "tracing " + request.command[0]);
-    lines.erase(lines.begin());
-    return lines;
+    require(is_running && seen.most_dirty > 0, "tracing " + request.command[0]);
+    return seen;
 }

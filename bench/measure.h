@@ -31,8 +31,19 @@ Outcome run_once(const Request &request);
 // from run to run but for a few that depend on addresses and on the time.
 uint64_t count_instructions(const Request &request);
 
-// The command lines of all programs that the request's process and its descendants execute, itself left out, in the
-// order of their start.
-std::vector<std::string> list_commands(const Request &request);
+// What the kernel sees of a request. Sizes are in KiB.
+struct Trace {
+    // The command lines of all programs that the request's process and its descendants execute, itself left out, in the
+    // order of their start.
+    std::vector<std::string> commands;
+    // Of the request's own process, from its first instruction on.
+    unsigned system_calls;
+    unsigned most_resident;  // the most memory that it had at a time, shared pages of libraries included
+    // The most that was its alone and written to, as far as seen at its system calls. Files are not meant, though a
+    // root in memory has the kernel call their pages dirty.
+    unsigned most_dirty;
+};
+
+Trace trace(const Request &request);
 
 #endif

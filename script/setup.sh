@@ -16,13 +16,14 @@ packages_of() {
         echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
+    bench) echo wrk lua5.4 lua-cjson jq ;;
     source) echo dpkg-dev ;;
     targets)
         echo g++-mipsel-linux-gnu g++-mips-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu musl-tools \
             qemu-user-static
         ;;
     *)
-        echo "setup.sh: no package group is named '$1' (there are: build router home test source targets)" >&2
+        echo "setup.sh: no package group is named '$1' (there are: build router home test bench source targets)" >&2
         return 2
         ;;
     esac
