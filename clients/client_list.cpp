@@ -68,10 +68,10 @@ void read_sources(Sources &sources) {
 }
 
 void set_link(ClientRecord &client, const char *type, int32_t rssi, const char *dlink, const char *ulink) {
-    put(client.conType, "%s", type);
+    join(client.conType, {type});
     client.rssi = rssi;
-    put(client.dlink, "%s", dlink);
-    put(client.ulink, "%s", ulink);
+    join(client.dlink, {dlink});
+    join(client.ulink, {ulink});
 }
 
 // The sources of a client's link. Each sets it and returns true if it knows the client.
@@ -127,7 +127,7 @@ void find_traffic(Sources &sources, ClientRecord &client) {
 
 void describe(const ArpEntry &entry, Sources &sources, ClientRecord &client) {
     memcpy(client.mac, entry.mac, sizeof client.mac);
-    put(client.ip, "%s", inet_ntoa(in_addr{entry.ip}));
+    join(client.ip, {inet_ntoa(in_addr{entry.ip})});
     find_link(sources, client);
     cmnt_findLeaseName(&sources.leases, client.mac, &client.name);
     const bool known = strcmp(client.conType, kTypeUnknown) != 0;

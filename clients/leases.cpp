@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kModule[] = "cgi_userlist";
 
-constexpr char kServer[] = "udhcpd";
+constexpr char kPidPath[] = "/var/run/udhcpd.pid";
 constexpr char kLeasePath[] = "/var/lib/misc/udhcpd.leases";
 constexpr useconds_t kRefreshPause = 1000;  // microseconds
 
@@ -37,9 +37,7 @@ static_assert(offsetof(FileLease, ip) == 16 && offsetof(FileLease, name) == 24, 
 // Has the server write its file. There is no telling when it has: a short pause must do, and whoever asks again sees
 // it.
 void refresh_lease_file() {
-    char path[64];
-    put(path, "%s/%s.pid", "/var/run", kServer);
-    const pid_t server = get_pid_from_file(path);
+    const pid_t server = get_pid_from_file(kPidPath);
     if (server > 0) {
         char command[64];
         put(command, "kill -SIGUSR1 %d\n", server);
@@ -55,7 +53,7 @@ void add_lease(LeaseList *list, const FileLease &lease) {
     memcpy(entry.mac, lease.mac, sizeof entry.mac);
     in_addr ip;
     memcpy(&ip, lease.ip, sizeof ip);
-    put(entry.ip, "%s", inet_ntoa(ip));
+    join(entry.ip, {inet_ntoa(ip)});
 }
 
 }  // namespace
@@ -108,6 +106,6 @@ int cmnt_findLeaseName(const LeaseList *list, const uint8_t *mac, char (*name)[6
     }
     // The entry as a whole, whose last byte is 0: the name's own field may have none.
     const char *text = reinterpret_cast<const char *>(entry);
-    put(*name, "%s", text);
+    join(*name, {text});
     return 0;
 }

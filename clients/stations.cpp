@@ -126,7 +126,7 @@ bool is_associated(const StaInfoEntry &station) {
 StationRow row_of(const StaInfoEntry &station) {
     StationRow row = {};
     memcpy(row.mac, station.mac, sizeof row.mac);
-    put(row.mode, "%s", mode_text(station));
+    join(row.mode, {mode_text(station)});
     wlan_rate_text(station, row.txRate, 1);
     wlan_rate_text(station, row.rxRate, 0);
     row.rssi = station.rssi;
@@ -138,19 +138,19 @@ StationRow row_of(const StaInfoEntry &station) {
 void wlan_rate_text(const StaInfoEntry &station, char (&text)[20], int transmit) {
     const int code = transmit != 0 ? station.tx_rate : station.rx_rate;
     if (code < kFirstHt) {
-        put(text, "%d%s", code / 2, code % 2 != 0 ? ".5" : "");
+        join(text, {Decimal(code / 2).c_str(), code % 2 != 0 ? ".5" : ""});
     } else if (code < kFirstVht) {
         if (code - kFirstHt < kHtRates) {
-            put(text, "%s", ht_table(station.rate_flags)[code - kFirstHt]);
+            join(text, {ht_table(station.rate_flags)[code - kFirstHt]});
         }
     } else if (code - kFirstVht < kVhtRates) {
-        put(text, "%d", vht_table(station.rate_flags)[code - kFirstVht] >> 1);
+        join(text, {Decimal(vht_table(station.rate_flags)[code - kFirstVht] >> 1).c_str()});
     }
 }
 
 int isAxSupported(const char *interface) {
     char setting[128] = {};
-    put(setting, "%s", interface);
+    join(setting, {interface});
     for (char *letter = setting; *letter != '\0'; ++letter) {
         if (*letter == '-') {
             *letter = '_';

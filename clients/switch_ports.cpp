@@ -57,7 +57,7 @@ void take_speed(const char *line, SwitchPorts &ports) {
     }
     for (SwitchPorts::Port &port : ports.ports) {
         if (port.link == SwitchPorts::Link::kUp && !port.has_speed) {
-            put(port.speed, "%s", speed);
+            join(port.speed, {speed});
             port.has_speed = true;
         }
     }
@@ -134,7 +134,7 @@ int cmnt_getEthPortStatus(SwitchPorts &ports, int port, char (&speed)[20]) {
         return 0;
     }
     if (status.has_speed) {
-        put(speed, "%s", status.speed);
+        join(speed, {status.speed});
     }
     return 1;
 }

@@ -130,9 +130,9 @@ double get_uptime(const char *path) {
         return 0;
     }
     const time_t now = time(nullptr);
-    long start = 0;
+    long long start = 0;
     const File file(fopen(path, "r"));
-    if (file && fscanf(file.get(), "%ld", &start) != 1) {
+    if (file && fscanf(file.get(), "%lld", &start) != 1) {
         start = 0;
     }
     const double seconds = static_cast<double>(now) - static_cast<double>(start);
