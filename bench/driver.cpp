@@ -1,11 +1,12 @@
 // Measures what app.cgi adds to the least that a request can cost (floor.cpp, steps.cpp), for each kind of request.
 //
-//   driver [--runs N] [--quick] [--json] ROOT
+//   driver [--runs N] [--quick] [--static] [--json] ROOT
 //   driver --list
 //
-// --quick leaves out the kinds that are there for completeness; --list prints the bodies of all of them.
-// ROOT is a router's root as bench/in_root lays it out: app.cgi, the floor, the store. Standard output: the table, or
-// one JSON object. Exit status: 0 all budgets hold, 1 one is broken, 2 it could not be measured.
+// --quick leaves out the kinds that are there for completeness; --list prints the bodies of all of them. --static
+// leaves out the homes: nothing can be loaded into a static program to play their drivers. ROOT is a router's root as
+// bench/in_root lays it out: app.cgi, the floor, the store. Standard output: the table, or one JSON object. Exit
+// status: 0 all budgets hold, 1 one is broken, 2 it could not be measured.
 //
 // Only counts are judged: instructions, and the commands that were run. Times depend on what else the machine does.
 #include <sys/ipc.h>
@@ -14,10 +15,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,6 +58,7 @@ std::vector<std::string> sorted(std::vector<std::string> texts) {
 // What is measured of a kind.
 struct Row {
     const Kind *kind;
+    double budget;  // infinite for static programs: their floor does next to nothing, so that ratios to it say little
     // Microseconds, medians.
     Figures<double> time;
     // Microseconds, medians of the differences of neighbours.
@@ -77,7 +81,7 @@ struct Row {
         const auto floor = static_cast<double>(count.floor);
         return kind->shell ? (floor + static_cast<double>(own_count())) / floor : count_ratio();
     }
-    bool count_holds() const { return judged_ratio() <= kind->budget && own_growth <= kGrowthBudget; }
+    bool count_holds() const { return judged_ratio() <= budget && own_growth <= kGrowthBudget; }
     // A list of clients takes what its clients take.
     bool memory_holds() const {
         return in_a_home() || trace.program.most_dirty <= trace.steps.most_dirty + kDirtyBudget;
@@ -299,7 +303,7 @@ double growth_of(const Row &row, const std::vector<Row> &rows) {
     return half == rows.end() ? 0 : static_cast<double>(row.own_count()) / static_cast<double>(half->own_count());
 }
 
-Row measure(const Kind &kind, unsigned runs) {
+Row measure(const Kind &kind, unsigned runs, bool is_static) {
     if (kind.home.clients > 0) {
         move_into(kind.home);
     }
@@ -307,6 +311,7 @@ Row measure(const Kind &kind, unsigned runs) {
     check_steps(kind);
     Row row = {};
     row.kind = &kind;
+    row.budget = is_static ? std::numeric_limits<double>::infinity() : kind.budget;
     // In a home each run takes dozens of milliseconds, and few of them tell as much.
     measure_times(kind, kind.home.clients > 0 ? (runs + 9) / 10 : runs, row);
     row.count.floor = count_of(floor_request(kind, 0));
@@ -440,7 +445,7 @@ void print_table(const Setting &setting, const std::vector<Row> &rows) {
             printf("%4zu %5s | ", row.trace.program.commands.size(), "");
         }
         printf("%7llu %8llu %8lld %6.2f %6.2f ", to_print(floor), to_print(program),
-               static_cast<long long>(steps - floor), row.judged_ratio(), row.kind->budget);
+               static_cast<long long>(steps - floor), row.judged_ratio(), row.budget);
         if (row.own_growth > 0) {
             printf("%6.2f ", row.own_growth);
         } else {
@@ -538,7 +543,7 @@ void print_json(const Setting &setting, const std::vector<Row> &rows, const std:
             "   \"commands\": [",
             separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.program, row.added_time, row.added_cpu,
             row.required_time, row.own_time, row.own_cpu, to_print(row.count.floor), to_print(row.count.steps),
-            to_print(row.count.program), row.judged_ratio(), row.kind->budget, row.own_growth,
+            to_print(row.count.program), row.judged_ratio(), std::isinf(row.budget) ? 0 : row.budget, row.own_growth,
             row.trace.floor.system_calls, row.trace.program.system_calls, row.trace.floor.most_dirty,
             row.trace.program.most_dirty, row.trace.floor.most_resident, row.trace.program.most_resident,
             boolean(row.count_holds()), boolean(row.time_holds()), boolean(row.commands_hold()),
@@ -561,7 +566,7 @@ void print_json(const Setting &setting, const std::vector<Row> &rows, const std:
     printf("\n]}\n");
 }
 
-int measure_all(const char *root, unsigned runs, bool quick, bool json) {
+int measure_all(const char *root, unsigned runs, bool quick, bool is_static, bool json) {
     if (chroot(root) != 0 || chdir("/") != 0) {
         throw std::runtime_error(std::string("can't change the root to ") + root + ": " + strerror(errno));
     }
@@ -574,7 +579,10 @@ int measure_all(const char *root, unsigned runs, bool quick, bool json) {
     join_mesh();
     std::vector<Row> rows;
     for (const Kind &kind : main_kinds()) {
-        rows.push_back(measure(kind, runs));
+        if (kind.home.clients > 0 && is_static) {
+            continue;
+        }
+        rows.push_back(measure(kind, runs, is_static));
         rows.back().own_growth = growth_of(rows.back(), rows);
     }
     std::vector<PeerRow> peers;
@@ -582,7 +590,7 @@ int measure_all(const char *root, unsigned runs, bool quick, bool json) {
         peers = measure_peers((runs + 3) / 4);
         move_into({1, false});
         for (const Kind &kind : object_kinds()) {
-            rows.push_back(measure(kind, runs));
+            rows.push_back(measure(kind, runs, is_static));
         }
     }
     if (json) {
@@ -610,11 +618,14 @@ int main(int argc, char **argv) {
     unsigned long runs = 500;
     bool json = false;
     bool quick = false;
+    bool is_static = false;
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "--json") == 0) {
             json = true;
         } else if (strcmp(argv[i], "--quick") == 0) {
             quick = true;
+        } else if (strcmp(argv[i], "--static") == 0) {
+            is_static = true;
         } else if (strcmp(argv[i], "--list") == 0) {
             list_bodies();
             return 0;
@@ -625,11 +636,12 @@ int main(int argc, char **argv) {
         }
     }
     if (root == nullptr || runs < 1) {
-        fprintf(stderr, "usage: %s [--runs N] [--quick] [--json] ROOT\n       %s --list\n", argv[0], argv[0]);
+        fprintf(stderr, "usage: %s [--runs N] [--quick] [--static] [--json] ROOT\n       %s --list\n", argv[0],
+                argv[0]);
         return 2;
     }
     try {
-        return measure_all(root, static_cast<unsigned>(runs), quick, json);
+        return measure_all(root, static_cast<unsigned>(runs), quick, is_static, json);
     } catch (const std::exception &error) {
         fprintf(stderr, "bench: %s\n", error.what());
         return 2;

@@ -16,7 +16,7 @@ packages_of() {
         echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
-    bench) echo wrk lua5.4 lua-cjson jq ;;
+    bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
     source) echo dpkg-dev ;;
     targets)
         echo g++-mipsel-linux-gnu g++-mips-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu musl-tools \
