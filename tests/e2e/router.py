@@ -59,6 +59,12 @@ def queues():
     return {(int(line.split()[0]) & 0xFFFFFFFF, int(line.split()[1])) for line in lines}
 
 
+def heed_signals():
+    """Whoever runs the tests in the background has Ctrl-C ignored, or a hang-up, and bash can't trap what it finds ignored."""
+    for number in (signal.SIGINT, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
+
+
 class Router:
     """One state folder and two ports, on which routers may be started one after another."""
 
@@ -112,8 +118,7 @@ class Router:
                 stdout=log,
                 stderr=subprocess.STDOUT,
                 env=self.environment(),
-                # Whoever runs the tests in the background has Ctrl-C ignored, and bash can't trap what it finds ignored.
-                preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
+                preexec_fn=heed_signals,
             )  # fmt: skip
         if not self.await_output("Ctrl-C stops the router", 20):
             return None
