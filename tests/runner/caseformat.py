@@ -409,7 +409,8 @@ def splice(lines, named):
     return filled
 
 
-NUMBER_MACRO = re.compile(r'"(%UPTIME\(\)%)"')  # a text in the case, so that the case is JSON; a number on the wire
+# A text in the case, so that the case is JSON; a number on the wire.
+NUMBER_MACRO = re.compile(r'"(%(?:UPTIME|SINCE)\([^)]*\)%)"')
 
 
 def wire_reply(reply, replies):

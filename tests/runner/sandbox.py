@@ -42,6 +42,7 @@ QUEUE_FIELDS = {  # of the record, counted from its 32-bit type: offset, width, 
 }
 RECORD_SIZE = 364
 STATION_SIZE = 63
+FILE_TIME = re.compile(r"%TIME\((-?\d+)\)%")
 
 
 # ---- rights: a name space where one can be had, else a changed root, else proot
@@ -262,6 +263,7 @@ class Sandbox:
         self.reset()
         self.store = Store(world, self.items)
         self.console = None
+        self.laid_out = int(time.time())
         for path, content in {"/dev/null": "", "/dev/console": {"type": "fifo"}, **world.get("files", {})}.items():
             self.put(path, content)
         if world.get("shell", True):
@@ -288,7 +290,8 @@ class Sandbox:
             return
         target.parent.mkdir(parents=True, exist_ok=True)
         if isinstance(content, str):
-            target.write_bytes(to_bytes(expand(content)))
+            text = FILE_TIME.sub(lambda match: str(self.laid_out + int(match[1])), expand(content))
+            target.write_bytes(to_bytes(text))
         elif content == {"type": "folder"}:
             target.mkdir()
         elif content == {"type": "fifo"}:
@@ -368,7 +371,7 @@ class Sandbox:
         self.path("/.runner/store").write_text(self.store.text())
         self.path("/.runner/events").write_bytes(b"")
         self.path("/.runner/commands").write_bytes(command_table(step.get("commands", {})))
-        seen = {"started": time.time()}
+        seen = {"laid_out": self.laid_out, "started": time.time()}
         with Console(self.path("/dev/console")) as console, contextlib.ExitStack() as stack:
             replies, stdout = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
             stack.enter_context(replies)

@@ -11,18 +11,21 @@ import time
 from caseformat import expand, resolve, to_bytes, to_text
 from sandbox import expected_record, libc
 
-TIME_MACRO = re.compile(r"%(SESSION|TIME|UPTIME)\(([^)]*)\)%")
+TIME_MACRO = re.compile(r"%(SESSION|TIME|SINCE|UPTIME)\(([^)]*)\)%")
 DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
 
-def at_time(text, second, uptime=0):
-    """Fills in what depends on the time: %TIME()%, the session id %SESSION(user)% of that second, and %UPTIME()%."""
+def at_time(text, second, uptime=0, laid_out=0):
+    """Fills in what depends on the time: %TIME()%, the session id %SESSION(user)% of that second, %SINCE(-90)%, the
+    seconds since what the case's files name %TIME(-90)%, and %UPTIME()%."""
 
     def value(match):
         if match[1] == "TIME":
             return str(second)
+        if match[1] == "SINCE":
+            return str(second - laid_out - int(match[2]))
         if match[1] == "UPTIME":
             return str(uptime)
         return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
@@ -63,7 +66,7 @@ def judge(case, step, before, seen, items):
 
 def compare(step, world, before, seen, items, second, uptime):
     def fill(text):
-        return at_time(expand(text), second, uptime)
+        return at_time(expand(text), second, uptime, seen["laid_out"])
 
     if seen["timeout"]:
         yield "time", "the program ends", "it had to be killed"

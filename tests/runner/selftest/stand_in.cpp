@@ -129,6 +129,18 @@ void do_uptime(char *format) {  // "json": as a formatted object with one member
     fflush(stdout);
 }
 
+void do_since(char *path) {  // the seconds since the moment in the file, as a formatted object with one member
+    FILE *file = fopen(path, "r");
+    long moment = 0;
+    if (file == nullptr || fscanf(file, "%ld", &moment) != 1) {
+        perror("since");
+        return;
+    }
+    printf("{\n\t\"since\":\t%lld\n}\n", static_cast<long long>(time(nullptr)) - moment);
+    fflush(stdout);
+    fclose(file);
+}
+
 void do_network(char *name) {  // prints the interface's address, netmask and MAC, or why there is none
     constexpr unsigned long kRequests[] = {SIOCGIFADDR, SIOCGIFNETMASK, SIOCGIFHWADDR};
     const int file = socket(AF_INET, SOCK_STREAM, 0);
@@ -292,6 +304,7 @@ constexpr Statement kStatements[] = {
     {"message",   do_message  },
     {"queue",     do_queue    },
     {"uptime",    do_uptime   },
+    {"since",     do_since    },
     {"network",   do_network  },
     {"stations",  do_stations },
     {"log",       do_log      },
