@@ -3,9 +3,10 @@
 //   popen COMMAND, system COMMAND          run it so, and read what it prints
 //   wlan RADIO.INDEX                       select the interface that items of interfaces mean
 //   number, text, address ID=VALUE         write an item
-//   add, remove, replace ID=HEXADECIMAL    add an entry to the table with this id, delete it, put it in the last one's
-//   place commit 4                               commit the store, and write its settings file message TYPE=TEXT post a
-//   record to the system daemon
+//   add, remove ID=HEXADECIMAL             add an entry to the table with this id, delete it
+//   replace ID=HEXADECIMAL                 put an entry in the last one's place
+//   commit 4                               commit the store, and write its settings file
+//   message TYPE=TEXT                      post a record to the system daemon
 #include "bench/steps.h"
 
 #include <arpa/inet.h>

@@ -462,7 +462,7 @@ TEST_F(Items, TheSettingsFileHoldsWhatWasCommitted) {
           std::string("MIB_FULL_TABLE=010203,040506")}) {
         EXPECT_NE(("\n" + settings).find("\n" + line + "\n"), std::string::npos) << line << " is not in\n" << settings;
     }
-    EXPECT_FALSE(std::filesystem::exists(router.path("/flash/mib/settings.mdb.new")));
+    EXPECT_FALSE(std::filesystem::exists(router.path(kNew)));
 }
 
 // A declaration of store/items.h as the row of a definition file that it expects.

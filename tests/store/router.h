@@ -60,6 +60,8 @@ void write_file(const std::string &path, const std::string &content);
 constexpr char kCommitted[] = "/flash/mib/committed.mdb";
 constexpr char kWorking[] = "/var/mib/working.mdb";
 constexpr char kSettings[] = "/flash/mib/settings.mdb";
+constexpr char kFlash[] = "/flash/mib";
+constexpr char kNew[] = "/flash/mib/new.mdb";
 
 // Numbers that are the same in every run.
 class Random {

@@ -1,7 +1,7 @@
 // libapmib.so: the store as its users see it.
 //
 // What a call costs is part of every request, so nothing happens before it is needed: apmib_init() opens the working
-// copy for reading, the first write opens it for writing, and the committed copy is opened by those who commit.
+// copy for reading, the first write opens it for writing, and a commit copies it as a file.
 
 #pragma GCC visibility push(default)
 #include "platform/apmib.h"
@@ -49,7 +49,7 @@ Target resolve_id(int id) {
             return {static_cast<uint32_t>(id - row.offset), row.operation};
         }
     }
-    return {store::kChecksumKey, kWhole};  // which is no item
+    return {0, kWhole};  // which is no item
 }
 
 bool open_working(unsigned flags) {
@@ -94,7 +94,7 @@ struct Place {
 
 bool find(MDB_txn *txn, uint32_t id, Place *place) {
     MDB_val key = {sizeof(id), &id};
-    if (id == store::kChecksumKey || mdb_get(txn, working.dbi, &key, &place->record) != 0 ||
+    if (mdb_get(txn, working.dbi, &key, &place->record) != 0 ||
         !store::read_record(place->record, &place->item, &place->value)) {
         return false;
     }

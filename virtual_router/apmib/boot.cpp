@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,7 +42,8 @@ struct ReadResult {
     std::string fault;  // empty: sound
 };
 
-enum class Sum { kVerify, kIgnore };
+// What a copy's file has behind its records: that of a committed one an End, that of the working one nothing.
+enum class Ending { kNone, kEnd };
 
 bool share(Shared *shared, uint32_t key, const MDB_val &data) {
     auto size = static_cast<uint32_t>(data.mv_size);
@@ -56,16 +58,27 @@ bool share(Shared *shared, uint32_t key, const MDB_val &data) {
     return true;
 }
 
+// The End of a copy's file, which is all zeros if it has none.
+End read_end(const Copy &copy) {
+    int fd = -1;
+    struct stat file = {};
+    End end = {};
+    if (mdb_env_get_fd(copy.env, &fd) != 0 || fstat(fd, &file) != 0 ||
+        pread(fd, &end, sizeof(end), file.st_size - off_t{sizeof(end)}) != sizeof(end) || end.magic != kEndMagic) {
+        return {};
+    }
+    return end;
+}
+
 // Walks a copy. Returns what is wrong with it, or nullptr.
-const char *walk(Copy *copy, Sum sum, Shared *shared) {
+const char *walk(Copy *copy, Ending ending, Shared *shared) {
     MDB_txn *txn = nullptr;
     MDB_cursor *cursor = nullptr;
     int error = begin(copy, MDB_RDONLY, &txn);
     if (error == 0) {
         error = mdb_cursor_open(txn, copy->dbi, &cursor);
     }
-    Checksum stored = {};
-    uint64_t computed = 0;
+    uint64_t sum = 0;
     MDB_val key = {};
     MDB_val data = {};
     while (error == 0 && (error = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) == 0) {
@@ -76,17 +89,13 @@ const char *walk(Copy *copy, Sum sum, Shared *shared) {
             return "a key of the wrong size";
         }
         memcpy(&id, key.mv_data, sizeof(id));
-        if (id == kChecksumKey && data.mv_size == sizeof(stored)) {
-            memcpy(&stored, data.mv_data, sizeof(stored));
-            continue;
-        }
         if (id >= kIdLimit || !read_record(data, &item, &slots)) {
             return "a record that is none";
         }
         if (item.sum != sum_record(id, data.mv_data, data.mv_size)) {
             return "a record does not fit its checksum";
         }
-        computed = add_to_sum(computed, item.sum);
+        sum = add_to_sum(sum, item.sum);
         if (!share(shared, id, data)) {
             return "more records than a store can hold";
         }
@@ -94,13 +103,12 @@ const char *walk(Copy *copy, Sum sum, Shared *shared) {
     if (error != MDB_NOTFOUND) {
         return mdb_strerror(error);
     }
-    if (sum == Sum::kVerify && (stored.magic != kChecksumMagic || stored.sum != computed)) {
-        return "the records are not those that were committed together";
-    }
-    return nullptr;
+    return ending == Ending::kEnd && read_end(*copy).sum != sum
+               ? "the records are not those that were committed together"
+               : nullptr;
 }
 
-[[noreturn]] void read_in_child(const char *path, Sum sum, Shared *shared) {
+[[noreturn]] void read_in_child(const char *path, Ending ending, Shared *shared) {
     alarm(kReadSeconds);
     const rlimit no_core = {0, 0};
     setrlimit(RLIMIT_CORE, &no_core);
@@ -116,7 +124,11 @@ const char *walk(Copy *copy, Sum sum, Shared *shared) {
         error = lock_copy(copy, LOCK_SH) ? 0 : errno;
         alarm(kReadSeconds);
     }
-    const char *fault = error != 0 ? mdb_strerror(error) : walk(&copy, sum, shared);
+    const char *fault = error != 0 ? mdb_strerror(error) : nullptr;
+    if (fault == nullptr && ending == Ending::kEnd && read_end(copy).magic == 0) {
+        fault = "it is cut short, or of another format";
+    }
+    fault = fault != nullptr ? fault : walk(&copy, ending, shared);
     if (fault != nullptr) {
         strncpy(shared->fault, fault, sizeof(shared->fault) - 1);
     }
@@ -151,7 +163,7 @@ Records unpack(const Shared &shared) {
 }
 
 // Reads a copy that may be damaged in any way.
-ReadResult read_suspect(const char *path, Sum sum) {
+ReadResult read_suspect(const char *path, Ending ending) {
     void *memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
         throw std::runtime_error("no memory to read the store");
@@ -159,7 +171,7 @@ ReadResult read_suspect(const char *path, Sum sum) {
     auto shared = static_cast<Shared *>(memory);
     pid_t child = fork();
     if (child == 0) {
-        read_in_child(path, sum, shared);
+        read_in_child(path, ending, shared);
     }
     int status = 0;
     while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -243,23 +255,16 @@ Records merge(const Records &definitions, const Records &committed) {
 }
 
 // Fills a copy with exactly these sealed records, in one transaction.
-void fill(Copy *copy, const Records &records, bool with_checksum) {
+void fill(Copy *copy, const Records &records) {
     MDB_txn *txn = nullptr;
     check(begin(copy, 0, &txn), "begin");
     int error = mdb_drop(txn, copy->dbi, 0);
-    Checksum checksum = {kChecksumMagic, 0};
-    auto put = [&](uint32_t id, const void *bytes, size_t size) {
-        // LMDB takes what it only reads by a pointer to what is not const.
-        MDB_val key = {sizeof(id), &id};
-        MDB_val data = {size, const_cast<void *>(bytes)};
-        error = error != 0 ? error : mdb_put(txn, copy->dbi, &key, &data, 0);
-    };
     for (auto &[id, record] : records) {
-        checksum.sum = add_to_sum(checksum.sum, item_of(record).sum);
-        put(id, record.data(), record.size());
-    }
-    if (with_checksum) {
-        put(kChecksumKey, &checksum, sizeof(checksum));
+        // LMDB takes what it only reads by a pointer to what is not const.
+        uint32_t number = id;
+        MDB_val key = {sizeof(number), &number};
+        MDB_val data = {record.size(), const_cast<char *>(record.data())};
+        error = error != 0 ? error : mdb_put(txn, copy->dbi, &key, &data, 0);
     }
     if (error == 0) {
         error = mdb_txn_commit(txn);
@@ -269,27 +274,10 @@ void fill(Copy *copy, const Records &records, bool with_checksum) {
     check(error, "write");
 }
 
-// Writes the committed copy as a new file, which takes the old one's place when it is safely down. Not inside the old
-// one: the records of it were checked, its list of free pages can't be.
-void replace_committed(const Records &records) {
-    const std::string path = std::string(kCommittedPath) + ".new";
-    std::filesystem::remove(path);
-    Copy copy;
-    check(open_copy(&copy, path.c_str(), 0), path);
-    fill(&copy, records, true);
-    close_copy(&copy);
-    std::filesystem::rename(path, kCommittedPath);
-    int folder = open(std::filesystem::path(kCommittedPath).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0 || fsync(folder) != 0) {
-        throw std::runtime_error(std::string(kCommittedPath) + ": " + strerror(errno));
-    }
-    close(folder);
-}
-
-// Fills the working copy inside the file that is there, which other processes may have open.
-void lay_out_working(const Records &records) {
+// Fills the working copy inside the file that is there, which other processes may have open, and commits it.
+void lay_out(const Records &records) {
     if (std::filesystem::exists(kWorkingPath)) {
-        std::string fault = read_suspect(kWorkingPath, Sum::kIgnore).fault;
+        std::string fault = read_suspect(kWorkingPath, Ending::kNone).fault;
         if (!fault.empty()) {
             std::cerr << "flash: " << kWorkingPath << " is damaged: " << fault << "; it is laid out anew\n";
             std::filesystem::remove(kWorkingPath);
@@ -298,7 +286,9 @@ void lay_out_working(const Records &records) {
     Copy copy;
     check(open_copy(&copy, kWorkingPath, MDB_NOSYNC), kWorkingPath);
     check(lock_copy(copy, LOCK_EX) ? 0 : errno, kWorkingPath);
-    fill(&copy, records, false);
+    fill(&copy, records);
+    lock_copy(copy, LOCK_UN);
+    check(commit_locked(&copy), kCommittedPath);
     close_copy(&copy);
 }
 
@@ -318,7 +308,7 @@ void boot(const Records &definitions, bool fresh) {
     check(lock < 0 ? errno : 0, kCommitLockPath);
     Records committed;
     if (!fresh && std::filesystem::exists(kCommittedPath)) {
-        ReadResult result = read_suspect(kCommittedPath, Sum::kVerify);
+        ReadResult result = read_suspect(kCommittedPath, Ending::kEnd);
         if (!result.fault.empty()) {
             set_aside(kCommittedPath, result.fault);
         }
@@ -328,8 +318,7 @@ void boot(const Records &definitions, bool fresh) {
     for (auto &[id, record] : records) {
         seal_record(id, record.data(), record.size());
     }
-    replace_committed(records);
-    lay_out_working(records);
+    lay_out(records);
     close(lock);
     check(save_settings(), kSettingsPath);
 }

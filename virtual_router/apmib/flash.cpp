@@ -146,9 +146,7 @@ class Session {
         while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) {
             uint32_t id = 0;
             memcpy(&id, key.mv_data, sizeof(id));
-            if (id != store::kChecksumKey) {
-                records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
-            }
+            records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
         }
         mdb_cursor_close(cursor);
         return records;

@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/sendfile.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace store {
@@ -122,152 +121,115 @@ int take_commit_lock() {
 
 namespace {
 
-// Goes to the next record. False: there is none, or an error.
-bool next(MDB_cursor *cursor, MDB_val *key, MDB_val *data, int *error) {
-    *error = mdb_cursor_get(cursor, key, data, MDB_NEXT);
-    return *error == 0;
-}
-
-bool equal(const MDB_val &a, const MDB_val &b) {
-    return a.mv_size == b.mv_size && memcmp(a.mv_data, b.mv_data, a.mv_size) == 0;
-}
-
-// Writes those records of `from` that `to` has not. The two have the same items in the same order, and only `to` a
-// checksum, which is its first record. Sets `changed` if it wrote any. Returns 0 or an error for mdb_strerror().
-int copy_changes(MDB_cursor *from, MDB_cursor *to, bool *changed) {
-    Checksum checksum = {kChecksumMagic, 0};
-    MDB_val old_key = {};
-    MDB_val old = {};
-    int error = 0;
-    int from_error = 0;
-    next(to, &old_key, &old, &error);
-    bool same_sum = error == 0 && old.mv_size == sizeof(checksum);
-    Checksum old_checksum = {};
-    if (same_sum) {
-        memcpy(&old_checksum, old.mv_data, sizeof(old_checksum));
-    }
-    for (MDB_val key = {}, data = {}; next(from, &key, &data, &from_error);) {
-        Item item;
-        if (data.mv_size < sizeof(item)) {
-            return MDB_CORRUPTED;
-        }
-        memcpy(&item, data.mv_data, sizeof(item));
-        checksum.sum = add_to_sum(checksum.sum, item.sum);
-        if (next(to, &old_key, &old, &error) && equal(key, old_key) && equal(data, old)) {
-            continue;
-        }
-        *changed = true;
-        error = mdb_cursor_put(to, &key, &data, 0);  // which leaves `to` at this record
-        if (error != 0) {
-            return error;
-        }
-    }
-    if (from_error != MDB_NOTFOUND) {
-        return from_error;
-    }
-    if (same_sum && memcmp(&checksum, &old_checksum, sizeof(checksum)) == 0) {
-        return 0;
-    }
-    *changed = true;
-    uint32_t id = kChecksumKey;
-    MDB_val key = {sizeof(id), &id};
-    MDB_val data = {sizeof(checksum), &checksum};
-    return mdb_cursor_put(to, &key, &data, 0);
-}
-
-// copy_changes() between two transactions.
-int copy_in(MDB_txn *from, MDB_dbi from_dbi, MDB_txn *to, MDB_dbi to_dbi, bool *changed) {
-    MDB_cursor *from_cursor = nullptr;
-    int error = mdb_cursor_open(from, from_dbi, &from_cursor);
+// Sums up the checksums of a copy, whose lock is held. Returns 0 or an error for mdb_strerror().
+int sum_copy(Copy *copy, uint64_t *sum) {
+    MDB_txn *txn = nullptr;
+    MDB_cursor *cursor = nullptr;
+    int error = begin(copy, MDB_RDONLY, &txn);
     if (error != 0) {
         return error;
     }
-    MDB_cursor *to_cursor = nullptr;
-    error = mdb_cursor_open(to, to_dbi, &to_cursor);
-    if (error == 0) {
-        error = copy_changes(from_cursor, to_cursor, changed);
-        mdb_cursor_close(to_cursor);
+    error = mdb_cursor_open(txn, copy->dbi, &cursor);
+    *sum = 0;
+    for (MDB_val key = {}, data = {}; error == 0 && (error = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) == 0;) {
+        Item item;
+        if (data.mv_size < sizeof(item)) {
+            error = MDB_CORRUPTED;
+            break;
+        }
+        memcpy(&item, data.mv_data, sizeof(item));
+        *sum = add_to_sum(*sum, item.sum);
     }
-    mdb_cursor_close(from_cursor);
+    mdb_cursor_close(cursor);
+    mdb_txn_abort(txn);
+    return error == MDB_NOTFOUND ? 0 : error;
+}
+
+// Appends what a file has to another. Returns 0 or an errno.
+int append_file(int to, int from) {
+    off_t offset = 0;
+    for (ssize_t count = 1; count != 0;) {
+        count = sendfile(to, from, &offset, kMapSize);
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+// Appends the working copy, as it is at one moment, and the end that goes with it.
+int append_working(int to, Copy *working) {
+    if (!lock_copy(*working, LOCK_SH)) {
+        return errno;
+    }
+    int from = -1;
+    End end = {kEndMagic, 0};
+    int error = sum_copy(working, &end.sum);
+    error = error != 0 ? error : mdb_env_get_fd(working->env, &from);
+    error = error != 0 ? error : append_file(to, from);
+    lock_copy(*working, LOCK_UN);  // before the slow part: nobody waits for the flash memory to read or write an item
+    if (error == 0 && write(to, &end, sizeof(end)) != sizeof(end)) {
+        error = ENOSPC;
+    }
     return error;
 }
 
-// The part of commit() that runs with the committed copy open and its lock held.
-int commit_to(Copy *working, Copy *committed) {
-    MDB_txn *to = nullptr;
-    int error = begin(committed, 0, &to);
-    if (error != 0) {
-        return error;
+// Appends the committed copy. The commit lock is held.
+int append_committed(int to, Copy * /*working*/) {
+    int from = open(kCommittedPath, O_RDONLY | O_CLOEXEC);
+    int error = from < 0 ? errno : append_file(to, from);
+    close(from);
+    return error;
+}
+
+// Renames kNewPath, so that it stays renamed. Returns 0 or an errno.
+int rename_new(const char *path) {
+    int folder = open(kFlashPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int error = folder < 0 || rename(kNewPath, path) != 0 || fsync(folder) != 0 ? errno : 0;
+    close(folder);
+    return error;
+}
+
+// Puts a new file in a path's place when what was appended to it is safely down. The commit lock is held. Returns 0 or
+// an error for mdb_strerror().
+int replace_file(const char *path, int (*append)(int to, Copy *working), Copy *working) {
+    int to = open(kNewPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
+    if (to < 0) {
+        return errno;
     }
-    bool changed = false;
-    if (!lock_copy(*working, LOCK_SH)) {
+    int error = append(to, working);
+    if (error == 0 && fsync(to) != 0) {
         error = errno;
-    } else {
-        MDB_txn *from = nullptr;
-        error = begin(working, MDB_RDONLY, &from);
-        if (error == 0) {
-            error = copy_in(from, working->dbi, to, committed->dbi, &changed);
-            mdb_txn_abort(from);
-        }
-        lock_copy(*working,
-                  LOCK_UN);  // before the slow part: nobody waits for the flash memory to read or write an item
     }
-    if (error == 0 && changed) {
-        return mdb_txn_commit(to);
+    close(to);
+    if (error != 0) {
+        unlink(kNewPath);  // it may be what fills the memory
     }
-    mdb_txn_abort(to);
-    // Nothing to write, but the one who wrote it may have been killed before it was safely down.
-    return error != 0 ? error : mdb_env_sync(committed->env, 1);
+    return error != 0 ? error : rename_new(path);
 }
 
 }  // namespace
+
+int commit_locked(Copy *working) {
+    return replace_file(kCommittedPath, append_working, working);
+}
 
 int commit(Copy *working) {
     int lock = take_commit_lock();
     if (lock < 0) {
         return errno;
     }
-    Copy committed;
-    int error = open_copy(&committed, kCommittedPath, 0);
-    if (error == 0) {
-        error = commit_to(working, &committed);
-        close_copy(&committed);
-    }
+    int error = commit_locked(working);
     close(lock);
     return error;
 }
 
-namespace {
-
-// Copies a file to one that is safely down when this returns. Returns 0 or an errno.
-int copy_file(const char *from_path, const char *to_path) {
-    int from = open(from_path, O_RDONLY | O_CLOEXEC);
-    int to = from < 0 ? -1 : open(to_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
-    int error = to < 0 ? errno : 0;
-    for (ssize_t count = 1; error == 0 && count != 0;) {
-        count = sendfile(to, from, nullptr, kMapSize);
-        error = count < 0 && errno != EINTR ? errno : 0;
-    }
-    if (error == 0 && fsync(to) != 0) {
-        error = errno;
-    }
-    close(to);
-    close(from);
-    return error;
-}
-
-}  // namespace
-
 int save_settings() {
-    static constexpr char kNewPath[] = "/flash/mib/settings.mdb.new";
     int lock = take_commit_lock();
     if (lock < 0) {
         return errno;
     }
-    int error = copy_file(kCommittedPath, kNewPath);
-    if (error == 0 && rename(kNewPath, kSettingsPath) != 0) {
-        error = errno;
-    }
+    int error = replace_file(kSettingsPath, append_committed, nullptr);
     close(lock);
     return error;
 }

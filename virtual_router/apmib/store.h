@@ -7,10 +7,13 @@
 // setting it up costs each short-lived process more than all its reads. Kernel file locks take its place; the kernel
 // drops them when their holder dies. Readers of a copy share its lock, a writer has it alone, which is what LMDB asks
 // of its callers.
-//   commit lock   a file of its own beside the committed copy; whoever opens the committed copy holds it
+//   commit lock   a file of its own beside the committed copy; whoever reads or replaces the committed copy holds it
 //   working lock  on the working copy's file, which is only ever rewritten in place
 // Order: the commit lock first, then the working lock. A snapshot for a commit is taken with the commit lock held, so
-// that an older snapshot never overwrites a newer one.
+// that an older snapshot never takes the place of a newer one.
+//
+// A commit copies the working copy's file, which the kernel does for almost nothing, and renames the copy to the
+// committed one: at every moment there is an old or a new one, and nothing between.
 //
 // Not for several threads of one process.
 #ifndef VIRTUAL_ROUTER_APMIB_STORE_H
@@ -27,6 +30,8 @@ constexpr char kWorkingPath[] = "/var/mib/working.mdb";
 constexpr char kCommittedPath[] = "/flash/mib/committed.mdb";
 constexpr char kCommitLockPath[] = "/flash/mib/commit.lock";
 constexpr char kSettingsPath[] = "/flash/mib/settings.mdb";
+constexpr char kFlashPath[] = "/flash/mib";
+constexpr char kNewPath[] = "/flash/mib/new.mdb";  // what is about to take the place of one of the above
 constexpr mode_t kFileMode = 0600;
 
 // Upper limit of a copy's file. A full house of items takes about a fiftieth of it.
@@ -74,17 +79,16 @@ uint64_t sum_record(uint32_t id, const void *record, size_t size);
 // Writes the checksum into a record.
 void seal_record(uint32_t id, void *record, size_t size);
 
-// The record with this key belongs to the committed copy alone: the checksum of all others' checksums.
-constexpr uint32_t kChecksumKey = 0;
-
-struct Checksum {
-    uint64_t magic;
-    uint64_t sum;
-};
-constexpr uint64_t kChecksumMagic = 0x32304249'4d5041'00;  // format of the records; another number is another format
-
 // Folds a record's checksum into a running sum, in the order of keys. Start with 0.
 uint64_t add_to_sum(uint64_t sum, uint64_t word);
+
+// What a committed file ends with, behind the pages that LMDB knows of: a file that was cut short has none, and records
+// of different commits do not fit it.
+struct End {
+    uint64_t magic;
+    uint64_t sum;  // of all records' checksums
+};
+constexpr uint64_t kEndMagic = 0x33304249'4d5041'00;  // format of the records; another number is another format
 
 struct Copy {
     MDB_env *env = nullptr;
@@ -107,13 +111,15 @@ bool lock_copy(const Copy &copy, int operation);
 // Takes the commit lock and waits for it. Returns the descriptor whose closing drops it, or -1.
 int take_commit_lock();
 
-// Makes the working copy the committed one, durably, in one transaction. Returns 0 or an error for mdb_strerror().
+// Makes the working copy the committed one, durably; the second with the commit lock held already. Return 0 or an error
+// for mdb_strerror().
 int commit(Copy *working);
+int commit_locked(Copy *working);
 
 // Copies the committed copy to kSettingsPath, replacing it whole. Returns 0 or an errno.
 //
 // What is saved can be listed (flash settings) and can be put in the committed copy's place. It is a copy and no
-// listing because it is a part of every request that changes something, and the kernel copies for almost nothing.
+// listing because it is a part of every request that changes something.
 int save_settings();
 
 }  // namespace store
