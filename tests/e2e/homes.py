@@ -8,10 +8,10 @@ import time
 
 import router as routers
 from house import House
+from router import look_until
 from story import get_reply, left_nothing, set_reply
 
 HOMES = routers.PROJECT / "virtual_router/homes"
-PATIENCE_SECONDS = 8  # what the router is told of a change, it is told soon, but not at once
 PHONE = {"name": "phone", "mac": "02:4b:54:00:00:64", "place": 100, "at": "wlan0"}
 MBITS = (6.5, 13, 19.5, 26, 39, 52, 58.5, 65, 78, 260 / 3)  # of a stream at 20 MHz with the long guard interval
 SUBCARRIERS = {20: 52, 40: 108, 80: 234}
@@ -130,9 +130,7 @@ class Neighbour(House):
 
     def becomes(self, step, look, wanted):
         """Looks until what is seen is as wanted, for some seconds."""
-        deadline = time.monotonic() + PATIENCE_SECONDS
-        while (seen := look()) != wanted and time.monotonic() < deadline:
-            time.sleep(0.05)
+        seen = look_until(lambda seen: seen == wanted, look)
         if isinstance(seen, list) and isinstance(wanted, list):
             seen, wanted = [[one for one in mine if one not in others] for mine, others in ((seen, wanted), (wanted, seen))]
         self.results.check(step, seen == wanted, f"{json.dumps(seen)}\ninstead of\n{json.dumps(wanted)}")

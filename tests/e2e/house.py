@@ -3,9 +3,9 @@
 import json
 import re
 import signal
-import time
 
 import router as routers
+from router import look_until
 from story import SESSION, Teller, get_reply, left_nothing, set_reply
 
 ACCOUNT = {"usr": "owner", "pwd": "correct horse"}
@@ -55,7 +55,7 @@ class House(Teller):
             self.told(step, *lines, after=mark)
         if lines and lines[0] in RESTARTS:
             begin = mark + self.router.output()[mark:].find(f"daemon: {lines[0]}\n")
-            self.results.check(f"it ends: {step}", self.router.await_output(RESTART_END, 10, begin), self.router.output()[begin:])
+            self.results.check(f"it ends: {step}", self.router.await_output(RESTART_END, begin), self.router.output()[begin:])
 
     def get(self, step, **objects):
         self.gated(step, {"action": "get", **{name: {} for name in objects}}, get_reply(**objects))
@@ -74,11 +74,8 @@ class House(Teller):
         except json.JSONDecodeError:
             return {}
 
-    def await_true(self, step, condition, seconds=8):
-        deadline = time.monotonic() + seconds
-        while not (good := condition()) and time.monotonic() < deadline:
-            time.sleep(0.1)
-        self.results.check(step, good, self.router.output()[-2000:])
+    def await_true(self, step, condition):
+        self.results.check(step, look_until(bool, condition), self.router.output()[-2000:])
 
 
 WAN_KEYS = ("type", "pppUsr", "pppPwd", "dnsmode", "ip", "mask", "gateway", "dns1", "dns2")
@@ -198,7 +195,7 @@ def box(t):
         (f'MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'),
         sys=UPGRADE,
     )
-    t.await_true("is under way", lambda: t.sys().get("upgrade", {}).get("status") == 1, 3)
+    t.await_true("is under way", lambda: t.sys().get("upgrade", {}).get("status") == 1)
     t.set("pairing, while it runs", wps={"wpsbutton": 1})
     t.await_true("is under way", lambda: t.router.inside("run", "cat", "/tmp/wscd_status") == (0, "1\n"))
     t.get("which can be seen", wps={"status": 1})

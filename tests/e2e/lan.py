@@ -7,10 +7,10 @@ import time
 
 import router as routers
 from house import House
+from router import look_until
 from story import get_reply, left_nothing, set_reply
 
 PHONE = ("192.168.1.100", "02:4b:54:00:00:64")
-PATIENCE_SECONDS = 8
 REAL_HOSTS = 32
 LAN = {"ip": "10.20.0.1", "mask": "255.255.0.0", "dhcp": 2, "time": 60, "ipStart": "10.20.1.1", "ipEnd": "10.20.1.250"}
 
@@ -40,8 +40,7 @@ class Street(House):
     def lists(self, step, *hosts):
         """Soon the ARP table has these entries and no other. Returns the seconds."""
         begin = time.monotonic()
-        while (found := self.listed()) != sorted(hosts) and time.monotonic() < begin + PATIENCE_SECONDS:
-            time.sleep(0.05)
+        found = look_until(lambda found: found == sorted(hosts), self.listed)
         self.results.check(step, found == sorted(hosts), f"missing {set(hosts) - set(found)}, too many {set(found) - set(hosts)}")
         return time.monotonic() - begin
 
@@ -50,9 +49,7 @@ class Street(House):
         self.results.check(step, ("1 packets received" in said) == wanted, said)
 
     def becomes(self, step, look, wanted):
-        deadline = time.monotonic() + PATIENCE_SECONDS
-        while (seen := look()) != wanted and time.monotonic() < deadline:
-            time.sleep(0.05)
+        seen = look_until(lambda seen: seen == wanted, look)
         self.results.check(step, seen == wanted, f"{seen}\ninstead of\n{wanted}")
 
     def ask(self, name, **keys):

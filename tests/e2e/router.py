@@ -59,6 +59,18 @@ def queues():
     return {(int(line.split()[0]) & 0xFFFFFFFF, int(line.split()[1])) for line in lines}
 
 
+# How long a busy machine may take for what is soon done otherwise. Nothing is measured with it: what comes late is waited for.
+PATIENCE_SECONDS = 60
+
+
+def look_until(good, look, pause=0.05):
+    """Looks until what is seen is good, or patience ends. Returns what was seen last."""
+    deadline = time.monotonic() + PATIENCE_SECONDS
+    while not good(seen := look()) and time.monotonic() < deadline:
+        time.sleep(pause)
+    return seen
+
+
 def heed_signals():
     """Whoever runs the tests in the background has Ctrl-C ignored, or a hang-up, and bash can't trap what it finds ignored."""
     for number in (signal.SIGINT, signal.SIGHUP):
@@ -100,7 +112,7 @@ class Router:
             stderr=subprocess.STDOUT,
             env=self.environment(**environment),
             text=True,
-            timeout=20,
+            timeout=PATIENCE_SECONDS,
         )
         return run.returncode, run.stdout
 
@@ -120,7 +132,7 @@ class Router:
                 env=self.environment(),
                 preexec_fn=heed_signals,
             )  # fmt: skip
-        if not self.await_output("Ctrl-C stops the router", 20):
+        if not self.await_output("Ctrl-C stops the router"):
             return None
         queue = self.state / "run/queue"
         self.queue = int(queue.read_text()) if queue.exists() else None
@@ -129,14 +141,14 @@ class Router:
     def output(self):
         return self.log.read_text(errors="replace")
 
-    def await_output(self, text, seconds=5, after=0):
+    def await_output(self, text, after=0):
         """Waits until the output from place `after` on has the text. False: it did not come."""
-        deadline = time.monotonic() + seconds
-        while text not in self.output()[after:]:
-            if time.monotonic() > deadline or (self.process and self.process.poll() is not None):
-                return text in self.output()[after:]
-            time.sleep(0.01)
-        return True
+
+        def look():
+            ended = self.process and self.process.poll() is not None  # after which nothing more is said
+            return text in self.output()[after:], ended
+
+        return look_until(any, look, pause=0.01)[0]
 
     def ask(self, body, loopback=False, path="/app/app.cgi", post=True):
         """Asks with curl. Returns the HTTP status, the content type and the text."""
@@ -167,7 +179,7 @@ class Router:
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
         run = subprocess.run(
             [*self.way.prefix, str(PROJECT / "script/router"), "--state", str(self.state), *command],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=20,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=PATIENCE_SECONDS,
         )  # fmt: skip
         return run.returncode, run.stdout
 
@@ -177,7 +189,7 @@ class Router:
         user = [] if os.geteuid() == 0 else ["--user", "--preserve-credentials"]
         run = subprocess.run(
             ["nsenter", f"--target={pid}", "--net", *user, *command],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=20,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=PATIENCE_SECONDS,
         )  # fmt: skip
         return run.returncode, run.stdout
 
@@ -195,10 +207,10 @@ class Router:
         key = key - (1 << 32) if key >= 1 << 31 else key
         return subprocess.run([*enter, sys.executable, "-c", POST_RECORD, str(key), str(kind), payload.hex()]).returncode == 0
 
-    def await_end(self, seconds=15):
+    def await_end(self):
         """Waits for the end of script/server. Returns its exit status, or None if it still runs."""
         try:
-            return self.process.wait(seconds)
+            return self.process.wait(PATIENCE_SECONDS)
         except subprocess.TimeoutExpired:
             return None
 
