@@ -8,7 +8,9 @@ import tomllib
 
 REQUEST_KEYS = {"body", "content_length", "remote_addr", "env", "args", "stdin", "pieces"}
 EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "driver", "queue", "files_after"}
-WORLD_KEYS = {"store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "arp", "stations"}
+WORLD_KEYS = {
+    "store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "queue_full", "arp", "stations",
+}
 STEP_KEYS = REQUEST_KEYS | EXPECT_KEYS | {"commands"}
 CASE_KEYS = STEP_KEYS | WORLD_KEYS | {"skip", "then"}
 HEAD_KEYS = {"name", "about", "rows", "columns"}
@@ -20,8 +22,8 @@ TYPES = {
     "body": str, "content_length": (str, bool), "remote_addr": (str, bool), "env": dict, "args": list, "stdin": str,
     "pieces": int, "reply": str, "exit": int, "stderr": str, "console": list, "events": list, "reads": list,
     "queue": list, "files_after": dict, "commands": dict, "store": dict, "unset": list, "fail": list, "files": dict,
-    "shell": bool, "fail_syscalls": dict, "memory": int, "queue_exists": bool, "arp": list, "skip": dict, "then": list,
-    "stations": dict, "driver": list,
+    "shell": bool, "fail_syscalls": dict, "memory": int, "queue_exists": bool, "queue_full": bool, "arp": list, "skip": dict,
+    "then": list, "stations": dict, "driver": list,
 }
 
 

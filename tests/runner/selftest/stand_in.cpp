@@ -99,20 +99,28 @@ void do_pipe(char *text) {  // prints what the command prints
     fflush(stdout);
 }
 
-void do_message(char *text) {  // TYPE TEXT: the text is the argument at offset 236; -1 as type sends too short a record
+void send_message(const char *text, int flags) {
     struct {
         long type;
         char payload[360];
     } record = {};
     record.type = labs(atol(text));
-    char *argument = strchr(text, ' ');
+    const char *argument = strchr(text, ' ');
     if (argument != nullptr) {
         strcpy(record.payload + 232, argument + 1);
     }
     const int queue = msgget(ftok("/dev/null", 117), IPC_CREAT | 0666);
-    if (queue < 0 || msgsnd(queue, &record, text[0] == '-' ? 300 : 360, 0) != 0) {
+    if (queue < 0 || msgsnd(queue, &record, text[0] == '-' ? 300 : 360, flags) != 0) {
         perror("message");
     }
+}
+
+void do_message(char *text) {  // TYPE TEXT: the text is the argument at offset 236; -1 as type sends too short a record
+    send_message(text, 0);
+}
+
+void do_try_send(char *text) {  // the same, but does not wait for room in the queue
+    send_message(text, IPC_NOWAIT);
 }
 
 void do_queue(char *) {  // makes a queue that others may not use
@@ -302,6 +310,7 @@ constexpr Statement kStatements[] = {
     {"shell",     do_shell    },
     {"pipe",      do_pipe     },
     {"message",   do_message  },
+    {"try-send",  do_try_send },
     {"queue",     do_queue    },
     {"uptime",    do_uptime   },
     {"since",     do_since    },
