@@ -50,12 +50,12 @@ bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// The id in the text of the session file: the word behind the key. Empty: there is none.
+// The id in the text of the session file: the word behind the key. Empty, and the text's end: there is none.
 const char *find_session_id(char *text) {
-    char *id = text + strlen(kSessionKey);
     if (strncmp(text, kSessionKey, strlen(kSessionKey)) != 0) {
-        return "";
+        return text + strlen(text);
     }
+    char *id = text + strlen(kSessionKey);
     while (is_blank(*id)) {
         ++id;
     }
@@ -121,10 +121,10 @@ int checkLogin(const cJSON *request) {
     if (!read_beginning(kSessionPath, session)) {
         return -1;
     }
-    const bool whole = strlen(session) < sizeof session - 1;
     const char *id = find_session_id(session);
     DebugLog("id=%s\n\n", id);
     // A file without an id lets nobody in, not even with an empty one, and neither does an id that may have been cut.
+    const bool whole = id + strlen(id) < session + sizeof session - 1;
     return whole && *id != '\0' && strcmp(id, given) == 0 ? 0 : -1;
 }
 
