@@ -1,7 +1,7 @@
 // The debug log on the router's console.
 //
-// A file that logs defines `kModule`, the name of its module in the log lines: "app" for the request gateway and the
-// objects, "applogin" for login.
+// A file that logs defines `kModule`, the name of its module in the log lines: "app" for the request gateway and most
+// objects; the others have names of their own, such as "applogin" for login.
 #ifndef BASE_DEBUG_LOG_H
 #define BASE_DEBUG_LOG_H
 
