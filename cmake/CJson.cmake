@@ -11,7 +11,7 @@ if(CJSON STREQUAL "system")
   find_library(CJSON_LIBRARY cjson REQUIRED)
 elseif(CJSON MATCHES "^(shared|static)$")
   enable_language(C)
-  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/script/cjson-source OUTPUT_VARIABLE CJSON_INCLUDE_DIR
+  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/script/library-source cjson OUTPUT_VARIABLE CJSON_INCLUDE_DIR
                   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   set(CJSON_LIBRARY cjson)
   string(TOUPPER ${CJSON} type)
