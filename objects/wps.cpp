@@ -5,7 +5,6 @@
 #include "base/command.h"
 #include "base/input.h"
 #include "base/json.h"
-#include "base/resource.h"
 #include "base/text.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -25,13 +24,11 @@ constexpr char kCancel[] = "echo wlan1 > /tmp/wscd_cancel ";
 
 int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *wps = cJSON_AddObjectToObject(reply, name);
-    const File file(fopen(kStatusPath, "r"));
-    if (!file) {
+    char status[5];  // four characters and the terminator
+    if (!read_beginning(kStatusPath, status)) {
         perror("open /tmp/wscd_status FAIL");
         return -1;  // no message
     }
-    char status[5] = {};  // four characters and the terminator
-    read_text(fileno(file.get()), status, sizeof status);
     add_number(wps, "status", decimal_value(status));
     return 0;
 }
