@@ -1,0 +1,45 @@
+#include <cjson/cJSON.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/json.h"
+#include "base/resource.h"
+#include "base/text.h"
+#include "gateway/dispatch.h"
+#include "gateway/request_state.h"
+#include "objects/diagnostics.h"
+
+namespace {
+
+// The dispatcher calls no handler whose object the request does not name, so no request shows what one would do then.
+
+TEST(Setters, LeaveAllAloneWithoutTheirObject) {
+    const Json request(cJSON_Parse(R"({"action":"set"})"));
+    for (const ObjectRow *row = ObjectHandlerTable; row->name[0] != '\0'; ++row) {
+        if (row->set == nullptr) {
+            continue;
+        }
+        put(err_msg, "as it was");
+        const Json reply(cJSON_CreateObject());
+        // A logout that was not asked for has not succeeded.
+        EXPECT_EQ(row->set(row->name, request.get(), reply.get()), std::string(row->name) == "logout" ? -1 : 0)
+            << row->name;
+        EXPECT_STREQ(err_msg, "as it was") << row->name;
+        EXPECT_EQ(reply->child, nullptr) << row->name;
+        EXPECT_EQ(save_config_flag | app_reinit_flag | wifi_reinit_flag | lan_reinit_flag | wan_reinit_flag, 0)
+            << row->name;
+    }
+}
+
+TEST(NetDig, IsInTheReplyAlsoWithoutARequestForIt) {
+    const Json request(cJSON_Parse(R"({"action":"get"})"));
+    const Json reply(cJSON_CreateObject());
+    EXPECT_EQ(app_get_netDig_handler("netDig", request.get(), reply.get()), -1);
+    EXPECT_STREQ(err_msg, "ERROR: not find netDig Object");
+    const cJSON *answer = find_item(reply.get(), "netDig");
+    ASSERT_TRUE(cJSON_IsObject(answer));
+    EXPECT_EQ(answer->child, nullptr);
+}
+
+}  // namespace
