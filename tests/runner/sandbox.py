@@ -370,7 +370,7 @@ class Sandbox:
                                    + (f":max_allocation_size_mb={memory >> 20}" if memory else ""))
             env["UBSAN_OPTIONS"] = "print_stacktrace=1:log_path=/.runner/sanitizer.log"
         if self.mode == "valgrind":
-            line += [f"/usr/libexec/valgrind/{VALGRIND_PARTS[0]}", "-q", "--vgdb=no", "--leak-check=full",
+            line += [f"/usr/libexec/valgrind/{VALGRIND_PARTS[0]}", "-q", "--vgdb=no", "--read-inline-info=no", "--leak-check=full",
                      "--show-leak-kinds=all", "--errors-for-leak-kinds=all", "--error-exitcode=98",
                      "--log-file=/.runner/valgrind.log"]
             env |= {"VALGRIND_LIB": "/usr/libexec/valgrind", "VALGRIND_LAUNCHER": "/usr/bin/valgrind.bin"}
