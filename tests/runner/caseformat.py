@@ -69,6 +69,14 @@ def expand(text):
     return STATIC_MACRO.sub(value, text)
 
 
+TIME_MACRO = re.compile(r"%TIME\((-?\d+)?\)%")
+
+
+def at_second(text, second):
+    """Fills in %TIME()%, that second, and %TIME(-90)%, 90 seconds before it."""
+    return TIME_MACRO.sub(lambda match: str(second + int(match[1] or 0)), text)
+
+
 SERIES_MACRO = re.compile(r"%(EACH|LIST)\((\d+),(\d+),")
 ENTRY = re.compile(r"%(\w+)\[(\d+)\]%")
 NUMBERED = re.compile(r"%(?:(\w+)\[)?(?:(\d+)([-+]))?i\]?(?::(0\d[xX]))?%")

@@ -16,7 +16,7 @@ import threading
 import time
 
 import caseformat
-from caseformat import CaseError, expand, to_bytes, to_text
+from caseformat import CaseError, at_second, expand, to_bytes, to_text
 
 libc = ctypes.CDLL(None, use_errno=True)
 
@@ -45,7 +45,6 @@ RECORD_SIZE = 364
 FILLER = 0x7fff  # the type of a record that only takes up room in the queue
 BUSY_FOR = 0.3   # seconds from a request's start in which the daemon reads nothing of a full queue
 STATION_SIZE = 63
-FILE_TIME = re.compile(r"%TIME\((-?\d+)\)%")
 
 
 # ---- rights: a name space where one can be had, else a changed root, else proot
@@ -308,8 +307,7 @@ class Sandbox:
             return
         target.parent.mkdir(parents=True, exist_ok=True)
         if isinstance(content, str):
-            text = FILE_TIME.sub(lambda match: str(self.laid_out + int(match[1])), expand(content))
-            target.write_bytes(to_bytes(text))
+            target.write_bytes(to_bytes(at_second(expand(content), self.laid_out)))
         elif content == {"type": "folder"}:
             target.mkdir()
         elif content == {"type": "fifo"}:

@@ -8,29 +8,27 @@ import math
 import re
 import time
 
-from caseformat import expand, resolve, to_bytes, to_text
+from caseformat import at_second, expand, resolve, to_bytes, to_text
 from sandbox import expected_record, libc
 
-TIME_MACRO = re.compile(r"%(SESSION|TIME|SINCE|UPTIME)\(([^)]*)\)%")
+CLOCK_MACRO = re.compile(r"%(SESSION|SINCE|UPTIME)\(([^)]*)\)%")
 DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
 
 def at_time(text, second, uptime=0, laid_out=0):
-    """Fills in what depends on the time: %TIME()%, the session id %SESSION(user)% of that second, %SINCE(-90)%, the
-    seconds since what the case's files name %TIME(-90)%, and %UPTIME()%."""
+    """Fills in what depends on the time: %TIME()% and %TIME(-90)%, the session id %SESSION(user)% of that second,
+    %SINCE(-90)%, which are the seconds since what the case's files name %TIME(-90)%, and %UPTIME()%."""
 
     def value(match):
-        if match[1] == "TIME":
-            return str(second)
         if match[1] == "SINCE":
             return str(second - laid_out - int(match[2]))
         if match[1] == "UPTIME":
             return str(uptime)
         return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
 
-    return DRAWN_MACRO.sub(lambda match: drawn(second, *match.groups()), TIME_MACRO.sub(value, text))
+    return DRAWN_MACRO.sub(lambda match: drawn(second, *match.groups()), CLOCK_MACRO.sub(value, at_second(text, second)))
 
 
 def drawn(second, add, factor, skip, count, characters):
