@@ -26,19 +26,10 @@ constexpr char kPoolAddressInvalid[] = "ERROR:invalid ip address";
 constexpr char kPoolInvalid[] = "ERROR:invalid_dhcprange";
 constexpr char kSubnetInvalid[] = "ERROR:invalid ip or mask";
 
-// Switches the DHCP server on with the lease time and the pool of the request. A failure leaves the mode switched in
-// the working copy, but commits nothing.
-int set_dhcp_server(const cJSON *lan, in_addr ip, in_addr mask) {
-    store_set(MIB_DHCP_MODE, kDhcpServer);
-    const cJSON *time = find_item(lan, "time");
-    const char *start_text = find_text(lan, "ipStart");
-    const char *end_text = find_text(lan, "ipEnd");
-    if (time == nullptr || start_text == nullptr || end_text == nullptr) {
-        DebugLog("ERROR:not find DHCP lease time/ipStart/ipEnd");
-        return -1;
-    }
-    const auto minutes = static_cast<unsigned>(integer_value(time));  // a negative time is large
-    if (minutes < 1 || minutes > kLongestLease) {
+// What the DHCP server gives away in the LAN of `ip` and `mask`, and for how long.
+int set_dhcp_pool(int minutes, const char *start_text, const char *end_text, in_addr ip, in_addr mask) {
+    const auto lease = static_cast<unsigned>(minutes);  // a negative time is large
+    if (lease < 1 || lease > kLongestLease) {
         return fail(kLeaseTimeInvalid);
     }
     in_addr start;
@@ -49,7 +40,7 @@ int set_dhcp_server(const cJSON *lan, in_addr ip, in_addr mask) {
     if (!check_lan_range(ip, mask, start, end)) {
         return fail(kPoolInvalid);
     }
-    store_set(MIB_DHCP_LEASE_TIME, integer_value(time));
+    store_set(MIB_DHCP_LEASE_TIME, minutes);
     store_set(MIB_DHCP_POOL_START, start);
     store_set(MIB_DHCP_POOL_END, end);
     return 0;
@@ -119,8 +110,19 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         }
     } else if (integer_value(dhcp) != kDhcpServer) {
         store_set(MIB_DHCP_MODE, integer_value(dhcp) == 1 ? 1 : 0);
-    } else if (set_dhcp_server(lan, ip, mask) != 0) {
-        return -1;
+    } else {
+        // Before the checks: a failed one leaves the mode switched in the working copy, but commits nothing.
+        store_set(MIB_DHCP_MODE, kDhcpServer);
+        const cJSON *time = find_item(lan, "time");
+        const char *start = find_text(lan, "ipStart");
+        const char *end = find_text(lan, "ipEnd");
+        if (time == nullptr || start == nullptr || end == nullptr) {
+            DebugLog("ERROR:not find DHCP lease time/ipStart/ipEnd");
+            return -1;
+        }
+        if (set_dhcp_pool(integer_value(time), start, end, ip, mask) != 0) {
+            return -1;
+        }
     }
     store_set(MIB_LAN_IP_ADDR, ip);
     store_set(MIB_LAN_SUBNET_MASK, mask);

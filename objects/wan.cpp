@@ -41,15 +41,10 @@ const char *or_no_address(const char *address) {
     return address[0] != '\0' ? address : "0.0.0.0";
 }
 
-// The type that a "wanInfo" asks for, as a string or as a number. It is a byte on the router, so only the low byte
-// counts.
-int wanted_type(const cJSON *info, const cJSON *type) {
-    const char *text = find_text(info, "type");
-    if (text == nullptr) {
-        return static_cast<int8_t>(integer_value(type));
-    }
-    DebugLog("wanInfo_wanType=%s", text);
-    return static_cast<int8_t>(decimal_value(text));
+// The type that a "wanInfo" asks for, as a number or, if there is one, as a text. It is a byte on the router, so only
+// the low byte counts.
+int wanted_type(const cJSON *number, const char *text) {
+    return static_cast<int8_t>(text != nullptr ? decimal_value(text) : integer_value(number));
 }
 
 // Stores the request's own text; which addresses make sense is for the firmware to find out.
@@ -60,12 +55,7 @@ void store_if_given(const cJSON *info, const char *key, TextItem<64> item) {
     }
 }
 
-int set_static_addresses(const cJSON *info) {
-    const char *ip = find_text(info, "ip");
-    if (ip == nullptr) {
-        return 0;
-    }
-    DebugLog("wanInfo_ip=%s", ip);
+int set_static_addresses(const cJSON *info, const char *ip) {
     const char *mask = find_text(info, "mask");
     if (mask == nullptr) {
         return -1;  // before the first write: an address without its mask would take the connection down
@@ -164,10 +154,18 @@ int app_set_wanInfo_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         DebugLog("ERROR: Not find wan type info");
         return -1;
     }
-    const int type = wanted_type(info, type_item);
+    const char *type_text = find_text(info, "type");
+    if (type_text != nullptr) {
+        DebugLog("wanInfo_wanType=%s", type_text);
+    }
+    const int type = wanted_type(type_item, type_text);
     const int dns_mode = dns_mode_item != nullptr && integer_value(dns_mode_item) != 0 ? 1 : 0;
-    if (type == kStatic && set_static_addresses(info) != 0) {
-        return -1;
+    const char *ip = find_text(info, "ip");
+    if (type == kStatic && ip != nullptr) {
+        DebugLog("wanInfo_ip=%s", ip);
+        if (set_static_addresses(info, ip) != 0) {
+            return -1;
+        }
     }
     if (type == kPppoe && set_ppp_account(info) != 0) {
         return -1;
