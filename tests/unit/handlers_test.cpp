@@ -9,6 +9,21 @@
 #include "gateway/dispatch.h"
 #include "gateway/request_state.h"
 #include "objects/diagnostics.h"
+#include "objects/mesh.h"
+#include "platform/apmib.h"
+#include "store/items.h"
+#include "store/wlan.h"
+
+namespace {
+
+int g_unreadable;  // the number of an item
+
+}  // namespace
+
+// The unit tests' store: all of it reads as zero, which the caller's buffer is already, but for one item.
+int apmib_get(int id, void * /*value*/) {
+    return id != g_unreadable ? 1 : 0;
+}
 
 namespace {
 
@@ -40,6 +55,20 @@ TEST(NetDig, IsInTheReplyAlsoWithoutARequestForIt) {
     const cJSON *answer = find_item(reply.get(), "netDig");
     ASSERT_TRUE(cJSON_IsObject(answer));
     EXPECT_EQ(answer->child, nullptr);
+}
+
+// Nothing behind it in a request reads an item of an interface, so no request shows this either.
+TEST(Mesh, LeavesTheSelectionAsItWasAlsoWhenItCannotRead) {
+    const Json request(cJSON_Parse(R"({"action":"get","mesh":{}})"));
+    for (const int unreadable : {0, MIB_MESH_ROLE.id, MIB_WLAN_MESH_BSS_TYPE.id, MIB_WLAN_DISABLED.id}) {
+        g_unreadable = unreadable;
+        select_wlan(kRadio2G, kGuestAccessPoint);
+        const Json reply(cJSON_CreateObject());
+        EXPECT_EQ(app_get_mesh_handler("mesh", request.get(), reply.get()), 0);
+        EXPECT_EQ(wlan_idx, kRadio2G) << unreadable;
+        EXPECT_EQ(vwlan_idx, kGuestAccessPoint) << unreadable;
+    }
+    g_unreadable = 0;
 }
 
 }  // namespace
