@@ -79,10 +79,15 @@ void store_network(const Network &network) {
     }
 }
 
-// The value of a key that holds a number or its text, in the type of the firmware's switches: 257 is 1, too.
-int8_t switch_value(const cJSON *item) {
-    const char *text = cJSON_GetStringValue(item);
-    return static_cast<int8_t>(text != nullptr ? decimal_value(text) : integer_value(item));
+// Whether a number means yes, in the type of the firmware's switches: 257 does, too.
+bool is_switched_on(int number) {
+    return static_cast<int8_t>(number) == 1;
+}
+
+// Both radios share one network. The app sends this as a number or as its text.
+bool is_combined(const cJSON *combine) {
+    const char *text = cJSON_GetStringValue(combine);
+    return is_switched_on(text != nullptr ? decimal_value(text) : integer_value(combine));
 }
 
 // Makes the Wi-Fi key the administrator's password.
@@ -171,10 +176,10 @@ int app_set_wifi_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         store_set(MIB_WLAN_SSID, network.ssid);
     }
     SetWlan_idx(kWlan5G);
-    store_network(switch_value(combine) == 1 ? shared_5g(network) : separate_5g(wifi, network));
+    store_network(is_combined(combine) ? shared_5g(network) : separate_5g(wifi, network));
 
-    const cJSON *as_password = find_item(wifi, "asSysPwd");
-    if (as_password != nullptr && switch_value(as_password) == 1 && network.key != nullptr) {
+    const char *as_password = find_text(wifi, "asSysPwd");  // the text of a number, never the number
+    if (as_password != nullptr && is_switched_on(decimal_value(as_password)) && network.key != nullptr) {
         store_account(network.key);
     }
     if (store_get(MIB_DUT_INIT) != 1) {
