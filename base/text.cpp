@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 bool put(Out out, const char *format, ...) {
     va_list arguments;
@@ -15,7 +16,12 @@ bool put(Out out, const char *format, ...) {
 }
 
 bool join(Out out, std::initializer_list<const char *> parts) {
-    char *at = out.text;
+    out.text[0] = '\0';
+    return append(out, parts);
+}
+
+bool append(Out out, std::initializer_list<const char *> parts) {
+    char *at = out.text + strlen(out.text);
     const char *const last = out.text + out.size - 1;
     bool fits = true;
     for (const char *part : parts) {

@@ -22,6 +22,9 @@ bool put(Out out, const char *format, ...) __attribute__((format(printf, 2, 3)))
 // joins texts, and the first use of the formatter costs it some 10 us.
 bool join(Out out, std::initializer_list<const char *> parts);
 
+// The same behind the text that `out` holds.
+bool append(Out out, std::initializer_list<const char *> parts);
+
 // The decimal digits of a number, for join() and the like.
 class Decimal {
   public:

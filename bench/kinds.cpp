@@ -160,7 +160,7 @@ const std::vector<Kind> kObjectKinds = {
       {"text", "30=password{n}"}, kCommit, {"message", "10=init gw all"}}},
     {"get wifiAdvance", false, R"({"action":"get","sessionid":"{s}","wifiAdvance":{"channel":0,"channel5":0,"channellst":0,)"
                                R"("channellst5":0,"disable":0,"disable5":0}})",
-     R"("disable5":	0)", 0, kTableBudget, {}},
+     R"("disable5":	0)", 0, kInstructionBudget, {}},
     {"set wifiAdvance", false, R"({"action":"set","sessionid":"{s}","wifiAdvance":{"disable":0,"disable5":0,"channel":{n},"channel5":36}})",
      R"("error":	0)", 0, kTableBudget,
      {{"wlan", "1.0"}, {"number", "22=0"}, {"wlan", "0.0"}, {"number", "22=0"}, {"wlan", "1.0"}, {"number", "2={n}"},

@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "base/json.h"
+#include "base/text.h"
 #include "gateway/request_state.h"
 #include "objects/channels.h"
 #include "objects/wifi.h"
@@ -22,12 +23,24 @@ void add_disabled(cJSON *answer, const char *key) {
     add_number(answer, key, store_get(MIB_WLAN_DISABLED));
 }
 
+// Adds the list as one text, in the form in which cJSON prints an array. An item for each number costs a request with
+// both lists 20,000 instructions more, 90,000 with numbers that cJSON prints.
+void add_list(cJSON *answer, const char *key, const ChannelList &list, int count) {
+    char text[sizeof list / sizeof list[0] * sizeof "255, "];
+    join(text, {"["});
+    for (int at = 0; at < count; ++at) {
+        append(text, {at > 0 ? ", " : "", Decimal(list[at]).c_str()});
+    }
+    append(text, {"]"});
+    add_item(answer, key, cJSON_CreateRaw(text));
+}
+
 void add_channels_24g(cJSON *answer, const char *key) {
     const int region = store_get(MIB_WLAN_REGION);
     const int item_285 = store_get(MIB_WLAN_ITEM_285);
     ChannelList list;
     const int count = ChannelList24G(region, item_285, list);
-    cJSON_AddItemToObject(answer, key, cJSON_CreateIntArray(list, count));
+    add_list(answer, key, list, count);
 }
 
 void add_channels_5g(cJSON *answer, const char *key) {
@@ -36,7 +49,7 @@ void add_channels_5g(cJSON *answer, const char *key) {
     const int width = store_get(MIB_WLAN_CHANNEL_WIDTH);
     ChannelList list;
     const int count = ChannelList5G(region, item_285, kWithDfs, width, list);
-    cJSON_AddItemToObject(answer, key, cJSON_CreateIntArray(list, count));
+    add_list(answer, key, list, count);
 }
 
 struct Answer {

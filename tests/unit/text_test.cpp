@@ -139,6 +139,19 @@ TEST(Join, SaysWhetherItFitted) {
     EXPECT_STREQ(out, "");
 }
 
+TEST(Append, PutsTextsBehindWhatIsThere) {
+    char out[6] = "a";
+    EXPECT_TRUE(append(out, {}));
+    EXPECT_STREQ(out, "a");
+    EXPECT_TRUE(append(out, {"b", "", "cd"}));
+    EXPECT_STREQ(out, "abcd");
+    EXPECT_FALSE(append(out, {"ef"}));
+    EXPECT_STREQ(out, "abcde");
+    EXPECT_TRUE(append(out, {""}));
+    EXPECT_FALSE(append(out, {"f"}));
+    EXPECT_STREQ(out, "abcde");
+}
+
 TEST(Decimal, PrintsEveryNumber) {
     EXPECT_STREQ(Decimal(0).c_str(), "0");
     EXPECT_STREQ(Decimal(-1).c_str(), "-1");
