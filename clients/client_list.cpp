@@ -41,16 +41,19 @@ constexpr WirelessInterface kInterfaces[] = {
     {"wlan1-va3", "2g"},
 };
 
-struct StationTable {
-    int count;
-    StationRow rows[kMostStations];
+// The stations of all interfaces.
+struct StationTables {
+    int counts[std::size(kInterfaces)];
+    StationRow rows[std::size(kInterfaces) * kMostStations];  // one interface's behind those of the one before
 };
 
-// What the builder knows while it builds one list. Beside the leases and the tables, a source is read when the first
-// client needs it.
+// Tables of fixed size, of which most homes fill little. They are static, because a page of static memory is the
+// process's own only once something is written there.
+LeaseList leases;
+StationTables stations;
+
+// What else the builder knows while it builds one list. A file is read when the first client needs it.
 struct Sources {
-    LeaseList leases;
-    StationTable stations[std::size(kInterfaces)];
     SwitchArp arp;
     SwitchPorts ports;
     TopologySearch topology;
@@ -58,11 +61,11 @@ struct Sources {
 };
 
 void read_sources(Sources &sources) {
-    cmnt_cgiGetDHCPLeases(&sources.leases, 1);
-    StationTable *table = sources.stations;
-    for (const WirelessInterface &interface : kInterfaces) {
-        table->count = wirelessClientList(interface.name, table->rows);
-        ++table;
+    cmnt_cgiGetDHCPLeases(&leases, 1);
+    StationRow *rows = stations.rows;
+    for (size_t i = 0; i < std::size(kInterfaces); ++i) {
+        stations.counts[i] = wirelessClientList(kInterfaces[i].name, rows);
+        rows += stations.counts[i];
     }
     open_traffic_file(sources.traffic);
 }
@@ -76,15 +79,15 @@ void set_link(ClientRecord &client, const char *type, int32_t rssi, const char *
 
 // The sources of a client's link. Each sets it and returns true if it knows the client.
 
-bool find_wireless(const Sources &sources, ClientRecord &client) {
-    const StationTable *table = sources.stations;
-    for (const WirelessInterface &interface : kInterfaces) {
-        const StationRow *row = find_mac(table->rows, table->count, client.mac);
+bool find_wireless(ClientRecord &client) {
+    const StationRow *rows = stations.rows;
+    for (size_t i = 0; i < std::size(kInterfaces); ++i) {
+        const StationRow *row = find_mac(rows, stations.counts[i], client.mac);
         if (row != nullptr) {
-            set_link(client, interface.type, static_cast<int32_t>(row->rssi), row->txRate, row->rxRate);
+            set_link(client, kInterfaces[i].type, static_cast<int32_t>(row->rssi), row->txRate, row->rxRate);
             return true;
         }
-        ++table;
+        rows += stations.counts[i];
     }
     return false;
 }
@@ -111,7 +114,7 @@ bool find_in_mesh(Sources &sources, ClientRecord &client) {
 
 // What the router sees itself comes before what others say of the client.
 void find_link(Sources &sources, ClientRecord &client) {
-    if (!find_wireless(sources, client) && !find_wired(sources, client) && !find_in_mesh(sources, client)) {
+    if (!find_wireless(client) && !find_wired(sources, client) && !find_in_mesh(sources, client)) {
         set_link(client, kTypeUnknown, 0, "", "");
     }
 }
@@ -126,10 +129,11 @@ void find_traffic(Sources &sources, ClientRecord &client) {
 }
 
 void describe(const ArpEntry &entry, Sources &sources, ClientRecord &client) {
+    client = {};
     memcpy(client.mac, entry.mac, sizeof client.mac);
     join(client.ip, {inet_ntoa(in_addr{entry.ip})});
     find_link(sources, client);
-    cmnt_findLeaseName(&sources.leases, client.mac, &client.name);
+    cmnt_findLeaseName(&leases, client.mac, &client.name);
     const bool known = strcmp(client.conType, kTypeUnknown) != 0;
     client.presence = known ? kPresent : 0;
     client.isKnown = known ? 1 : 0;
@@ -149,6 +153,7 @@ int cmnt_getClientList(ClientList *list) {
     if (list == nullptr) {
         return -1;
     }
+    list->count = 0;
     ArpEntry entries[kArpEntryLimit] = {};
     const int count = std::min(get_proc_arp_list(kBridge, entries), kArpEntryLimit);
     if (count <= 0) {

@@ -35,7 +35,7 @@ struct ClientList {
     ClientRecord clients[kMostClients];
 };
 
-// Fills a list that is zero. Returns the number of clients; -1 when there is no list.
+// Fills the list; records from `count` on are as they were. Returns the number of clients; -1 when there is no list.
 int cmnt_getClientList(ClientList *list);
 
 #endif

@@ -183,7 +183,7 @@ int getWlStaInfo(const char *interface, void *buffer) {
     return driver.ask(kAxPrivateRequest, request) ? 0 : -1;
 }
 
-int wirelessClientList(const char *interface, StationRow (&rows)[kMostStations]) {
+int wirelessClientList(const char *interface, StationRow *rows) {
     const std::unique_ptr<StaInfoEntry, FreeMemory> table(
         static_cast<StaInfoEntry *>(calloc(kStationSlots, sizeof(StaInfoEntry))));
     if (!table) {

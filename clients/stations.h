@@ -17,9 +17,9 @@ struct StationRow {
 
 constexpr int kMostStations = kStationSlots - 1;
 
-// Fills `rows` with the associated stations of an interface, in the driver's order, and returns how many they are. 0,
-// too, when there is no such interface or the driver refuses.
-int wirelessClientList(const char *interface, StationRow (&rows)[kMostStations]);
+// Fills `rows`, which has room for kMostStations, with the associated stations of an interface, in the driver's order,
+// and returns how many they are. 0, too, when there is no such interface or the driver refuses.
+int wirelessClientList(const char *interface, StationRow *rows);
 
 // Fills `buffer`, of kStationTableSize bytes, from the driver. 0; -1: the driver did not answer.
 int getWlStaInfo(const char *interface, void *buffer);

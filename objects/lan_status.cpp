@@ -17,6 +17,9 @@ constexpr char kModule[] = "app";
 constexpr char kNoTopology[] = "ERROR:open topology_json file fail";
 constexpr char kTopologyInvalid[] = "ERROR:Parse topology_json file fail";
 
+// The devices of the LAN. Static like the tables that it is made from: what a home does not fill takes no memory.
+ClientList list;
+
 // Adds a text of the list, whose texts are what drivers and files hold.
 void add_text(cJSON *object, const char *key, char *text) {
     add_item(object, key, cJSON_CreateString(make_valid_utf8(text)));
@@ -57,7 +60,6 @@ cJSON *describe_station(ClientRecord &client) {
 int app_get_lanStatus_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *answer = cJSON_AddObjectToObject(reply, name);
     cJSON *devices = cJSON_AddArrayToObject(answer, "devlist");
-    ClientList list = {};
     const int count = cmnt_getClientList(&list);
     for (int i = 0; i < count; ++i) {
         ClientRecord &client = list.clients[i];
@@ -71,14 +73,14 @@ int app_get_lanStatus_handler(const char *name, cJSON * /*request*/, cJSON *repl
 
 int app_get_meshStatus_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *answer = cJSON_AddObjectToObject(reply, name);
-    const OwnedText text = read_topology(kTopologyPath);
+    OwnedText text = read_topology(kTopologyPath);
     if (!text) {
         return fail(kNoTopology);
     }
     DebugLog("%s", text.get());
     Json topology(cJSON_Parse(make_valid_utf8(text.get())));
+    text.reset();
     // Also without a topology: it has the DHCP server write its leases afresh, which others read.
-    ClientList list = {};
     const int count = cmnt_getClientList(&list);
     if (!topology) {
         return fail(kTopologyInvalid);
