@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include "clients/client_list.h"
 #include "clients/leases.h"
 #include "clients/stations.h"
+#include "clients/switch_ports.h"
 #include "clients/traffic.h"
 
 namespace {
@@ -195,6 +197,25 @@ TEST(PidFromFile, IsTheNumberOfTheFirstLine) {
     EXPECT_EQ(pid_of(std::string(99, ' ') + "12\n"), 0);
 }
 
+TEST(DhcpLeases, WaitForTheServerAMillisecond) {
+    if (access("/var/run/udhcpd.pid", F_OK) == 0) {
+        GTEST_SKIP() << "this machine has a DHCP server of its own, which would be told";
+    }
+    LeaseList list = {};
+    const auto begin = std::chrono::steady_clock::now();
+    cmnt_cgiGetDHCPLeases(&list, 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1));
+}
+
+TEST(WiredClient, NeedsAllArguments) {
+    SwitchArp arp;
+    int port = 7;
+    EXPECT_EQ(cmnt_isClientfromWired(arp, nullptr, &port), 0);
+    EXPECT_EQ(cmnt_isClientfromWired(arp, kFirst, nullptr), 0);
+    EXPECT_EQ(port, 7);
+    EXPECT_EQ(arp.state, FileState::kNotRead);
+}
+
 struct Rates {
     int found;
     uint32_t upload;
@@ -250,14 +271,14 @@ TEST(TrafficRates, NeedAFileAndAllArguments) {
     EXPECT_EQ(download, 8U);
 }
 
-// A packet filter that notes how it is called, and lists these rules.
+// A packet filter that notes how it is called, lists these rules, and complains.
 class PacketFilter {
   public:
     explicit PacketFilter(const std::string &rules) {
         folder_.write("rules", rules);
         folder_.write("calls", "");
         folder_.write("iptables", "#!/bin/sh\necho \"$*\" >>" + folder_.path("calls") + "\n[ \"$1\" != -S ] || cat " +
-                                      folder_.path("rules") + "\n");
+                                      folder_.path("rules") + "\n[ \"$1\" = -S ] || echo complaint >&2\n");
         chmod(folder_.path("iptables").c_str(), 0755);
         setenv("PATH", (folder_.path("") + ":" + path_).c_str(), 1);
     }
@@ -290,6 +311,16 @@ TEST(AccountingRules, AreAddedWhereTheyAreMissing) {
     const PacketFilter no_address("");
     speedtest_add_rules(nullptr);
     EXPECT_EQ(no_address.calls(), "");
+}
+
+TEST(AccountingRules, AreChangedInSilence) {
+    const PacketFilter filter("-A speedtest -d 192.168.1.5/32 -o br0\n");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    speedtest_add_rules("192.168.1.5");
+    speedtest_del_rules("192.168.1.5");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(AccountingRules, AreDeleted) {
