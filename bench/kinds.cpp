@@ -142,7 +142,7 @@ const std::vector<Kind> kObjectKinds = {
     {"set dutInfo", false, R"({"action":"set","sessionid":"{s}","dutInfo":{"name":"Room {n}","init":1}})",
      R"("error":	0)", 0, kInstructionBudget, {{"text", "186=Room {n}"}, {"number", "4201=1"}, kCommit}},
     {"get wanInfo", false, R"({"action":"get","sessionid":"{s}","wanInfo":{}})",
-     R"("dnsmode")", 0, kInstructionBudget, {}},
+     R"("ip":	"203.0.113.2")", 0, kInstructionBudget, {}},
     {"set wanInfo", false, R"({"action":"set","sessionid":"{s}","wanInfo":{"type":"0","ip":"203.0.113.77","mask":"255.255.255.0",)"
                            R"("gateway":"203.0.113.1","dns1":"{n}"}})",
      R"("error":	0)", 0, kTableBudget,
@@ -191,7 +191,7 @@ const std::vector<Kind> kObjectKinds = {
     {"get timeZone", false, R"({"action":"get","sessionid":"{s}","timeZone":{}})",
      R"("timeZoneIndex")", 0, kInstructionBudget, {}},
     {"get lan", false, R"({"action":"get","sessionid":"{s}","lan":{}})",
-     R"("ipEnd")", 0, kInstructionBudget, {}},
+     R"("ip":	"192.168.1.1")", 0, kInstructionBudget, {}},
     {"set lan", false, R"({"action":"set","sessionid":"{s}","lan":{"ip":"192.168.1.1","mask":"255.255.255.0","dhcp":2,"time":{n},)"
                        R"("ipStart":"192.168.1.50","ipEnd":"192.168.1.99"}})",
      R"("error":	0)", 0, kTableBudget,
