@@ -25,8 +25,9 @@
 #include "platform/apmib.h"
 #include "tests/runner/doubles/events.h"
 
-int wlan_idx = 0;
-int vwlan_idx = 0;
+// Not what a router's store begins with, but an interface that no object means: who forgets to select one is seen.
+int wlan_idx = 1;
+int vwlan_idx = 4;
 
 namespace {
 
