@@ -11,6 +11,6 @@ constexpr char kNotSent[] = "ERROR: send MSG_CALL_SYSCONF fail";
 int reload_firewall() {
     SysMsgRecord record = {};
     record.msg_type = MSG_CALL_SYSCONF;
-    put(record.sysconfArgv, "firewall");
+    join(record.sysconfArgv, {"firewall"});
     return msg_send(record) == 0 ? 0 : fail(kNotSent);
 }

@@ -2,8 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
-
-#include "base/text.h"
+#include <initializer_list>
 
 namespace {
 constexpr size_t kWeekdays = 7;
@@ -26,18 +25,20 @@ uint8_t parse_week_mask(const char *text) {
 }
 
 WeekText print_week_mask(uint8_t mask) {
-    int digits = 0;  // the mask's bits, read as a decimal number
+    WeekText week = {};
+    char *digit = week.text;
     for (unsigned day = kFirstWeekday; day != 0; day >>= 1) {
-        digits = digits * 10 + ((mask & day) != 0 ? 1 : 0);
+        *digit++ = (mask & day) != 0 ? '1' : '0';
     }
-    WeekText week;
-    put(week.text, "%07d", digits);
     return week;
 }
 
 CompactTime compact_time(const char *time) {
-    CompactTime compact;
-    put(compact.text, "%.2s%.2s%.2s", time, time + 3, time + 6);
+    CompactTime compact = {};
+    char *at = compact.text;
+    for (const int place : {0, 1, 3, 4, 6, 7}) {
+        *at++ = time[place];
+    }
     return compact;
 }
 

@@ -7,7 +7,6 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/mac_text.h"
-#include "base/text.h"
 #include "gateway/request_state.h"
 #include "objects/firewall_reload.h"
 #include "objects/schedule_text.h"
@@ -222,8 +221,7 @@ int app_get_sec_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     for (int i = 0; i < count; ++i) {
         MacFilterEntry &entry = entries[i];
         char mac[kMacDigits + 1];
-        put(mac, "%02X%02X%02X%02X%02X%02X", entry.mac[0], entry.mac[1], entry.mac[2], entry.mac[3], entry.mac[4],
-            entry.mac[5]);
+        print_mac_digits(entry.mac, mac);
         const WeekText week = print_week_mask(entry.week);
         const char *const device[] = {mac, field_text(entry.comment), field_text(entry.time), week.text};
         cJSON_AddItemToArray(list, cJSON_CreateStringArray(device, 4));

@@ -72,7 +72,7 @@ int app_get_urlfilter_handler(const char *name, cJSON * /*request*/, cJSON *repl
     for (int index = 0; table_next(MIB_URLFILTER_TBL_NUM, count, index, entry);) {
         if (entry.list < kListCount) {
             char key[16];
-            put(key, "url%d", ++lengths[entry.list]);
+            join(key, {"url", Decimal(++lengths[entry.list]).c_str()});
             cJSON_AddStringToObject(lists[entry.list], key, field_text(entry.keyword));
         }
     }

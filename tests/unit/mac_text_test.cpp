@@ -74,6 +74,14 @@ TEST(ParseMacText, WantsTwelveCharacters) {
     EXPECT_EQ(ParseMacHex("A0B1C2D3E4F56", mac), 1);
 }
 
+TEST(PrintMacDigits, PrintsUpperCase) {
+    char text[13];
+    print_mac_digits({0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5}, text);
+    EXPECT_STREQ(text, "A0B1C2D3E4F5");
+    print_mac_digits({0, 1, 9, 15, 16, 255}, text);
+    EXPECT_STREQ(text, "0001090F10FF");
+}
+
 TEST(PrintMacText, PrintsLowerCaseWithColons) {
     char text[18];
     print_mac_text({0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5}, text);
