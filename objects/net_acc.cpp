@@ -71,13 +71,11 @@ int apply_settings(const cJSON *device, int time_control, SchNetAccEntry &entry)
     if (time_control != 0 && (start == nullptr || end == nullptr || week == nullptr || name == nullptr)) {
         return fail(kNoTimeOrWeek);
     }
-    // A text is stored over zeros, so that nothing of a longer one remains behind it.
     if (start != nullptr && end != nullptr) {
         if (strlen(start) != kClockTimeLength || strlen(end) != kClockTimeLength) {
             return fail(kTimeLength);
         }
-        memset(entry.time_span, 0, sizeof entry.time_span);
-        put(entry.time_span, "%s,%s", compact_time(start).text, compact_time(end).text);
+        join(entry.time_span, {compact_time(start).text, ",", compact_time(end).text});  // which fills it
     }
     if (week != nullptr) {
         if (strlen(week) != kWeekLength) {
@@ -86,6 +84,7 @@ int apply_settings(const cJSON *device, int time_control, SchNetAccEntry &entry)
         entry.week = parse_week_mask(week);
     }
     if (name != nullptr) {
+        // Over zeros, so that nothing of a longer name remains behind it.
         memset(entry.name, 0, sizeof entry.name);
         if (name[0] == '\0' || !fit_text(name, entry.name, sizeof entry.name)) {
             return fail(kNameFormat);
