@@ -79,15 +79,15 @@ void store_network(const Network &network) {
     }
 }
 
-// Whether a number means yes, in the type of the firmware's switches: 257 does, too.
-bool is_switched_on(int number) {
-    return static_cast<int8_t>(number) == 1;
+// Whether a text means yes. It is read into the type of the firmware's switches, which is a byte: "257" does, too.
+bool is_switched_on(const char *text) {
+    return static_cast<int8_t>(decimal_value(text)) == 1;
 }
 
-// Both radios share one network. The app sends this as a number or as its text.
+// Both radios share one network. The app sends this as a text or as a number, which counts as it is.
 bool is_combined(const cJSON *combine) {
     const char *text = cJSON_GetStringValue(combine);
-    return is_switched_on(text != nullptr ? decimal_value(text) : integer_value(combine));
+    return text != nullptr ? is_switched_on(text) : integer_value(combine) == 1;
 }
 
 // Makes the Wi-Fi key the administrator's password.
@@ -179,7 +179,7 @@ int app_set_wifi_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     store_network(is_combined(combine) ? shared_5g(network) : separate_5g(wifi, network));
 
     const char *as_password = find_text(wifi, "asSysPwd");  // the text of a number, never the number
-    if (as_password != nullptr && is_switched_on(decimal_value(as_password)) && network.key != nullptr) {
+    if (as_password != nullptr && is_switched_on(as_password) && network.key != nullptr) {
         store_account(network.key);
     }
     if (store_get(MIB_DUT_INIT) != 1) {
