@@ -34,6 +34,9 @@ bool table_count(TableItem<Record> table, int32_t &count) {
 template <typename Record>
 bool table_read(TableItem<Record> table, int index, Record &record) {
     record = {};
+    if (index > kHighestIndex) {
+        return false;  // a damaged count says that there are more
+    }
     *reinterpret_cast<uint8_t *>(&record) = static_cast<uint8_t>(index);
     return store_read_raw(table_id::entry(table.count_id), &record);
 }

@@ -12,6 +12,7 @@
 #include "objects/mesh.h"
 #include "platform/apmib.h"
 #include "store/items.h"
+#include "store/table.h"
 #include "store/wlan.h"
 
 namespace {
@@ -26,6 +27,13 @@ int apmib_get(int id, void * /*value*/) {
 }
 
 namespace {
+
+// A store that takes entry 256 for 0 would give a reader with a damaged count entries for ever.
+TEST(Tables, EndWithTheHighestNumberOfAnEntry) {
+    AclEntry entry;
+    EXPECT_TRUE(table_read(MIB_WLAN_ACL_NUM, 255, entry));
+    EXPECT_FALSE(table_read(MIB_WLAN_ACL_NUM, 256, entry));
+}
 
 // The dispatcher calls no handler whose object the request does not name, so no request shows what one would do then.
 
