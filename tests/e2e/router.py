@@ -3,9 +3,11 @@
 import ctypes
 import os
 import pathlib
+import random
 import re
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -31,12 +33,17 @@ def adopt_orphans():
     LIBC.prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
-def free_port():
-    import socket
+GIVEN_PORTS = set()
 
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+
+def free_port():
+    """A port below those that clients get: one of these may be a request's the moment after it was seen to be free."""
+    while True:
+        port = random.randrange(20000, 32000)
+        with socket.socket() as probe:
+            if port not in GIVEN_PORTS and probe.connect_ex(("127.0.0.1", port)) != 0:  # nobody listens
+                GIVEN_PORTS.add(port)
+                return port
 
 
 def processes():
