@@ -60,6 +60,13 @@ Decimal::Decimal(long long value) : first_(text_ + sizeof text_ - 1) {
     }
 }
 
+Dotted::Dotted(in_addr address) {
+    uint8_t octets[4];
+    memcpy(octets, &address, sizeof octets);
+    join(text_, {Decimal(octets[0]).c_str(), ".", Decimal(octets[1]).c_str(), ".", Decimal(octets[2]).c_str(), ".",
+                 Decimal(octets[3]).c_str()});
+}
+
 int decimal_value(const char *text) {
     const long value = strtol(text, nullptr, 10);
     if (value > INT_MAX) {

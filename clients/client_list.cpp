@@ -1,7 +1,5 @@
 #include "clients/client_list.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -131,7 +129,7 @@ void find_traffic(Sources &sources, ClientRecord &client) {
 void describe(const ArpEntry &entry, Sources &sources, ClientRecord &client) {
     client = {};
     memcpy(client.mac, entry.mac, sizeof client.mac);
-    join(client.ip, {inet_ntoa(in_addr{entry.ip})});
+    join(client.ip, {Dotted(in_addr{entry.ip}).c_str()});
     find_link(sources, client);
     cmnt_findLeaseName(&leases, client.mac, &client.name);
     const bool known = strcmp(client.conType, kTypeUnknown) != 0;

@@ -1,6 +1,5 @@
 #include "clients/leases.h"
 
-#include <arpa/inet.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -40,7 +39,7 @@ void refresh_lease_file() {
     const pid_t server = get_pid_from_file(kPidPath);
     if (server > 0) {
         char command[64];
-        put(command, "kill -SIGUSR1 %d\n", server);
+        join(command, {"kill -SIGUSR1 ", Decimal(server).c_str(), "\n"});
         run_command(command);
     }
     usleep(kRefreshPause);
@@ -53,7 +52,7 @@ void add_lease(LeaseList *list, const FileLease &lease) {
     memcpy(entry.mac, lease.mac, sizeof entry.mac);
     in_addr ip;
     memcpy(&ip, lease.ip, sizeof ip);
-    join(entry.ip, {inet_ntoa(ip)});
+    join(entry.ip, {Dotted(ip).c_str()});
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ int route_to_ip(const char * /*target*/, const char * /*request*/, char ** /*rep
 
 void forward(Json request, const char *ip) {
     char target[16] = {};
-    put(target, "%s", ip);  // an address has at most 15 characters; a longer text is none and is cut
+    join(target, {ip});  // an address has at most 15 characters; a longer text is none and is cut
     cJSON_DeleteItemFromObject(request.get(), "ip");
     const OwnedText text(cJSON_Print(request.get()));
     request.reset();

@@ -1,7 +1,5 @@
 // The entry: one process, one request. main() is the road of a request from top to bottom.
 
-#include <arpa/inet.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,9 +34,7 @@ bool is_from_controller(const char *remote_address) {
     }
     in_addr gateway;
     get_default_gateway(gateway);  // unreadable routes leave an address that no client has
-    char text[INET_ADDRSTRLEN];
-    inet_ntop(AF_INET, &gateway, text, sizeof text);
-    return strcmp(text, remote_address) == 0;
+    return strcmp(Dotted(gateway).c_str(), remote_address) == 0;
 }
 
 // What the system daemon is to restart; nullptr when no flag is raised. One request asks for one restart, by priority.
@@ -132,7 +128,7 @@ int main() {
         return 0;
     }
     record.msg_type = MSG_CALL_SYSCONF;
-    put(record.sysconfArgv, "%s", sysconf);
+    join(record.sysconfArgv, {sysconf});
     if (wifi_reinit_flag != 0) {
         DebugLog("sysconfArgv=%s\n", record.sysconfArgv);
     }

@@ -65,7 +65,7 @@ uint32_t find_generator_start() {
 BackhaulCredentials generate_backhaul_credentials(uint32_t start) {
     srand(start);
     BackhaulCredentials credentials = {};
-    put(credentials.ssid, "%s-", kBackhaulSsidMark);
+    join(credentials.ssid, {kBackhaulSsidMark, "-"});
     draw(kSsidCharacters, credentials.ssid, sizeof kBackhaulSsidMark);
     draw(kKeyCharacters, credentials.key, 0);
     return credentials;

@@ -26,8 +26,8 @@ int add_agents(const cJSON *node, AgentAddress (&agents)[kMostAgents], int count
         const char *mac = find_text(device, "mac_address");
         const char *ip = find_text(device, "ip_addr");
         if (mac != nullptr && ip != nullptr) {
-            put(agents[count].mac, "%s", mac);
-            put(agents[count].ip, "%s", ip);
+            join(agents[count].mac, {mac});
+            join(agents[count].ip, {ip});
             ++count;
         }
         count = add_agents(device, agents, count);
@@ -74,7 +74,7 @@ void prepare(TopologySearch &search) {
 void take_text(const cJSON *station, const char *key, Out out) {
     const char *text = find_text(station, key);
     if (text != nullptr) {
-        put(out, "%s", text);
+        join(out, {text});
     }
 }
 

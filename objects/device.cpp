@@ -92,7 +92,7 @@ int app_set_timeZone_handler(const char *name, cJSON *request, cJSON * /*reply*/
 
 int app_get_opMode_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     char mode[5];  // a sign, three digits and the terminator
-    put(mode, "%d", store_get(MIB_OP_MODE));
+    join(mode, {Decimal(store_get(MIB_OP_MODE)).c_str()});
     cJSON *object = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(object, "opMode", mode);
     return 0;

@@ -56,7 +56,7 @@ Identity read_identity() {
 
 void add_identity(cJSON *reply, const MacText &mac, const Identity &identity, const char *date) {
     char hardware_version[12];  // a sign, ten digits and the terminator
-    put(hardware_version, "%d", identity.board_version);
+    join(hardware_version, {Decimal(identity.board_version).c_str()});
     cJSON *info = cJSON_AddObjectToObject(reply, "dutInfo");
     cJSON_AddStringToObject(info, "mac", mac.text);
     cJSON_AddStringToObject(info, "type", kDeviceType);

@@ -1,6 +1,5 @@
 #include "objects/interface_address.h"
 
-#include <arpa/inet.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -21,8 +20,10 @@ bool ask_interface(const char *interface, uint16_t question, ifreq &out) {
         perror("socket error!\n");
         return false;
     }
+    char name[15];  // a longer one is cut
+    join(name, {interface});
     out = {};
-    put(out.ifr_name, "%.14s", interface);
+    join(out.ifr_name, {name});
     const bool answered = ioctl(any_socket, question, &out) >= 0;
     if (!answered) {
         perror("ioctl error!\n");
@@ -38,7 +39,7 @@ bool read_ipv4(const char *interface, uint16_t question, char (&out)[INET_ADDRST
     }
     sockaddr_in address;
     memcpy(&address, &answer.ifr_addr, sizeof address);  // the netmask comes in the same place
-    return put(out, "%s", inet_ntoa(address.sin_addr));
+    return join(out, {Dotted(address.sin_addr).c_str()});
 }
 
 }  // namespace

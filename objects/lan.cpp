@@ -73,8 +73,8 @@ int app_get_lan_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON_AddStringToObject(lan, "mask", mask);
     add_number(lan, "dhcp", store_get(MIB_DHCP_MODE));
     add_number(lan, "time", store_get(MIB_DHCP_LEASE_TIME));
-    cJSON_AddStringToObject(lan, "ipStart", inet_ntoa(store_get(MIB_DHCP_POOL_START)));
-    cJSON_AddStringToObject(lan, "ipEnd", inet_ntoa(store_get(MIB_DHCP_POOL_END)));
+    cJSON_AddStringToObject(lan, "ipStart", Dotted(store_get(MIB_DHCP_POOL_START)).c_str());
+    cJSON_AddStringToObject(lan, "ipEnd", Dotted(store_get(MIB_DHCP_POOL_END)).c_str());
     return 0;
 }
 

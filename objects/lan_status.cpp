@@ -45,7 +45,7 @@ cJSON *describe_station(ClientRecord &client) {
     char mac[kMacDigits + 1];
     print_mac_digits(client.mac, mac);
     char rssi[16];
-    put(rssi, "%d", client.rssi);
+    join(rssi, {Decimal(client.rssi).c_str()});
     cJSON *station = cJSON_CreateObject();
     add_text(station, "station_mac", mac);
     add_text(station, "station_rssi", rssi);

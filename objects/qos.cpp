@@ -55,22 +55,6 @@ uint32_t order_of(in_addr address) {
            static_cast<uint32_t>(octets[1]) << 8 | octets[0];
 }
 
-// An address as four decimal numbers. inet_ntop() prints the same, but by way of the C library's formatter: some 2,000
-// instructions an address.
-class Dotted {
-  public:
-    explicit Dotted(in_addr address) {
-        uint8_t octets[4];
-        memcpy(octets, &address, sizeof octets);
-        join(text_, {Decimal(octets[0]).c_str(), ".", Decimal(octets[1]).c_str(), ".", Decimal(octets[2]).c_str(), ".",
-                     Decimal(octets[3]).c_str()});
-    }
-    const char *c_str() const { return text_; }
-
-  private:
-    char text_[INET_ADDRSTRLEN];
-};
-
 // Whether a rule can be shown to the app, which knows nothing of the fields looked at here.
 bool is_listed(const QosRuleEntry &rule, bool wan_is_static, bool has_vlans) {
     constexpr uint8_t kNoMac[sizeof rule.second_mac] = {};

@@ -177,8 +177,8 @@ int start_upgrade(const cJSON *sys) {
     }
     SysMsgRecord record = {};
     record.msg_type = MSG_APP_FWUPG;
-    put(record.firmware_url, "%s", url);
-    put(record.firmware_md5, "%s", md5);
+    join(record.firmware_url, {url});
+    join(record.firmware_md5, {md5});
     return msg_send(record) == 0 ? 0 : fail(kUpgradeNotSent);
 }
 

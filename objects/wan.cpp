@@ -1,7 +1,5 @@
 #include "objects/wan.h"
 
-#include <arpa/inet.h>
-
 #include <cstdint>
 #include <cstring>
 
@@ -113,7 +111,7 @@ int app_get_wanInfo_handler(const char *name, cJSON * /*request*/, cJSON *reply)
         type = kType20;
     }
     char type_text[5];  // a sign, three digits and the terminator
-    put(type_text, "%d", type);
+    join(type_text, {Decimal(type).c_str()});
     cJSON *info = cJSON_AddObjectToObject(reply, name);
     cJSON_AddStringToObject(info, "type", type_text);
     if (type == kPppoe) {
@@ -135,7 +133,7 @@ int app_get_wanInfo_handler(const char *name, cJSON * /*request*/, cJSON *reply)
     cJSON_AddStringToObject(info, "ip", or_no_address(ip));
     cJSON_AddStringToObject(info, "mask", or_no_address(mask));
     // Without a default route this is 255.255.255.255, which apps know as "none".
-    cJSON_AddStringToObject(info, "gateway", inet_ntoa(gateway));
+    cJSON_AddStringToObject(info, "gateway", Dotted(gateway).c_str());
     cJSON_AddStringToObject(info, "dns1", or_no_address(servers.first));
     cJSON_AddStringToObject(info, "dns2", or_no_address(servers.second));
     return 0;

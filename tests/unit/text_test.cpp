@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -159,6 +160,12 @@ TEST(Decimal, PrintsEveryNumber) {
     EXPECT_STREQ(Decimal(UINT32_MAX).c_str(), "4294967295");
     EXPECT_STREQ(Decimal(INT64_MAX).c_str(), "9223372036854775807");
     EXPECT_STREQ(Decimal(INT64_MIN).c_str(), "-9223372036854775808");
+}
+
+TEST(Dotted, PrintsAnAddressAsTheCLibraryDoes) {
+    for (const char *address : {"0.0.0.0", "255.255.255.255", "192.168.1.10", "1.2.3.4", "100.20.3.0"}) {
+        EXPECT_STREQ(Dotted(in_addr{inet_addr(address)}).c_str(), address);
+    }
 }
 
 TEST(ReadLine, ContinuesALongLineAsTheNext) {
