@@ -11,6 +11,7 @@ import shutil
 import signal
 import socket
 import stat
+import struct
 import subprocess
 import threading
 import time
@@ -33,6 +34,8 @@ CLONE_NEWNS, CLONE_NEWIPC, CLONE_NEWUSER = 0x20000, 0x8000000, 0x10000000
 MS_BIND, MS_REC, MS_PRIVATE = 4096, 16384, 1 << 18
 IPC_RMID, IPC_STAT, IPC_NOWAIT, MSG_EXCEPT = 0, 2, 0o4000, 0o20000
 IN_OPEN = 0x20
+IN_CLOSE_WRITE = 0x8
+EVENT_SIZE = 16  # of one without a name
 SO_SNDBUFFORCE = 32
 VALGRIND_PARTS = ["memcheck-amd64-linux", "vgpreload_core-amd64-linux.so", "vgpreload_memcheck-amd64-linux.so",
                   "default.supp"]
@@ -201,6 +204,7 @@ class Sandbox:
         self.proot = not can_chroot() or self.needs_proc and not self.own_space
         self.build(pathlib.Path(binary))
         self.base = self.snapshot()
+        self.openings = Openings()
 
     def path(self, inside):
         return self.root / inside.lstrip("/")
@@ -246,14 +250,16 @@ class Sandbox:
 
     def walk(self):
         """Every path of the root with its status, the runner's own folder left out."""
-        pending = [self.root]
+        root = str(self.root)
+        own = f"{root}/.runner"
+        pending = [root]
         while pending:
             with os.scandir(pending.pop()) as entries:
                 for entry in entries:
-                    if entry.path == str(self.root / ".runner"):
+                    if entry.path == own:
                         continue
                     status = entry.stat(follow_symlinks=False)
-                    yield entry.path[len(str(self.root)):], status
+                    yield entry.path[len(root):], status
                     if stat.S_ISDIR(status.st_mode):
                         pending.append(entry.path)
 
@@ -388,7 +394,7 @@ class Sandbox:
         self.path("/.runner/events").write_bytes(b"")
         self.path("/.runner/commands").write_bytes(command_table(step.get("commands", {})))
         seen = {"laid_out": self.laid_out, "started": time.time()}
-        with Console(self.path("/dev/console")) as console, contextlib.ExitStack() as stack:
+        with Console(self.path("/dev/console"), self.openings) as console, contextlib.ExitStack() as stack:
             replies, stdout = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
             stack.enter_context(replies)
             make_room(stdout)
@@ -454,14 +460,13 @@ def messages(replies):
 class Console:
     """The console device: a pipe that is read all the time; every opening is counted."""
 
-    def __init__(self, path):
+    def __init__(self, path, openings):
         self.text = bytearray()
-        self.pipe = self.watch = None
+        self.pipe = None
+        self.openings = openings
         if path.is_fifo():
             self.pipe = os.open(path, os.O_RDWR | os.O_NONBLOCK)
-            self.watch = libc.inotify_init1(os.O_NONBLOCK)
-            if libc.inotify_add_watch(self.watch, bytes(path), IN_OPEN | 0x8) < 0:  # with the closings: they keep
-                raise OSError(ctypes.get_errno(), "inotify")                        # two openings two events
+            openings.begin(path)
 
     def __enter__(self):
         return self
@@ -469,7 +474,7 @@ class Console:
     def __exit__(self, *_):
         if self.pipe is not None:
             os.close(self.pipe)
-            os.close(self.watch)
+            self.openings.end()
 
     def read(self):
         with contextlib.suppress(BlockingIOError):
@@ -477,13 +482,35 @@ class Console:
                 self.text += data
 
     def opens(self):
-        count = 0
+        return self.openings.count() if self.pipe is not None else 0
+
+
+class Openings:
+    """How often a file is opened. One watch serves all cases, one after another: closing it takes the kernel milliseconds."""
+
+    def __init__(self):
+        self.watch = libc.inotify_init1(os.O_NONBLOCK | os.O_CLOEXEC)
+
+    def begin(self, path):
+        self.events()  # the last file's end
+        self.file = libc.inotify_add_watch(self.watch, bytes(path), IN_OPEN | IN_CLOSE_WRITE)  # with the closings: they
+        if self.file < 0:                                                                      # keep two openings two events
+            raise OSError(ctypes.get_errno(), "inotify")
+
+    def events(self):
+        """What was seen since the last call, as (file, mask)."""
+        seen = []
         with contextlib.suppress(BlockingIOError):
-            while self.pipe is not None:
+            while True:
                 data = os.read(self.watch, 65536)
-                for at in range(0, len(data), 16):
-                    count += bool(int.from_bytes(data[at + 4:at + 8], "little") & IN_OPEN)
-        return count
+                seen += [struct.unpack_from("=iI", data, at) for at in range(0, len(data), EVENT_SIZE)]
+        return seen
+
+    def count(self):
+        return sum(file == self.file and mask & IN_OPEN != 0 for file, mask in self.events())
+
+    def end(self):
+        libc.inotify_rm_watch(self.watch, self.file)
 
 
 def exchange(process, body, step, console, timeout):
