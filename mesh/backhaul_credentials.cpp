@@ -73,7 +73,7 @@ BackhaulCredentials generate_backhaul_credentials(uint32_t start) {
 
 // NOLINTEND(cert-msc30-c,cert-msc50-cpp,cert-msc32-c,cert-msc51-cpp)
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the name is fixed
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is fixed
 void _app_set_up_backhaul_credentials() {
     const BackhaulCredentials credentials = generate_backhaul_credentials(find_generator_start());
     if (!store_set(MIB_WLAN_SSID, credentials.ssid)) {

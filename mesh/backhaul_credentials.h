@@ -27,7 +27,7 @@ BackhaulCredentials generate_backhaul_credentials(uint32_t start);
 
 // Generates credentials and stores them on the selected interface (store/wlan.h), with the security settings they need,
 // and hides its name. A refused write ends it and stands in the debug log only.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the name is fixed
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is fixed
 void _app_set_up_backhaul_credentials();
 
 #endif
