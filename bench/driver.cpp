@@ -512,6 +512,12 @@ void print_peers(const std::vector<PeerRow> &rows) {
 std::string quoted(const std::string &text) {
     std::string result = "\"";
     for (const char c : text) {
+        if (static_cast<unsigned char>(c) < ' ') {
+            char escape[8];
+            snprintf(escape, sizeof escape, "\\u%04x", c);
+            result += escape;
+            continue;
+        }
         if (c == '"' || c == '\\') {
             result += '\\';
         }
@@ -537,7 +543,8 @@ void print_json(const Setting &setting, const std::vector<Row> &rows, const std:
             "\"own\": %.1f, \"own_cpu\": %.1f},\n"
             "   \"instructions\": {\"floor\": %llu, \"with_required\": %llu, \"app\": %llu, \"ratio\": %.3f, "
             "\"budget\": %.2f, \"growth\": %.3f},\n"
-            "   \"system_calls\": {\"floor\": %u, \"app\": %u}, \"dirty_kib\": {\"floor\": %u, \"app\": %u}, "
+            "   \"system_calls\": {\"floor\": %u, \"app\": %u}, \"dirty_kib\": {\"floor\": %u, \"bare\": %u, \"app\": "
+            "%u}, "
             "\"resident_kib\": {\"floor\": %u, \"app\": %u},\n"
             "   \"instructions_hold\": %s, \"time_holds\": %s, \"commands_hold\": %s, \"memory_holds\": %s,\n"
             "   \"commands\": [",
@@ -545,9 +552,9 @@ void print_json(const Setting &setting, const std::vector<Row> &rows, const std:
             row.required_time, row.own_time, row.own_cpu, to_print(row.count.floor), to_print(row.count.steps),
             to_print(row.count.program), row.judged_ratio(), std::isinf(row.budget) ? 0 : row.budget, row.own_growth,
             row.trace.floor.system_calls, row.trace.program.system_calls, row.trace.floor.most_dirty,
-            row.trace.program.most_dirty, row.trace.floor.most_resident, row.trace.program.most_resident,
-            boolean(row.count_holds()), boolean(row.time_holds()), boolean(row.commands_hold()),
-            boolean(row.memory_holds()));
+            row.trace.steps.most_dirty, row.trace.program.most_dirty, row.trace.floor.most_resident,
+            row.trace.program.most_resident, boolean(row.count_holds()), boolean(row.time_holds()),
+            boolean(row.commands_hold()), boolean(row.memory_holds()));
         for (size_t i = 0; i < row.trace.program.commands.size(); ++i) {
             printf("%s%s", i == 0 ? "" : ", ", quoted(row.trace.program.commands[i]).c_str());
         }

@@ -32,9 +32,9 @@ struct Kind {
     Home home = {};
 };
 
-constexpr double kInstructionBudget = 1.7;  // times the floor's
-constexpr double kTableBudget = 2.5;        // the same for a request that goes through a full table
-constexpr double kHomeBudget = 55;          // the same for one that lists 256 clients
+constexpr double kInstructionBudget = 1.5;  // times the floor's
+constexpr double kTableBudget = 2.2;        // the same for a request that goes through a full table
+constexpr double kHomeBudget = 45;          // the same for one that lists 256 clients
 
 constexpr char kSessionPath[] = "/var/app_sessionid";
 constexpr char kSessionId[] = "Us00112233445566778899aabbccddeeff";
