@@ -97,8 +97,7 @@ int app_action_login(cJSON *request) {
         send_login_response(std::move(reply), kLoginFail);
         return 0;
     }
-    const Descriptor file(open(kSessionPath, O_WRONLY | O_CREAT | O_TRUNC, 0666));
-    if (file) {
+    if (const Descriptor file(open(kSessionPath, O_WRONLY | O_CREAT | O_TRUNC, 0666)); file) {
         char id[kSessionIdSize] = {};
         gen_sessionid(stored_user.c_str(), id);  // failed: the id is empty, and the file lets nobody in
         DebugLog("id=%s\n\n", id);
