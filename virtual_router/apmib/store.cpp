@@ -185,7 +185,11 @@ int append_committed(int to, Copy * /*working*/) {
 // Renames kNewPath, so that it stays renamed. Returns 0 or an errno.
 int rename_new(const char *path) {
     int folder = open(kFlashPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    int error = folder < 0 || rename(kNewPath, path) != 0 || fsync(folder) != 0 ? errno : 0;
+    int error = folder < 0 || rename(kNewPath, path) != 0 ? errno : 0;
+    // Some file systems of a PC cannot do this to a folder, and have nothing like it.
+    if (error == 0 && fsync(folder) != 0 && errno != EINVAL) {
+        error = errno;
+    }
     close(folder);
     return error;
 }
