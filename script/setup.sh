@@ -13,7 +13,7 @@ packages_of() {
     router) echo lighttpd busybox proot iproute2 nftables util-linux mount curl ;;
     home) echo python3 python3-jsonschema ;;
     test)
-        echo valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
+        echo git valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
             clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
         ;;
     bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
