@@ -33,7 +33,7 @@ struct Kind {
 };
 
 constexpr double kInstructionBudget = 1.5;  // times the floor's
-constexpr double kTableBudget = 2.2;        // the same for a request that goes through a full table
+constexpr double kTableBudget = 2.2;        // the same for one that goes through a full table or stores many items
 constexpr double kHomeBudget = 45;          // the same for one that lists 256 clients
 
 constexpr char kSessionPath[] = "/var/app_sessionid";

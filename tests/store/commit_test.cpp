@@ -348,13 +348,24 @@ class FileRecorder {
         auto fd = static_cast<int>(entry_.arguments[0]);
         if (entry_.number == SYS_openat) {
             opened(static_cast<int>(result));
-        } else if (entry_.number == SYS_rename && names(0, kNew) && names(1, kCommitted)) {
+        } else if (is_rename()) {
             events.push_back({FileEvent::kRename, 0, ""});
         } else if (entry_.number == SYS_fsync && fd == folder_) {
             events.push_back({FileEvent::kFolderSync, 0, ""});
         } else if (fd == new_) {
             done(static_cast<size_t>(result));
         }
+    }
+
+    // Whether the call makes the new file the committed copy. Not every processor has the call with paths alone.
+    bool is_rename() const {
+#ifdef SYS_rename
+        if (entry_.number == SYS_rename) {
+            return names(0, kNew) && names(1, kCommitted);
+        }
+#endif
+        return (entry_.number == SYS_renameat || entry_.number == SYS_renameat2) && names(1, kNew) &&
+               names(3, kCommitted);
     }
 
     // Whether an argument of the call is this path.
