@@ -156,7 +156,8 @@ put_file() {
 
 await_file() {
     local tenths
-    for ((tenths = 0; tenths < 100; ++tenths)); do
+    # A busy PC may take its time; a part that ends meanwhile is noticed when the router is up.
+    for ((tenths = 0; tenths < 600; ++tenths)); do
         [ ! -e "$1" ] || return 0
         sleep 0.1
     done

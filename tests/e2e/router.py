@@ -33,13 +33,22 @@ def adopt_orphans():
     LIBC.prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
+# Ports below those that clients get: one of these may be a request's the moment after it was seen to be free.
+PORTS = range(20000, 32000)
 GIVEN_PORTS = set()
 
 
+def take_part_of_ports(index, count):
+    """Leaves this process one of `count` equal parts of the ports. Whoever runs side by side gets the others: a port that is
+    free for two of them is one's that comes first."""
+    global PORTS
+    size = len(PORTS) // count
+    PORTS = PORTS[index * size : (index + 1) * size]
+
+
 def free_port():
-    """A port below those that clients get: one of these may be a request's the moment after it was seen to be free."""
     while True:
-        port = random.randrange(20000, 32000)
+        port = random.choice(PORTS)
         with socket.socket() as probe:
             if port not in GIVEN_PORTS and probe.connect_ex(("127.0.0.1", port)) != 0:  # nobody listens
                 GIVEN_PORTS.add(port)
@@ -230,8 +239,8 @@ class Router:
     def leftovers(self):
         """Returns a list of what there is of a router after its end."""
         left = []
-        # What a process leaves is adopted by this one; a moment is given to those that are just ending.
-        deadline = time.monotonic() + 1
+        # What a process leaves is adopted by this one; some time is given to those that are just ending.
+        deadline = time.monotonic() + 10
         while True:
             try:
                 while os.waitpid(-1, os.WNOHANG)[0]:
