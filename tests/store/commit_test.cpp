@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -28,6 +29,8 @@ namespace {
 
 constexpr int kAdd = 2 + 0x10000;
 constexpr int kReadEntry = 1 + 0x8000;
+constexpr int kDelete = 3 + 0x20000;
+constexpr int kDeleteAll = 4 + 0x40000;
 
 // ---- Many processes at once -----------------------------------------------------------------------------------------
 
@@ -254,7 +257,7 @@ class Readers : public testing::Test {
             for (int32_t i = 1;; i++) {
                 memset(entry, i, sizeof(entry));
                 REQUIRE(apmib_set(kOldest, &i) != 0);
-                REQUIRE(apmib_set(kWide + 4 + 0x40000, entry) != 0 && apmib_set(kWide + kAdd, entry) != 0);
+                REQUIRE(apmib_set(kWide + kDeleteAll, entry) != 0 && apmib_set(kWide + kAdd, entry) != 0);
                 REQUIRE(apmib_set(kNewest, &i) != 0);
             }
         });
@@ -597,6 +600,78 @@ TEST_F(State, IsOldOrNewWhereverACommitIsKilled) {
     }
     EXPECT_GT(places, 30 * std::size(kStates));
     printf("killed at %zu places\n", places);
+}
+
+// Single writes: a value, a new entry of a table, the end of its last one, of one in the middle, of all.
+constexpr struct {
+    int id;
+    int32_t value;
+} kWrites[] = {
+    {kFirst,           99},
+    {300 + kAdd,       99},
+    {300 + kDelete,    19},
+    {300 + kDelete,    2 },
+    {300 + kDeleteAll, 0 }
+};
+
+// What the items hold that the writes change.
+std::vector<int32_t> written_values() {
+    std::vector<int32_t> values(2);
+    REQUIRE(apmib_get(kFirst, &values[0]) != 0 && apmib_get(300, &values[1]) != 0);
+    for (int32_t i = 1; i <= values[1]; i++) {
+        int32_t entry[50] = {i};
+        REQUIRE(apmib_get(300 + kReadEntry, entry) != 0);
+        values.insert(values.end(), std::begin(entry), std::end(entry));
+    }
+    return values;
+}
+
+TEST_F(State, HasAWriteWholeOrNotWhereverThatIsKilled) {
+    commit_states(19);
+    ASSERT_EQ(boot_state(), 19);
+    const std::string working = read_file(router.path(kWorking));
+    for (auto &write : kWrites) {
+        SCOPED_TRACE("write to " + std::to_string(write.id) + " of " + std::to_string(write.value));
+        auto process = [&](bool traced) {
+            return router.start([&, traced] {
+                int32_t entry[50] = {write.value};
+                REQUIRE(apmib_init() != 0 && (!traced || stop_for_tracer()) && apmib_set(write.id, entry) != 0);
+            });
+        };
+        // What is seen now, in the words of a file: other processes look, since one that has the store open may not.
+        auto look = [&] {
+            EXPECT_EQ(router.run([] {
+                REQUIRE(apmib_init() != 0);
+                std::vector<int32_t> values = written_values();
+                std::ofstream("/seen").write(reinterpret_cast<char *>(values.data()),
+                                             static_cast<std::streamsize>(values.size() * sizeof(int32_t)));
+            }),
+                      0);
+            return read_file(router.path("/seen"));
+        };
+        write_file(router.path(kWorking), working);
+        const std::string before = look();
+        ASSERT_EQ(wait_for(process(false)), 0);
+        const std::string after = look();
+        ASSERT_NE(before, after);
+        size_t old = 0;
+        size_t places = 0;
+        for (int status = -1; status != 0; places++) {
+            write_file(router.path(kWorking), working);
+            size_t stop = 0;
+            status = trace(process(true), [&](const SystemCall &) { return stop++ != places; });
+            ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
+            expect_free_locks();
+            const std::string seen = look();
+            ASSERT_TRUE(seen == after || (seen == before && status != 0)) << "at stop " << places;
+            old += seen == before;
+            // It is sound, too: a boot that reads the copy has nothing to say.
+            Outcome boot = router.flash({"boot"});
+            ASSERT_EQ(boot.output, "") << "at stop " << places;
+        }
+        EXPECT_GT(old, 3U);
+        EXPECT_GT(places - old, 1U);
+    }
 }
 
 TEST_F(State, IsTheCommittedOneWhereverABootIsKilled) {

@@ -135,7 +135,8 @@ TEST_F(Damage, NoiseIsReportedOrHarmless) {
         }
     }
     EXPECT_GT(reported, trials / 4);
-    printf("noise at %zu places, %zu reported, the others in pages without records\n", trials, reported);
+    printf("noise at %zu places, %zu reported, the others where no record is, or an unused place of a table\n", trials,
+           reported);
 }
 
 // The heads of pages: flags, counts, page numbers. Noise there sends a reader anywhere.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <lmdb.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,6 +36,7 @@ constexpr char kDefinitions[] = R"(
 120  MIB_TABLE        table[6x5/6]   global     -
 130  MIB_WLAN_TABLE   table[27x20/6] interface  -
 140  MIB_FULL_TABLE   table[3x255/3] global     010203,040506
+150  MIB_LONG_TABLE   table[64x100/64] global   -
 32767 MIB_LAST        byte           global     9
 )";
 
@@ -319,6 +321,74 @@ TEST_F(Items, ATableOfTheLargestSizeIsReadToItsLastEntry) {
         REQUIRE(apmib_set(140 + kAdd, record) == 0 && count_of(140) == 255);
         REQUIRE(entry(140, 1, 3) == "\x01\x02\x03" && entry(140, 255, 3) == std::string("\xff\0\x01", 3));
     });
+}
+
+// The number of the last transaction that wrote to the working copy.
+size_t transactions() {
+    MDB_env *env = nullptr;
+    MDB_envinfo info = {};
+    REQUIRE(mdb_env_create(&env) == 0);
+    REQUIRE(mdb_env_open(env, kWorking, MDB_NOSUBDIR | MDB_NOLOCK | MDB_RDONLY, 0) == 0);
+    REQUIRE(mdb_env_info(env, &info) == 0);
+    mdb_env_close(env);
+    return info.me_last_txnid;
+}
+
+// A change within a page is written over the old bytes, for a fraction of what a transaction costs.
+TEST_F(Items, AWriteWithinAPageTakesNoTransaction) {
+    in_router([] {
+        const size_t before = transactions();
+        for (int id : {100, 101, 102, 103, 104, 110, 111, 112, 113, 114, 32767}) {
+            uint8_t value[64] = {'v', 'w'};
+            for (wlan_idx = 0; wlan_idx < 2; wlan_idx++) {
+                for (vwlan_idx = 0; vwlan_idx < 6; vwlan_idx++) {
+                    value[0]++;
+                    REQUIRE(apmib_set(id, value) != 0);
+                }
+            }
+        }
+        wlan_idx = vwlan_idx = 0;
+        char entries[3][7] = {"aaaaaa", "bbbbbb", "cccccc"};
+        for (auto &entry : entries) {
+            REQUIRE(apmib_set(120 + kAdd, entry) != 0);
+        }
+        REQUIRE(apmib_set(120 + kDelete, entries[0]) != 0);
+        REQUIRE(apmib_set(120 + kDelete, entries[2]) != 0);
+        REQUIRE(count_of(120) == 1 && entry(120, 1, 6) == "bbbbbb");
+        REQUIRE(apmib_set(120 + kDeleteAll, entries[0]) != 0 && count_of(120) == 0);
+        REQUIRE(transactions() == before);
+    });
+    // What was written over is what it says: a boot that reads the copy finds no fault in it.
+    in_router([] { REQUIRE(apmib_update(4) != 0); });
+    EXPECT_EQ(router.flash({"boot"}).output, "");
+    in_router([] { REQUIRE(count_of(120) == 0 && reads(100, "\x82", 1)); });
+}
+
+// A table of several pages: its end is written over wherever that is, since nobody reads it before the count says so.
+TEST_F(Items, ATableBeyondAPageTakesATransactionOnlyWhereEntriesMoveUp) {
+    in_router([] {
+        uint8_t record[64] = {};
+        auto name = [&](int number) {
+            record[0] = static_cast<uint8_t>(number);
+            return record;
+        };
+        const size_t before = transactions();
+        for (int i = 1; i <= 100; i++) {
+            REQUIRE(apmib_set(150 + kAdd, name(i)) != 0);
+        }
+        for (int i = 100; i > 90; i--) {
+            REQUIRE(apmib_set(150 + kDelete, name(i)) != 0);
+        }
+        REQUIRE(transactions() == before && count_of(150) == 90);
+        REQUIRE(apmib_set(150 + kDelete, name(2)) != 0);
+        REQUIRE(transactions() == before + 1 && count_of(150) == 89);
+        REQUIRE(apmib_set(150 + kAdd, name(200)) != 0 && transactions() == before + 1);
+        REQUIRE(entry(150, 1, 64)[0] == 1 && entry(150, 2, 64)[0] == 3 && entry(150, 89, 64)[0] == 90);
+        REQUIRE(entry(150, 90, 64) == std::string(reinterpret_cast<char *>(record), 64) && count_of(150) == 90);
+        REQUIRE(apmib_update(4) != 0);
+    });
+    EXPECT_EQ(router.flash({"boot"}).output, "");
+    in_router([] { REQUIRE(count_of(150) == 90 && entry(150, 90, 64)[0] == '\xc8'); });
 }
 
 TEST_F(Items, AWriteIsSeenByOthersAtOnceAndGoneAfterAReboot) {

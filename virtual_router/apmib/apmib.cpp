@@ -1,16 +1,20 @@
 // libapmib.so: the store as its users see it.
 //
 // What a call costs is part of every request, so nothing happens before it is needed: apmib_init() opens the working
-// copy for reading, the first write opens it for writing, and a commit copies it as a file.
+// copy for reading, a write overwrites a part of a page of it where it can, and a commit copies it as a file.
 
 #pragma GCC visibility push(default)
 #include "platform/apmib.h"
 #pragma GCC visibility pop
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
+#include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "virtual_router/apmib/store.h"
 
@@ -20,8 +24,20 @@ int vwlan_idx = 0;
 namespace {
 
 store::Copy working;
-bool writable = false;
+size_t page_size = 0;       // of the working copy
+bool writable = false;      // whether it is open for transactions that write
+int overwriter = -1;        // the working copy's file, opened for writing by the first write
 MDB_txn *reader = nullptr;  // reset between two reads; kept because setting one up costs more than a read
+
+// Records that were looked up, each in the place of its id's remainder: whoever reads a table, or writes an item of all
+// interfaces, asks for the same ones again and again.
+struct Seen {
+    size_t transaction;  // the number of the last one that had written when the record was looked up; 0: none was
+    uint32_t id;
+    MDB_val record;
+};
+constexpr size_t kSeenPlaces = 16;
+Seen seen[kSeenPlaces] = {};
 
 enum Operation { kDeleteAll, kDelete, kAdd, kReadEntry, kWhole };
 
@@ -59,6 +75,7 @@ bool open_working(unsigned flags) {
     // A file without records is one that was never laid out.
     MDB_stat stat = {};
     if (mdb_env_stat(working.env, &stat) == 0 && stat.ms_entries > 0) {
+        page_size = stat.ms_psize;
         return true;
     }
     store::close_copy(&working);
@@ -68,6 +85,13 @@ bool open_working(unsigned flags) {
 void close_working() {
     mdb_txn_abort(reader);
     reader = nullptr;
+    for (Seen &place : seen) {
+        place = {};
+    }
+    if (overwriter >= 0) {
+        close(overwriter);
+        overwriter = -1;
+    }
     store::close_copy(&working);
 }
 
@@ -89,29 +113,38 @@ bool start_reader() {
 struct Place {
     store::Item item;
     MDB_val record;
+    int slot;
     const uint8_t *value;
 };
 
+bool look_up(MDB_txn *txn, uint32_t id, MDB_val *record) {
+    // A transaction that writes moves records; the numbers of readers tell whether there was one since.
+    size_t transaction = txn == reader ? mdb_txn_id(txn) : 0;
+    Seen &place = seen[id % kSeenPlaces];
+    if (transaction == 0 || transaction != place.transaction || id != place.id) {
+        MDB_val key = {sizeof(id), &id};
+        if (mdb_get(txn, working.dbi, &key, record) != 0) {
+            return false;
+        }
+        place = {transaction, id, *record};
+    }
+    *record = place.record;
+    return true;
+}
+
 bool find(MDB_txn *txn, uint32_t id, Place *place) {
-    MDB_val key = {sizeof(id), &id};
-    if (mdb_get(txn, working.dbi, &key, &place->record) != 0 ||
-        !store::read_record(place->record, &place->item, &place->value)) {
+    if (!look_up(txn, id, &place->record) || !store::read_record(place->record, &place->item, &place->value)) {
         return false;
     }
+    place->slot = 0;
     if (place->item.slots > 1) {
         if (wlan_idx < 0 || wlan_idx >= store::kRadioCount || vwlan_idx < 0 || vwlan_idx >= store::kVirtualCount) {
             return false;
         }
-        int slot = wlan_idx * store::kVirtualCount + vwlan_idx;
-        place->value += static_cast<size_t>(slot) * store::slot_size(place->item);
+        place->slot = wlan_idx * store::kVirtualCount + vwlan_idx;
+        place->value += static_cast<size_t>(place->slot) * store::slot_size(place->item);
     }
     return true;
-}
-
-size_t entry_count(const store::Item &item, const uint8_t *table) {
-    int32_t count = 0;
-    memcpy(&count, table, sizeof(count));
-    return count < 0 ? 0 : count > item.limit ? item.limit : static_cast<size_t>(count);
 }
 
 bool read_value(const Place &place, Operation operation, void *value) {
@@ -125,7 +158,7 @@ bool read_value(const Place &place, Operation operation, void *value) {
         return false;
     }
     size_t index = *static_cast<const uint8_t *>(value);
-    if (index < 1 || index > entry_count(item, place.value)) {
+    if (index < 1 || index > store::entry_count(item, place.value)) {
         return false;
     }
     memcpy(value, place.value + store::kCountSize + (index - 1) * item.width, item.width);
@@ -134,7 +167,7 @@ bool read_value(const Place &place, Operation operation, void *value) {
 
 // Changes a table in place. False: refused, and nothing was changed.
 bool change_table(const store::Item &item, uint8_t *table, Operation operation, const void *entry) {
-    size_t count = entry_count(item, table);
+    size_t count = store::entry_count(item, table);
     uint8_t *entries = table + store::kCountSize;
     uint8_t *end = entries + count * item.width;
     switch (operation) {
@@ -191,28 +224,151 @@ bool change_value(const store::Item &item, uint8_t *slot, Operation operation, c
     return true;
 }
 
-// The part of apmib_set() inside the write transaction.
-bool write_in(MDB_txn *txn, Target target, const void *value) {
+// Writes the checksum into a record whose slot was changed from the stored one.
+void seal_slot(uint32_t id, const Place &stored, const uint8_t *slot, uint8_t *record) {
+    if (stored.item.slots == 1) {
+        store::seal_record(id, record);
+        return;
+    }
+    uint64_t sum = stored.item.sum ^ store::sum_slot(stored.item, stored.slot, stored.value) ^
+                   store::sum_slot(stored.item, stored.slot, slot);
+    memcpy(record + offsetof(store::Item, sum), &sum, sizeof(sum));
+}
+
+// A stored record's copy with a change that is not stored yet.
+struct Draft {
+    MDB_val stored;
+    uint8_t *record;  // of the size of the stored one; its owner frees it
+    size_t end;       // of what differs in what the stored one uses; it begins with Item::sum at the earliest
+    size_t new_from;  // what the stored one does not use yet, up to new_to
+    size_t new_to;
+};
+
+// Looks a record up and changes its copy. False: refused, and there is no draft.
+bool draft_change(MDB_txn *txn, Target target, const void *value, Draft *draft) {
     Place place;
     if (!find(txn, target.id, &place)) {
         return false;
     }
-    // A copy: LMDB leaves nothing of a value that it is told to replace.
-    auto slot = place.value - static_cast<const uint8_t *>(place.record.mv_data);
     auto record = static_cast<uint8_t *>(malloc(place.record.mv_size));
     if (record == nullptr) {
         return false;
     }
     memcpy(record, place.record.mv_data, place.record.mv_size);
-    MDB_val key = {sizeof(target.id), &target.id};
-    MDB_val data = {place.record.mv_size, record};
-    bool done = change_value(place.item, record + slot, target.operation, value);
-    if (done) {
-        store::seal_record(target.id, record, data.mv_size);
-        done = mdb_put(txn, working.dbi, &key, &data, 0) == 0;
+    auto begin = static_cast<size_t>(place.value - static_cast<const uint8_t *>(place.record.mv_data));
+    uint8_t *slot = record + begin;
+    if (!change_value(place.item, slot, target.operation, value)) {
+        free(record);
+        return false;
     }
-    free(record);
-    return done;
+    seal_slot(target.id, place, slot, record);
+    size_t used = store::used_size(place.item, place.value);
+    size_t uses = store::used_size(place.item, slot);
+    size_t common = std::min(used, uses);
+    // Often a table's entries stay where they were, and only their count differs.
+    if (place.item.kind == store::kTable &&
+        memcmp(slot + store::kCountSize, place.value + store::kCountSize, common - store::kCountSize) == 0) {
+        common = store::kCountSize;
+    }
+    *draft = {place.record, record, begin + common, begin + used, begin + std::max(used, uses)};
+    return true;
+}
+
+// Opens the file of the working copy for writing. False: it cannot be, or is not the one that is read here any more.
+bool open_overwriter() {
+    if (overwriter < 0) {
+        int read_one = -1;
+        struct stat read = {};
+        struct stat written = {};
+        overwriter = open(store::kWorkingPath, O_RDWR | O_CLOEXEC);
+        if (mdb_env_get_fd(working.env, &read_one) != 0 || fstat(read_one, &read) != 0 ||
+            fstat(overwriter, &written) != 0 || read.st_ino != written.st_ino) {
+            close(overwriter);
+            overwriter = -1;
+        }
+    }
+    return overwriter >= 0;
+}
+
+bool write_part(const Draft &draft, off_t record, size_t begin, size_t end) {
+    size_t size = end - begin;
+    return pwrite(overwriter, draft.record + begin, size, record + static_cast<off_t>(begin)) ==
+           static_cast<ssize_t>(size);
+}
+
+// Stores a draft over the record where all that differs lies within a page, but for what the record did not use: the
+// kernel has written such a part or has not, whenever this process is killed. Nobody sees it half written, since
+// readers share the file's lock, and it is in the memory that they have mapped. False: it is not that simple, and what
+// the record uses is as it was.
+bool overwrite(const Draft &draft) {
+    auto address = static_cast<const uint8_t *>(draft.stored.mv_data);
+    size_t in_page = reinterpret_cast<uintptr_t>(address) % page_size;
+    if (in_page + draft.end > page_size) {
+        return false;
+    }
+    // A page of LMDB begins with its number; should one not, what is found in the file is not the record.
+    size_t number = 0;
+    memcpy(&number, address - in_page, sizeof(number));
+    auto record = static_cast<off_t>(number * page_size + in_page);
+    store::Item found;
+    if (pread(overwriter, &found, sizeof(found), record) != sizeof(found) ||
+        memcmp(&found, address, sizeof(found)) != 0) {
+        return false;
+    }
+    if (draft.new_to > draft.new_from && !write_part(draft, record, draft.new_from, draft.new_to)) {
+        return false;
+    }
+    return write_part(draft, record, offsetof(store::Item, sum), draft.end);
+}
+
+enum Outcome { kStored, kRefused, kNotSimple };
+
+// Writes without a transaction of LMDB, which would cost several times what all else does.
+Outcome write_over(Target target, const void *value) {
+    if (!open_overwriter() || !store::lock_file(overwriter, LOCK_EX)) {
+        return kNotSimple;
+    }
+    Outcome outcome = kRefused;
+    Draft draft;
+    if (start_reader()) {
+        if (draft_change(reader, target, value, &draft)) {
+            outcome = overwrite(draft) ? kStored : kNotSimple;
+            free(draft.record);
+        }
+        mdb_txn_reset(reader);
+    }
+    store::lock_file(overwriter, LOCK_UN);
+    return outcome;
+}
+
+// The part of write_in_transaction() inside it.
+bool put(MDB_txn *txn, Target target, const void *value) {
+    Draft draft;
+    if (!draft_change(txn, target, value, &draft)) {
+        return false;
+    }
+    MDB_val key = {sizeof(target.id), &target.id};
+    MDB_val data = {draft.stored.mv_size, draft.record};
+    int error = mdb_put(txn, working.dbi, &key, &data, 0);
+    free(draft.record);
+    return error == 0;
+}
+
+Outcome write_in_transaction(Target target, const void *value) {
+    if (!make_writable() || !store::lock_copy(working, LOCK_EX)) {
+        return kRefused;
+    }
+    MDB_txn *txn = nullptr;
+    bool done = false;
+    if (store::begin(&working, 0, &txn) == 0) {
+        if (put(txn, target, value)) {
+            done = mdb_txn_commit(txn) == 0;
+        } else {
+            mdb_txn_abort(txn);
+        }
+    }
+    store::lock_copy(working, LOCK_UN);
+    return done ? kStored : kRefused;
 }
 
 }  // namespace
@@ -241,20 +397,15 @@ int apmib_get(int id, void *value) {
 }
 
 int apmib_set(int id, void *value) {
-    if (value == nullptr || !make_writable() || !store::lock_copy(working, LOCK_EX)) {
+    if (value == nullptr || working.env == nullptr) {
         return 0;
     }
-    MDB_txn *txn = nullptr;
-    bool done = false;
-    if (store::begin(&working, 0, &txn) == 0) {
-        if (write_in(txn, resolve_id(id), value)) {
-            done = mdb_txn_commit(txn) == 0;
-        } else {
-            mdb_txn_abort(txn);
-        }
+    Target target = resolve_id(id);
+    Outcome outcome = write_over(target, value);
+    if (outcome == kNotSimple) {
+        outcome = write_in_transaction(target, value);
     }
-    store::lock_copy(working, LOCK_UN);
-    return done ? 1 : 0;
+    return outcome == kStored ? 1 : 0;
 }
 
 int apmib_update(int type) {

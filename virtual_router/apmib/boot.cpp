@@ -92,7 +92,7 @@ const char *walk(Copy *copy, Ending ending, Shared *shared) {
         if (id >= kIdLimit || !read_record(data, &item, &slots)) {
             return "a record that is none";
         }
-        if (item.sum != sum_record(id, data.mv_data, data.mv_size)) {
+        if (item.sum != sum_record(id, data.mv_data)) {
             return "a record does not fit its checksum";
         }
         sum = add_to_sum(sum, item.sum);
@@ -316,7 +316,7 @@ void boot(const Records &definitions, bool fresh) {
     }
     Records records = merge(definitions, committed);
     for (auto &[id, record] : records) {
-        seal_record(id, record.data(), record.size());
+        seal_record(id, record.data());
     }
     lay_out(records);
     close(lock);

@@ -153,7 +153,7 @@ class Session {
     }
 
     void write(uint32_t id, std::string *record) {
-        store::seal_record(id, record->data(), record->size());
+        store::seal_record(id, record->data());
         MDB_val key = {sizeof(id), &id};
         MDB_val data = {record->size(), record->data()};
         store::check(mdb_put(txn_, copy_.dbi, &key, &data, 0), "write");

@@ -21,6 +21,12 @@ bool read_record(const MDB_val &data, Item *item, const uint8_t **slots) {
            memchr(item->name, '\0', sizeof(item->name)) != nullptr;
 }
 
+size_t entry_count(const Item &item, const uint8_t *slot) {
+    int32_t count = 0;
+    memcpy(&count, slot, sizeof(count));
+    return count < 0 ? 0 : count > item.limit ? item.limit : static_cast<size_t>(count);
+}
+
 uint64_t add_to_sum(uint64_t sum, uint64_t word) {
     // Each step can be undone, so that one changed word always changes the sum.
     sum = (sum ^ word) * 0x9e3779b97f4a7c15;
@@ -42,15 +48,23 @@ uint64_t add_bytes(uint64_t sum, const uint8_t *bytes, size_t size) {
 
 }  // namespace
 
-uint64_t sum_record(uint32_t id, const void *record, size_t size) {
-    auto bytes = static_cast<const uint8_t *>(record);
-    uint64_t sum = add_to_sum(add_to_sum(0, id), size);
-    sum = add_bytes(sum, bytes, offsetof(Item, sum));
-    return add_bytes(sum, bytes + sizeof(Item), size - sizeof(Item));
+uint64_t sum_slot(const Item &item, int number, const uint8_t *slot) {
+    return add_bytes(add_to_sum(0, static_cast<uint64_t>(number) + 1), slot, used_size(item, slot));
 }
 
-void seal_record(uint32_t id, void *record, size_t size) {
-    uint64_t sum = sum_record(id, record, size);
+uint64_t sum_record(uint32_t id, const void *record) {
+    Item item;
+    memcpy(&item, record, sizeof(item));
+    auto slot = static_cast<const uint8_t *>(record) + sizeof(item);
+    uint64_t sum = add_bytes(add_to_sum(0, id), static_cast<const uint8_t *>(record), offsetof(Item, sum));
+    for (int i = 0; i < item.slots; i++, slot += slot_size(item)) {
+        sum ^= sum_slot(item, i, slot);
+    }
+    return sum;
+}
+
+void seal_record(uint32_t id, void *record) {
+    uint64_t sum = sum_record(id, record);
     memcpy(static_cast<uint8_t *>(record) + offsetof(Item, sum), &sum, sizeof(sum));
 }
 

@@ -55,11 +55,11 @@ struct Item {
     uint16_t match;  // tables: leading bytes of an entry that a delete compares
     uint16_t width;  // of the value in bytes; of one entry for tables
     char name[56];
-    uint64_t sum;  // of the whole record but itself, and of the item's id: see seal_record()
+    uint64_t sum;  // of all else in the record that means something, and of the item's id: see sum_record()
 };
 static_assert(sizeof(Item) == 72, "records are compared and summed as bytes: no padding");
 
-// A table's slot is an int32 count and room for `limit` entries, unused ones zero.
+// A table's slot is an int32 count and room for `limit` entries. What unused ones hold means nothing.
 constexpr size_t kCountSize = sizeof(int32_t);
 
 inline size_t slot_size(const Item &item) {
@@ -70,14 +70,25 @@ inline size_t record_size(const Item &item) {
     return sizeof(Item) + item.slots * slot_size(item);
 }
 
+// How many entries a table has, whatever its count says.
+size_t entry_count(const Item &item, const uint8_t *slot);
+
+// How much of a slot means something.
+inline size_t used_size(const Item &item, const uint8_t *slot) {
+    return item.kind == kTable ? kCountSize + entry_count(item, slot) * item.width : item.width;
+}
+
 // Splits a record into its definition and the address of its first slot. False: `data` is no record.
 bool read_record(const MDB_val &data, Item *item, const uint8_t **slots);
 
-// A record's checksum. Whoever changes a record seals it, so that a commit has only checksums to sum up.
-uint64_t sum_record(uint32_t id, const void *record, size_t size);
+// The checksum of a record that read_record() takes: those of its definition and of its slots, XORed, so that whoever
+// changes a slot need not look at the others. Every record has it at all times, so that a commit has only checksums to
+// sum up.
+uint64_t sum_record(uint32_t id, const void *record);
+uint64_t sum_slot(const Item &item, int number, const uint8_t *slot);
 
 // Writes the checksum into a record.
-void seal_record(uint32_t id, void *record, size_t size);
+void seal_record(uint32_t id, void *record);
 
 // Folds a record's checksum into a running sum, in the order of keys. Start with 0.
 uint64_t add_to_sum(uint64_t sum, uint64_t word);
@@ -88,7 +99,7 @@ struct End {
     uint64_t magic;
     uint64_t sum;  // of all records' checksums
 };
-constexpr uint64_t kEndMagic = 0x33304249'4d5041'00;  // format of the records; another number is another format
+constexpr uint64_t kEndMagic = 0x34304249'4d5041'00;  // format of the records; another number is another format
 
 struct Copy {
     MDB_env *env = nullptr;
