@@ -8,7 +8,6 @@
 #pragma GCC visibility pop
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
@@ -27,7 +26,7 @@ store::Copy working;
 size_t page_size = 0;       // of the working copy
 bool writable = false;      // whether it is open for transactions that write
 int overwriter = -1;        // the working copy's file, opened for writing by the first write
-MDB_txn *reader = nullptr;  // reset between two reads; kept because setting one up costs more than a read
+MDB_txn *reader = nullptr;  // kept for the next read, since beginning one costs more than to read
 
 // Records that were looked up, each in the place of its id's remainder: whoever reads a table, or writes an item of all
 // interfaces, asks for the same ones again and again.
@@ -46,11 +45,11 @@ constexpr struct {
     int offset;
     Operation operation;
 } kOperations[] = {
-    {4 + 0x40000, kDeleteAll},
-    {3 + 0x20000, kDelete   },
-    {2 + 0x10000, kAdd      },
-    {1 + 0x8000,  kReadEntry},
     {0,           kWhole    },
+    {1 + 0x8000,  kReadEntry},
+    {2 + 0x10000, kAdd      },
+    {3 + 0x20000, kDelete   },
+    {4 + 0x40000, kDeleteAll},
 };
 
 // What an id of a call means.
@@ -104,9 +103,20 @@ bool make_writable() {
     return writable;
 }
 
-// Begins or goes on with the read transaction. The working copy's lock is held.
+// Makes the reader see what was written last. The working copy's lock is held.
 bool start_reader() {
-    return reader != nullptr ? mdb_txn_renew(reader) == 0 : store::begin(&working, MDB_RDONLY, &reader) == 0;
+    if (reader == nullptr) {
+        return store::begin(&working, MDB_RDONLY, &reader) == 0;
+    }
+    MDB_envinfo newest = {};
+    if (mdb_env_info(working.env, &newest) != 0) {
+        return false;
+    }
+    if (newest.me_last_txnid == mdb_txn_id(reader)) {
+        return true;
+    }
+    mdb_txn_reset(reader);
+    return mdb_txn_renew(reader) == 0;
 }
 
 // An item of the working copy in the slot that wlan_idx and vwlan_idx mean.
@@ -238,39 +248,43 @@ void seal_slot(uint32_t id, const Place &stored, const uint8_t *slot, uint8_t *r
 // A stored record's copy with a change that is not stored yet.
 struct Draft {
     MDB_val stored;
-    uint8_t *record;  // of the size of the stored one; its owner frees it
+    size_t begin;     // of the slot that was changed
     size_t end;       // of what differs in what the stored one uses; it begins with Item::sum at the earliest
     size_t new_from;  // what the stored one does not use yet, up to new_to
     size_t new_to;
 };
 
+bool changes_nothing(const Draft &draft) {
+    return draft.end == draft.begin;
+}
+
+uint8_t draft_record[store::kMapSize];  // the copy; the kernel gives it no memory before it is needed
+
 // Looks a record up and changes its copy. False: refused, and there is no draft.
 bool draft_change(MDB_txn *txn, Target target, const void *value, Draft *draft) {
     Place place;
-    if (!find(txn, target.id, &place)) {
+    if (!find(txn, target.id, &place) || place.record.mv_size > sizeof(draft_record)) {
         return false;
     }
-    auto record = static_cast<uint8_t *>(malloc(place.record.mv_size));
-    if (record == nullptr) {
-        return false;
-    }
-    memcpy(record, place.record.mv_data, place.record.mv_size);
+    memcpy(draft_record, place.record.mv_data, place.record.mv_size);
     auto begin = static_cast<size_t>(place.value - static_cast<const uint8_t *>(place.record.mv_data));
-    uint8_t *slot = record + begin;
+    uint8_t *slot = draft_record + begin;
     if (!change_value(place.item, slot, target.operation, value)) {
-        free(record);
         return false;
     }
-    seal_slot(target.id, place, slot, record);
     size_t used = store::used_size(place.item, place.value);
     size_t uses = store::used_size(place.item, slot);
     size_t common = std::min(used, uses);
-    // Often a table's entries stay where they were, and only their count differs.
-    if (place.item.kind == store::kTable &&
-        memcmp(slot + store::kCountSize, place.value + store::kCountSize, common - store::kCountSize) == 0) {
-        common = store::kCountSize;
+    *draft = {place.record, begin, begin + common, begin + used, begin + std::max(used, uses)};
+    if (memcmp(slot, place.value, common) == 0) {
+        draft->end = begin;
+    } else if (place.item.kind == store::kTable &&
+               memcmp(slot + store::kCountSize, place.value + store::kCountSize, common - store::kCountSize) == 0) {
+        draft->end = begin + store::kCountSize;  // the entries that it has before and after stay where they are
     }
-    *draft = {place.record, record, begin + common, begin + used, begin + std::max(used, uses)};
+    if (!changes_nothing(*draft)) {
+        seal_slot(target.id, place, slot, draft_record);
+    }
     return true;
 }
 
@@ -290,9 +304,9 @@ bool open_overwriter() {
     return overwriter >= 0;
 }
 
-bool write_part(const Draft &draft, off_t record, size_t begin, size_t end) {
+bool write_part(off_t record, size_t begin, size_t end) {
     size_t size = end - begin;
-    return pwrite(overwriter, draft.record + begin, size, record + static_cast<off_t>(begin)) ==
+    return pwrite(overwriter, draft_record + begin, size, record + static_cast<off_t>(begin)) ==
            static_cast<ssize_t>(size);
 }
 
@@ -315,10 +329,10 @@ bool overwrite(const Draft &draft) {
         memcmp(&found, address, sizeof(found)) != 0) {
         return false;
     }
-    if (draft.new_to > draft.new_from && !write_part(draft, record, draft.new_from, draft.new_to)) {
+    if (draft.new_to > draft.new_from && !write_part(record, draft.new_from, draft.new_to)) {
         return false;
     }
-    return write_part(draft, record, offsetof(store::Item, sum), draft.end);
+    return write_part(record, offsetof(store::Item, sum), draft.end);
 }
 
 enum Outcome { kStored, kRefused, kNotSimple };
@@ -332,10 +346,8 @@ Outcome write_over(Target target, const void *value) {
     Draft draft;
     if (start_reader()) {
         if (draft_change(reader, target, value, &draft)) {
-            outcome = overwrite(draft) ? kStored : kNotSimple;
-            free(draft.record);
+            outcome = changes_nothing(draft) || overwrite(draft) ? kStored : kNotSimple;
         }
-        mdb_txn_reset(reader);
     }
     store::lock_file(overwriter, LOCK_UN);
     return outcome;
@@ -348,16 +360,16 @@ bool put(MDB_txn *txn, Target target, const void *value) {
         return false;
     }
     MDB_val key = {sizeof(target.id), &target.id};
-    MDB_val data = {draft.stored.mv_size, draft.record};
-    int error = mdb_put(txn, working.dbi, &key, &data, 0);
-    free(draft.record);
-    return error == 0;
+    MDB_val data = {draft.stored.mv_size, draft_record};
+    return mdb_put(txn, working.dbi, &key, &data, 0) == 0;
 }
 
 Outcome write_in_transaction(Target target, const void *value) {
     if (!make_writable() || !store::lock_copy(working, LOCK_EX)) {
         return kRefused;
     }
+    mdb_txn_abort(reader);  // a process has one transaction at a time
+    reader = nullptr;
     MDB_txn *txn = nullptr;
     bool done = false;
     if (store::begin(&working, 0, &txn) == 0) {
@@ -390,7 +402,6 @@ int apmib_get(int id, void *value) {
     if (start_reader()) {
         Place place;
         done = find(reader, target.id, &place) && read_value(place, target.operation, value);
-        mdb_txn_reset(reader);
     }
     store::lock_copy(working, LOCK_UN);
     return done ? 1 : 0;
