@@ -10,6 +10,18 @@
 
 #include "base/text.h"
 
+// What an item is: cJSON_String and its like, without the flags that cJSON keeps beside it; cJSON_Invalid when there is
+// no item. The loader looks up each function that the program names, which costs a request 600 instructions, and the
+// fields of an item are as public as the functions that read them.
+inline int type_of(const cJSON *item) {
+    return item != nullptr ? item->type & 0xff : cJSON_Invalid;
+}
+
+// The text of an item, owned by the tree; nullptr when it is no string.
+inline const char *string_value(const cJSON *item) {
+    return type_of(item) == cJSON_String ? item->valuestring : nullptr;
+}
+
 // The item under `key`, whatever the case of its letters; nullptr when `parent` has none or is no object.
 inline const cJSON *find_item(const cJSON *parent, const char *key) {
     return cJSON_GetObjectItem(parent, key);
@@ -17,7 +29,7 @@ inline const cJSON *find_item(const cJSON *parent, const char *key) {
 
 // The string under `key`, owned by the tree; nullptr when there is none.
 inline const char *find_text(const cJSON *parent, const char *key) {
-    return cJSON_GetStringValue(find_item(parent, key));
+    return string_value(find_item(parent, key));
 }
 
 // The integer value of an item that is there.
@@ -29,7 +41,7 @@ inline int integer_value(const cJSON *item) {
 // halfway. A fraction is dropped, a number out of range is the nearest in it, and what is no number is worth what
 // integer_value() says.
 inline uint32_t unsigned_value(const cJSON *item) {
-    if (!cJSON_IsNumber(item)) {
+    if (type_of(item) != cJSON_Number) {
         return static_cast<uint32_t>(item->valueint);
     }
     if (!(item->valuedouble > 0)) {
@@ -41,17 +53,25 @@ inline uint32_t unsigned_value(const cJSON *item) {
 // The first element of an array, from which `next` leads to the others. nullptr: it is empty, or there is no array. To
 // cJSON the members of an object are elements, too; here they are none.
 inline const cJSON *array_first(const cJSON *array) {
-    return array != nullptr && cJSON_IsArray(array) ? array->child : nullptr;
+    return type_of(array) == cJSON_Array ? array->child : nullptr;
 }
 
 // The number of elements, null ones included; 0 when there is no array.
 inline int array_size(const cJSON *array) {
-    return cJSON_IsArray(array) ? cJSON_GetArraySize(array) : 0;
+    int size = 0;
+    for (const cJSON *element = array_first(array); element != nullptr; element = element->next) {
+        ++size;
+    }
+    return size;
 }
 
 // The string that is an array's element number `index`, from 0; nullptr when there is none.
 inline const char *array_text(const cJSON *array, int index) {
-    return cJSON_IsArray(array) ? cJSON_GetStringValue(cJSON_GetArrayItem(array, index)) : nullptr;
+    const cJSON *element = index >= 0 ? array_first(array) : nullptr;
+    for (int i = 0; i < index && element != nullptr; ++i) {
+        element = element->next;
+    }
+    return string_value(element);
 }
 
 // Adds an item under a key that outlives the tree, such as a literal: unlike cJSON_Add...ToObject() this copies no key,

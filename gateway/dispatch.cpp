@@ -43,7 +43,7 @@ int app_get_parameters_handler(cJSON *request) {
     Envelope envelope = open_envelope(request, "getRsp");
     int code = -1;
     for (const ObjectRow *row = ObjectHandlerTable; row->name[0] != '\0'; ++row) {
-        if (row->get == nullptr || !cJSON_HasObjectItem(request, row->name)) {
+        if (row->get == nullptr || find_item(request, row->name) == nullptr) {
             continue;
         }
         code = row->get(row->name, request, envelope.root.get());
@@ -63,7 +63,7 @@ int app_set_parameters_handler(cJSON *request) {
     Envelope envelope = open_envelope(request, "setRsp");
     int code = -1;
     for (const ObjectRow *row = ObjectHandlerTable; row->name[0] != '\0'; ++row) {
-        if (!cJSON_HasObjectItem(request, row->name)) {
+        if (find_item(request, row->name) == nullptr) {
             continue;
         }
         // Marks the object as reached, also when its setter then fails.

@@ -19,7 +19,7 @@ constexpr char kModule[] = "mesh_fun";
 // It goes as deep as the parser does.
 int add_agents(const cJSON *node, AgentAddress (&agents)[kMostAgents], int count) {
     const cJSON *devices = find_item(node, "child_devices");
-    if (!cJSON_IsArray(devices)) {
+    if (type_of(devices) != cJSON_Array) {
         return count;
     }
     for (const cJSON *device = devices->child; device != nullptr && count < kMostAgents; device = device->next) {

@@ -87,7 +87,7 @@ int app_get_meshStatus_handler(const char *name, cJSON * /*request*/, cJSON *rep
     }
     // A mesh without stations of the router's own has no place for its wired devices either.
     cJSON *stations = cJSON_GetObjectItem(topology.get(), "station_info");
-    for (int i = 0; i < count && cJSON_IsArray(stations); ++i) {
+    for (int i = 0; i < count && type_of(stations) == cJSON_Array; ++i) {
         if (strcmp(list.clients[i].conType, kTypeWired) == 0) {
             cJSON_AddItemToArray(stations, describe_station(list.clients[i]));
         }

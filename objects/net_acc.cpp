@@ -131,7 +131,7 @@ int delete_devices(const cJSON *list) {
         return fail(kCountFailed);
     }
     for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
-        if (cJSON_IsNull(device)) {
+        if (type_of(device) == cJSON_NULL) {
             return fail(kListFormat);
         }
         const char *text = find_text(device, "mac");

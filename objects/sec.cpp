@@ -113,7 +113,7 @@ int set_firewall(const cJSON *sec, int wanted) {
 // that failed; those before it stay off.
 const char *delete_devices(const cJSON *list) {
     for (const cJSON *address = array_first(list); address != nullptr; address = address->next) {
-        const char *text = cJSON_GetStringValue(address);
+        const char *text = string_value(address);
         if (text == nullptr) {
             return kDeleteFormat;
         }

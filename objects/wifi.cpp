@@ -86,7 +86,7 @@ bool is_switched_on(const char *text) {
 
 // Both radios share one network. The app sends this as a text or as a number, which counts as it is.
 bool is_combined(const cJSON *combine) {
-    const char *text = cJSON_GetStringValue(combine);
+    const char *text = string_value(combine);
     return text != nullptr ? is_switched_on(text) : integer_value(combine) == 1;
 }
 

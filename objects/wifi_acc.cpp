@@ -41,7 +41,7 @@ bool find_entry(const uint8_t (&mac)[kMacBytes], int32_t count, AclEntry &entry)
 int add_devices(const cJSON *list, int count) {
     for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
         const cJSON *address = array_first(device);
-        const char *mac = cJSON_GetStringValue(address);
+        const char *mac = string_value(address);
         if (mac == nullptr) {
             continue;
         }
@@ -49,7 +49,7 @@ int add_devices(const cJSON *list, int count) {
         if (!parse_mac_text(mac, entry.mac)) {
             return fail(kMacFormat);
         }
-        const char *comment = cJSON_GetStringValue(address->next);
+        const char *comment = string_value(address->next);
         if (comment != nullptr && !fit_text(comment, entry.comment, sizeof entry.comment)) {
             return fail(kCommentLength);
         }
@@ -70,7 +70,7 @@ int add_devices(const cJSON *list, int count) {
 // message.
 int remove_devices(const cJSON *list) {
     for (const cJSON *address = array_first(list); address != nullptr; address = address->next) {
-        const char *text = cJSON_GetStringValue(address);
+        const char *text = string_value(address);
         if (text == nullptr) {
             return fail(kRemoveFormat);
         }
