@@ -33,8 +33,9 @@ struct Kind {
 };
 
 constexpr double kInstructionBudget = 1.5;  // times the floor's
-constexpr double kTableBudget = 2.2;        // the same for one that goes through a full table or stores many items
-constexpr double kHomeBudget = 45;          // the same for one that lists 256 clients
+constexpr double kMeshBudget = 1.6;         // the same for one that stores 45 items, most of them as they are
+constexpr double kTableBudget = 2.1;        // the same for one that shows a full table, or twelve objects
+constexpr double kHomeBudget = 42;          // the same for one that lists 256 clients
 
 constexpr char kSessionPath[] = "/var/app_sessionid";
 constexpr char kSessionId[] = "Us00112233445566778899aabbccddeeff";
