@@ -19,7 +19,7 @@ inline int type_of(const cJSON *item) {
 
 // The text of an item, owned by the tree; nullptr when it is no string.
 inline const char *string_value(const cJSON *item) {
-    return type_of(item) == cJSON_String ? item->valuestring : nullptr;
+    return item != nullptr && type_of(item) == cJSON_String ? item->valuestring : nullptr;
 }
 
 // The item under `key`, whatever the case of its letters; nullptr when `parent` has none or is no object.
@@ -53,7 +53,7 @@ inline uint32_t unsigned_value(const cJSON *item) {
 // The first element of an array, from which `next` leads to the others. nullptr: it is empty, or there is no array. To
 // cJSON the members of an object are elements, too; here they are none.
 inline const cJSON *array_first(const cJSON *array) {
-    return type_of(array) == cJSON_Array ? array->child : nullptr;
+    return array != nullptr && type_of(array) == cJSON_Array ? array->child : nullptr;
 }
 
 // The number of elements, null ones included; 0 when there is no array.
