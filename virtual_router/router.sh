@@ -67,6 +67,8 @@ lay_out_root() {
     echo 'root:x:0:' >"$root/etc/group"
     echo '127.0.0.1 localhost' >"$root/etc/hosts"
     echo "Compile Date: $FIRMWARE_DATE" >"$root/etc/fwInfo.file"
+    # There before anything runs: some files are a home's to write, and what starts first must not take them away.
+    [ -z "$home" ] || : >"$root/etc/home-played"
     mkfifo "$root/dev/console" "$root/dev/lan"
     if [ "$debug" = yes ]; then
         echo 1 >"$root/var/appdebug"

@@ -22,6 +22,8 @@ VARYING = (
     (re.compile(r"= \d+\.\d+/\d+\.\d+/\d+\.\d+ ms"), "= <t>/<t>/<t> ms"),
 )
 
+MOST_DETAIL = 3000  # characters of a failed step
+
 DUT = {
     "mac": "024B54709401",
     "type": "Mesh",
@@ -85,7 +87,7 @@ class Results:
         self.failed += not good
         print(f"{'ok    ' if good else 'FAILED'}  {self.way}: {step}", flush=True)
         if not good and detail:
-            print("        " + str(detail).replace("\n", "\n        "), flush=True)
+            print("        " + str(detail)[:MOST_DETAIL].replace("\n", "\n        "), flush=True)
         return good
 
 
