@@ -756,6 +756,46 @@ TEST_F(State, IsOldWhenTheMemoryIsFullAndNewWhenThereIsRoomAgain) {
     }
 }
 
+// A limit in the midst of what is written: the kernel writes up to there, and says so.
+TEST_F(State, HasAWriteWholeOrNotWhereverAFileMustEnd) {
+    commit_states(19);
+    ASSERT_EQ(boot_state(), 19);
+    const std::string working = read_file(router.path(kWorking));
+    int refused = 0;
+    int stored = 0;
+    for (auto &[id, name] : std::map<int, std::string>{
+             {kFirst,        "MIB_STATE_100"},
+             {300 + kAdd,    "MIB_LARGE"    },
+             {300 + kDelete, "MIB_LARGE"    }
+    }) {
+        // In front of the record, in its checksum, in its value, behind it.
+        for (size_t limit = working.find(name) & ~size_t{3}, i = 0; i < 400; i++, limit += i < 40 ? 4 : 100) {
+            if (limit > working.size()) {
+                break;
+            }
+            write_file(router.path(kWorking), working);
+            int status = router.run([id = id, limit] {
+                int32_t entry[50] = {id == kFirst ? 99 : 19};
+                REQUIRE(apmib_init() != 0);
+                limit_files(limit);
+                bool done = apmib_set(id, entry) != 0;
+                int32_t value = 0;
+                REQUIRE(apmib_get(id == kFirst ? kFirst : 300, &value) != 0);
+                int32_t changed = id == kFirst ? 99 : id == 300 + kAdd ? 20 : 18;
+                REQUIRE(value == (done ? changed : 19));
+                _exit(done ? 101 : 100);
+            });
+            ASSERT_TRUE(status == 100 || status == 101) << status << " at " << limit;
+            refused += status == 100;
+            stored += status == 101;
+            Outcome boot = router.flash({"boot"});
+            ASSERT_EQ(boot.output, "") << "write to " << id << ", limit " << limit;
+        }
+    }
+    EXPECT_GT(refused, 30);
+    EXPECT_GT(stored, 30);
+}
+
 // ---- A power cut ----------------------------------------------------------------------------------------------------
 
 constexpr size_t kSector = 512;  // what a disk writes whole or not at all

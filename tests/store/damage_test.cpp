@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -258,6 +259,72 @@ TEST_F(Damage, AWorkingCopyThatIsDamagedIsLaidOutAnew) {
         EXPECT_EQ(boot.status, 0);
         EXPECT_NE(boot.output.find("working.mdb is damaged"), std::string::npos) << boot.output;
         EXPECT_EQ(router.flash({"get", "MIB_NAME"}).output, kKept);
+    }
+}
+
+// Definitions that nobody can have made, in records of the right size: they are no items, and lead nobody elsewhere.
+TEST_F(Damage, AnImpossibleDefinitionIsNoItem) {
+    constexpr struct {
+        int id;
+        const char *name;
+        uint8_t kind, slots;
+        uint16_t limit, match, width;
+    } kRows[] = {
+        {1, "MIB_NAME",  0, 1,  0,    0,   32  }, // a byte of 32 bytes
+        {1, "MIB_NAME",  2, 1,  0,    0,   32  },
+        {1, "MIB_NAME",  4, 2,  0,    0,   16  }, // not as many as there are interfaces
+        {1, "MIB_NAME",  4, 32, 0,    0,   1   },
+        {1, "MIB_NAME",  0, 32, 0,    0,   1   },
+        {1, "MIB_NAME",  6, 1,  0,    0,   32  }, // no kind
+        {2, "MIB_LARGE", 5, 1,  40,   0,   200 }, // a delete compares nothing,
+        {2, "MIB_LARGE", 5, 1,  40,   201, 200 }, // or more than an entry
+        {2, "MIB_LARGE", 5, 1,  8000, 1,   1   }, // more entries than can be named
+        {2, "MIB_LARGE", 5, 2,  2,    200, 1999},
+        {2, "MIB_LARGE", 5, 3,  12,   200, 222 },
+        {2, "MIB_LARGE", 4, 1,  0,    0,   8003}, // another size
+    };
+    ASSERT_EQ(router.flash({"boot"}).status, 0);
+    const std::string working = read_file(router.path(kWorking));
+    for (auto &row : kRows) {
+        SCOPED_TRACE(testing::Message() << row.name << " of kind " << int{row.kind} << ", " << int{row.slots}
+                                        << " slots, " << row.limit << " x " << row.width << " / " << row.match);
+        std::string damaged = working;
+        // Pages that are no longer used may hold the record, too.
+        const std::string name = std::string(row.name) + '\0';
+        for (size_t at = damaged.find(name); at != std::string::npos; at = damaged.find(name, at + 1)) {
+            char *record = &damaged[at - 8];
+            memcpy(record, &row.kind, 1);
+            memcpy(record + 1, &row.slots, 1);
+            memcpy(record + 2, &row.limit, 2);
+            memcpy(record + 4, &row.match, 2);
+            memcpy(record + 6, &row.width, 2);
+        }
+        ASSERT_NE(damaged, working);
+        write_file(router.path(kWorking), damaged);
+        EXPECT_EQ(router.run([&] {
+            REQUIRE(apmib_init() != 0);
+            std::vector<char> value(1 << 16, 1);
+            for (wlan_idx = 0; wlan_idx < 2; wlan_idx++) {
+                for (vwlan_idx = 0; vwlan_idx < 6; vwlan_idx++) {
+                    for (int operation : {0, 1 + 0x8000, 2 + 0x10000, 3 + 0x20000, 4 + 0x40000}) {
+                        REQUIRE(apmib_get(row.id + operation, value.data()) == 0);
+                        REQUIRE(apmib_set(row.id + operation, value.data()) == 0);
+                    }
+                }
+            }
+            REQUIRE(value == std::vector<char>(1 << 16, 1));
+        }),
+                  0);
+        EXPECT_EQ(read_file(router.path(kWorking)), damaged);
+        for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+                 {"all"},
+                 { "get",         row.name},
+                 { "set", row.name, "x"}
+        }) {
+            Outcome outcome = router.flash(words);
+            EXPECT_EQ(outcome.status, 1);
+            EXPECT_NE(outcome.output.find("flash: "), std::string::npos) << outcome.output;
+        }
     }
 }
 

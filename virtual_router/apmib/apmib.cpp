@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -248,8 +249,8 @@ void seal_slot(uint32_t id, const Place &stored, const uint8_t *slot, uint8_t *r
 // A stored record's copy with a change that is not stored yet.
 struct Draft {
     MDB_val stored;
-    size_t begin;     // of the slot that was changed
-    size_t end;       // of what differs in what the stored one uses; it begins with Item::sum at the earliest
+    size_t begin;  // of the slot that was changed
+    size_t end;  // of what differs in what the stored one uses; `begin`: nothing does. The checksum stands before both
     size_t new_from;  // what the stored one does not use yet, up to new_to
     size_t new_to;
 };
@@ -288,7 +289,8 @@ bool draft_change(MDB_txn *txn, Target target, const void *value, Draft *draft) 
     return true;
 }
 
-// Opens the file of the working copy for writing. False: it cannot be, or is not the one that is read here any more.
+// Opens the file of the working copy for writing. False: it cannot be, or another one has taken the place of the one
+// that is read here.
 bool open_overwriter() {
     if (overwriter < 0) {
         int read_one = -1;
@@ -296,7 +298,7 @@ bool open_overwriter() {
         struct stat written = {};
         overwriter = open(store::kWorkingPath, O_RDWR | O_CLOEXEC);
         if (mdb_env_get_fd(working.env, &read_one) != 0 || fstat(read_one, &read) != 0 ||
-            fstat(overwriter, &written) != 0 || read.st_ino != written.st_ino) {
+            fstat(overwriter, &written) != 0 || read.st_dev != written.st_dev || read.st_ino != written.st_ino) {
             close(overwriter);
             overwriter = -1;
         }
@@ -311,7 +313,7 @@ bool write_part(off_t record, size_t begin, size_t end) {
 }
 
 // Stores a draft over the record where all that differs lies within a page, but for what the record did not use: the
-// kernel has written such a part or has not, whenever this process is killed. Nobody sees it half written, since
+// kernel has then written such a part or has not, whenever this process is killed. Nobody sees it half written, since
 // readers share the file's lock, and it is in the memory that they have mapped. False: it is not that simple, and what
 // the record uses is as it was.
 bool overwrite(const Draft &draft) {
@@ -327,6 +329,12 @@ bool overwrite(const Draft &draft) {
     store::Item found;
     if (pread(overwriter, &found, sizeof(found), record) != sizeof(found) ||
         memcmp(&found, address, sizeof(found)) != 0) {
+        return false;
+    }
+    // A process that may not write files of this length would write less than it was told to.
+    rlimit longest = {};
+    if (getrlimit(RLIMIT_FSIZE, &longest) != 0 ||
+        static_cast<rlim_t>(record) + std::max(draft.end, draft.new_to) > longest.rlim_cur) {
         return false;
     }
     if (draft.new_to > draft.new_from && !write_part(record, draft.new_from, draft.new_to)) {

@@ -145,6 +145,10 @@ class Session {
         MDB_val data = {};
         while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) {
             uint32_t id = 0;
+            Item item;
+            const uint8_t *slots = nullptr;
+            store::check(key.mv_size == sizeof(id) && store::read_record(data, &item, &slots) ? 0 : MDB_CORRUPTED,
+                         "read");
             memcpy(&id, key.mv_data, sizeof(id));
             records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
         }

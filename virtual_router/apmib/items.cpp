@@ -147,7 +147,6 @@ constexpr PlainKind kPlainKinds[] = {
 };
 
 constexpr uint16_t kMaxWidth = 1024;
-constexpr uint16_t kMaxEntries = 255;  // a read names its entry in one byte
 
 void parse_kind(const std::string &text, Item *item) {
     for (auto &row : kPlainKinds) {
@@ -172,7 +171,7 @@ void parse_kind(const std::string &text, Item *item) {
         text[static_cast<size_t>(end)] == '\0') {
         item->kind = kTable;
         item->width = parse_number<uint16_t>(std::to_string(width), 1, kMaxWidth);
-        item->limit = parse_number<uint16_t>(std::to_string(limit), 1, kMaxEntries);
+        item->limit = parse_number<uint16_t>(std::to_string(limit), 1, kMostEntries);
         item->match = parse_number<uint16_t>(std::to_string(match), 1, width);
         return;
     }

@@ -11,14 +11,30 @@
 
 namespace store {
 
+namespace {
+
+// Whether an item can be defined so. What cannot is damage, and is not to lead anybody out of a record or a buffer.
+bool is_definition(const Item &item) {
+    constexpr uint16_t kWidths[kKindCount] = {1, 1, 4, 4, 0, 0};  // 0: each item has its own
+    if (item.kind >= kKindCount || (item.slots != 1 && item.slots != kInterfaceCount) || item.width == 0 ||
+        memchr(item.name, '\0', sizeof(item.name)) == nullptr) {
+        return false;
+    }
+    if (item.kind == kTable) {
+        return item.limit >= 1 && item.limit <= kMostEntries && item.match >= 1 && item.match <= item.width;
+    }
+    return kWidths[item.kind] == 0 || kWidths[item.kind] == item.width;
+}
+
+}  // namespace
+
 bool read_record(const MDB_val &data, Item *item, const uint8_t **slots) {
     if (data.mv_size < sizeof(Item)) {
         return false;
     }
     memcpy(item, data.mv_data, sizeof(Item));
     *slots = static_cast<const uint8_t *>(data.mv_data) + sizeof(Item);
-    return item->kind < kKindCount && record_size(*item) == data.mv_size &&
-           memchr(item->name, '\0', sizeof(item->name)) != nullptr;
+    return is_definition(*item) && record_size(*item) == data.mv_size;
 }
 
 size_t entry_count(const Item &item, const uint8_t *slot) {

@@ -47,12 +47,14 @@ constexpr uint32_t kIdLimit = 0x8000;
 enum Kind : uint8_t { kByte, kSignedByte, kInt32, kIpv4, kText, kTable };
 constexpr int kKindCount = 6;
 
+constexpr uint16_t kMostEntries = 255;  // of a table: a read names its entry in one byte
+
 // What a record begins with; `slots` values of slot_size() bytes follow.
 struct Item {
     Kind kind;
     uint8_t slots;   // 1: global; kInterfaceCount: one value per wireless interface
-    uint16_t limit;  // tables: the most entries, 1 to 255 since a read names its entry in one byte
-    uint16_t match;  // tables: leading bytes of an entry that a delete compares
+    uint16_t limit;  // tables: the most entries, 1 to kMostEntries
+    uint16_t match;  // tables: leading bytes of an entry that a delete compares, 1 to `width`
     uint16_t width;  // of the value in bytes; of one entry for tables
     char name[56];
     uint64_t sum;  // of all else in the record that means something, and of the item's id: see sum_record()
@@ -78,7 +80,8 @@ inline size_t used_size(const Item &item, const uint8_t *slot) {
     return item.kind == kTable ? kCountSize + entry_count(item, slot) * item.width : item.width;
 }
 
-// Splits a record into its definition and the address of its first slot. False: `data` is no record.
+// Splits a record into its definition and the address of its first slot. False: `data` is no record that can be
+// defined.
 bool read_record(const MDB_val &data, Item *item, const uint8_t **slots);
 
 // The checksum of a record that read_record() takes: those of its definition and of its slots, XORed, so that whoever
