@@ -157,10 +157,15 @@ put_file() {
 }
 
 await_file() {
-    local tenths
-    # A busy PC may take its time; a part that ends meanwhile is noticed when the router is up.
-    for ((tenths = 0; tenths < 600; ++tenths)); do
+    local tenths part
+    for ((tenths = 0; tenths < 600; ++tenths)); do  # a busy PC may take its time
         [ ! -e "$1" ] || return 0
+        for part in "${!parts[@]}"; do
+            if ! kill -0 "$part" 2>/dev/null; then
+                echo "The router's ${parts[$part]} has ended while it started." >&2
+                return 1
+            fi
+        done
         sleep 0.1
     done
     echo "router: $1 does not appear" >&2

@@ -79,9 +79,13 @@ def queues():
 PATIENCE_SECONDS = 60
 
 
-def look_until(good, look, pause=0.05):
+# script/server has some patience of its own, and says so before it gives up.
+START_SECONDS = 240
+
+
+def look_until(good, look, pause=0.05, seconds=PATIENCE_SECONDS):
     """Looks until what is seen is good, or patience ends. Returns what was seen last."""
-    deadline = time.monotonic() + PATIENCE_SECONDS
+    deadline = time.monotonic() + seconds
     while not good(seen := look()) and time.monotonic() < deadline:
         time.sleep(pause)
     return seen
@@ -148,7 +152,7 @@ class Router:
                 env=self.environment(),
                 preexec_fn=heed_signals,
             )  # fmt: skip
-        if not self.await_output("Ctrl-C stops the router"):
+        if not self.await_output("Ctrl-C stops the router", seconds=START_SECONDS):
             return None
         queue = self.state / "run/queue"
         self.queue = int(queue.read_text()) if queue.exists() else None
@@ -157,14 +161,14 @@ class Router:
     def output(self):
         return self.log.read_text(errors="replace")
 
-    def await_output(self, text, after=0):
+    def await_output(self, text, after=0, seconds=PATIENCE_SECONDS):
         """Waits until the output from place `after` on has the text. False: it did not come."""
 
         def look():
             ended = self.process and self.process.poll() is not None  # after which nothing more is said
             return text in self.output()[after:], ended
 
-        return look_until(any, look, pause=0.01)[0]
+        return look_until(any, look, pause=0.01, seconds=seconds)[0]
 
     def ask(self, body, loopback=False, path="/app/app.cgi", post=True):
         """Asks with curl. Returns the HTTP status, the content type and the text."""
