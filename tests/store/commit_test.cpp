@@ -768,11 +768,18 @@ TEST_F(State, HasAWriteWholeOrNotWhereverAFileMustEnd) {
              {300 + kAdd,    "MIB_LARGE"    },
              {300 + kDelete, "MIB_LARGE"    }
     }) {
-        // In front of the record, in its checksum, in its value, behind it.
-        for (size_t limit = working.find(name) & ~size_t{3}, i = 0; i < 400; i++, limit += i < 40 ? 4 : 100) {
-            if (limit > working.size()) {
-                break;
+        // In front of the record, in its checksum, in its value, behind it. Pages that are no longer used may hold it,
+        // too.
+        std::vector<size_t> limits;
+        for (size_t at = working.find(name); at != std::string::npos; at = working.find(name, at + 1)) {
+            for (size_t into = 0; into < 160; into += 4) {
+                limits.push_back(at + into);
             }
+        }
+        for (size_t limit = 500; limit < working.size() + 500; limit += 500) {
+            limits.push_back(limit);
+        }
+        for (size_t limit : limits) {
             write_file(router.path(kWorking), working);
             int status = router.run([id = id, limit] {
                 int32_t entry[50] = {id == kFirst ? 99 : 19};

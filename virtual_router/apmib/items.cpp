@@ -137,13 +137,12 @@ namespace {
 struct PlainKind {
     const char *name;
     Kind kind;
-    uint16_t width;
 };
 constexpr PlainKind kPlainKinds[] = {
-    {"byte",  kByte,       1},
-    {"sbyte", kSignedByte, 1},
-    {"int32", kInt32,      4},
-    {"ipv4",  kIpv4,       4}
+    {"byte",  kByte      },
+    {"sbyte", kSignedByte},
+    {"int32", kInt32     },
+    {"ipv4",  kIpv4      }
 };
 
 constexpr uint16_t kMaxWidth = 1024;
@@ -152,7 +151,7 @@ void parse_kind(const std::string &text, Item *item) {
     for (auto &row : kPlainKinds) {
         if (text == row.name) {
             item->kind = row.kind;
-            item->width = row.width;
+            item->width = kKindWidths[row.kind];
             return;
         }
     }

@@ -15,7 +15,6 @@ namespace {
 
 // Whether an item can be defined so. What cannot is damage, and is not to lead anybody out of a record or a buffer.
 bool is_definition(const Item &item) {
-    constexpr uint16_t kWidths[kKindCount] = {1, 1, 4, 4, 0, 0};  // 0: each item has its own
     if (item.kind >= kKindCount || (item.slots != 1 && item.slots != kInterfaceCount) || item.width == 0 ||
         memchr(item.name, '\0', sizeof(item.name)) == nullptr) {
         return false;
@@ -23,7 +22,7 @@ bool is_definition(const Item &item) {
     if (item.kind == kTable) {
         return item.limit >= 1 && item.limit <= kMostEntries && item.match >= 1 && item.match <= item.width;
     }
-    return kWidths[item.kind] == 0 || kWidths[item.kind] == item.width;
+    return kKindWidths[item.kind] == 0 || kKindWidths[item.kind] == item.width;
 }
 
 }  // namespace

@@ -46,6 +46,7 @@ constexpr uint32_t kIdLimit = 0x8000;
 
 enum Kind : uint8_t { kByte, kSignedByte, kInt32, kIpv4, kText, kTable };
 constexpr int kKindCount = 6;
+constexpr uint16_t kKindWidths[kKindCount] = {1, 1, 4, 4, 0, 0};  // in bytes; 0: each item has its own
 
 constexpr uint16_t kMostEntries = 255;  // of a table: a read names its entry in one byte
 
