@@ -18,7 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "gateway/message.h"
+#include "gateway/handler/message.h"
 #include "platform/apmib.h"
 #include "store/table.h"
 

@@ -5,8 +5,8 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/resource.h"
-#include "gateway/reply.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/reply.h"
+#include "gateway/handler/request_state.h"
 
 namespace {
 

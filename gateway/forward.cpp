@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "gateway/reply.h"
+#include "gateway/handler/reply.h"
 
 int route_to_ip(const char * /*target*/, const char * /*request*/, char ** /*reply*/) {
     return 0;

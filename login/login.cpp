@@ -12,7 +12,7 @@
 #include "base/json.h"
 #include "base/output.h"
 #include "base/text.h"
-#include "gateway/reply.h"
+#include "gateway/handler/reply.h"
 #include "login/session_id.h"
 #include "store/items.h"
 #include "store/store.h"

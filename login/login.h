@@ -1,9 +1,10 @@
 // Login and sessions. The router knows one session id at a time, kept in a file; a login replaces it, a logout removes
-// it. May call store/, base/ and the gateway's public headers.
+// it.
 #ifndef LOGIN_LOGIN_H
 #define LOGIN_LOGIN_H
 
 #include "base/resource.h"
+#include "gateway/handler/object_handler.h"
 
 // Codes of a login reply; part of the protocol.
 constexpr int kLoginSuccess = 0;
@@ -19,7 +20,7 @@ int checkLogin(const cJSON *request);
 // Prints a login reply: `reply`, or a new object when it is empty, with the action and the result added.
 void send_login_response(Json reply, int code);
 
-// Setter of the object "logout" (an ObjectHandler).
-int app_set_logout_handler(const char *name, cJSON *request, cJSON *reply);
+// Setter of the object "logout".
+ObjectHandler app_set_logout_handler;
 
 #endif

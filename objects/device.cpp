@@ -5,7 +5,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/text.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "objects/identity.h"
 #include "objects/time_zone.h"
 #include "store/items.h"

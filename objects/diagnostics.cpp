@@ -9,8 +9,8 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
-#include "gateway/reply.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/reply.h"
+#include "gateway/handler/request_state.h"
 #include "objects/identity.h"
 
 namespace {

@@ -5,11 +5,13 @@
 
 #include <cjson/cJSON.h>
 
+#include "gateway/handler/object_handler.h"
+
 // Action "scan". Prints the reply. Returns 0, or -1 without a request or without the firmware information file: then
 // nothing is printed.
 int app_action_scan(cJSON *request);
 
-// Getter of "netDig" (an ObjectHandler).
-int app_get_netDig_handler(const char *name, cJSON *request, cJSON *reply);
+// Getter of "netDig".
+ObjectHandler app_get_netDig_handler;
 
 #endif

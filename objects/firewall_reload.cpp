@@ -1,8 +1,8 @@
 #include "objects/firewall_reload.h"
 
 #include "base/text.h"
-#include "gateway/message.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/message.h"
+#include "gateway/handler/request_state.h"
 
 namespace {
 constexpr char kNotSent[] = "ERROR: send MSG_CALL_SYSCONF fail";

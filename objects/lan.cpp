@@ -7,8 +7,8 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
-#include "gateway/request_state.h"
-#include "objects/interface_address.h"
+#include "gateway/handler/request_state.h"
+#include "kernel/interface_address.h"
 #include "store/items.h"
 #include "store/store.h"
 

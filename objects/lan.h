@@ -2,15 +2,15 @@
 #ifndef OBJECTS_LAN_H
 #define OBJECTS_LAN_H
 
-#include <cjson/cJSON.h>
 #include <netinet/in.h>
+
+#include "gateway/handler/object_handler.h"
 
 // Whether a DHCP pool suits the LAN: its end lies above its start, both are in the subnet of `ip` under `mask`, and the
 // mask leaves room for it (the source says how that is measured). All in network order.
 bool check_lan_range(in_addr ip, in_addr mask, in_addr start, in_addr end);
 
-// ObjectHandlers (gateway/dispatch.h).
-int app_get_lan_handler(const char *name, cJSON *request, cJSON *reply);
-int app_set_lan_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_lan_handler;
+ObjectHandler app_set_lan_handler;
 
 #endif

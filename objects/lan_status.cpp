@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "base/utf8.h"
 #include "clients/client_list.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "mesh/topology.h"
 
 namespace {

@@ -2,10 +2,9 @@
 #ifndef OBJECTS_LAN_STATUS_H
 #define OBJECTS_LAN_STATUS_H
 
-#include <cjson/cJSON.h>
+#include "gateway/handler/object_handler.h"
 
-// ObjectHandlers (gateway/dispatch.h).
-int app_get_lanStatus_handler(const char *name, cJSON *request, cJSON *reply);
-int app_get_meshStatus_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_lanStatus_handler;
+ObjectHandler app_get_meshStatus_handler;
 
 #endif

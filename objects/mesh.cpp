@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "base/json.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "mesh/backhaul_credentials.h"
 #include "mesh/topology.h"
 #include "store/items.h"

@@ -1,11 +1,10 @@
-// The object "mesh": the unit's role in the mesh, the radio of its backhaul and its name there. Both are ObjectHandlers
-// (gateway/dispatch.h).
+// The object "mesh": the unit's role in the mesh, the radio of its backhaul and its name there.
 #ifndef OBJECTS_MESH_H
 #define OBJECTS_MESH_H
 
-#include <cjson/cJSON.h>
+#include "gateway/handler/object_handler.h"
 
-int app_get_mesh_handler(const char *name, cJSON *request, cJSON *reply);
-int app_set_mesh_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_mesh_handler;
+ObjectHandler app_set_mesh_handler;
 
 #endif

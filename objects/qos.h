@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "gateway/handler/object_handler.h"
+
 constexpr int kMostRules = 10;
 
 // The addresses of a rule, both included. The start may lie behind the end: nobody checks.
@@ -58,8 +60,8 @@ QosResult ipQosAdd(const QosRuleRequest &request);
 // conflict with another rule's, -1 for all else.
 int qosAddAction(const cJSON *rule);
 
-// ObjectHandlers (gateway/dispatch.h). The setter passes the numbers of qosAddAction() on.
-int app_get_qos_handler(const char *name, cJSON *request, cJSON *reply);
-int app_set_qos_handler(const char *name, cJSON *request, cJSON *reply);
+// The setter passes the numbers of qosAddAction() on.
+ObjectHandler app_get_qos_handler;
+ObjectHandler app_set_qos_handler;
 
 #endif

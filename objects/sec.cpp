@@ -7,7 +7,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/mac_text.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "objects/schedule_text.h"
 #include "store/items.h"

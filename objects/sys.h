@@ -1,11 +1,11 @@
 // The object "sys": the administrator's account, up-time, scheduled reboot, LEDs, time zone, and the commands reboot,
-// restore and upgrade. Both are ObjectHandlers (gateway/dispatch.h).
+// restore and upgrade.
 #ifndef OBJECTS_SYS_H
 #define OBJECTS_SYS_H
 
-#include <cjson/cJSON.h>
+#include "gateway/handler/object_handler.h"
 
-int app_get_sys_handler(const char *name, cJSON *request, cJSON *reply);
-int app_set_sys_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_sys_handler;
+ObjectHandler app_set_sys_handler;
 
 #endif

@@ -10,8 +10,8 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
-#include "gateway/message.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/message.h"
+#include "gateway/handler/request_state.h"
 #include "objects/wan.h"
 
 namespace {

@@ -2,9 +2,8 @@
 #ifndef OBJECTS_WAN_STATUS_H
 #define OBJECTS_WAN_STATUS_H
 
-#include <cjson/cJSON.h>
+#include "gateway/handler/object_handler.h"
 
-// ObjectHandler (gateway/dispatch.h).
-int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_wanStatus_handler;
 
 #endif

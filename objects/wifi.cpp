@@ -5,7 +5,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/text.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "objects/wifi_security.h"
 #include "store/items.h"
 #include "store/store.h"

@@ -4,7 +4,7 @@
 
 #include "base/json.h"
 #include "base/mac_text.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "store/items.h"
 #include "store/store.h"
 #include "store/table.h"

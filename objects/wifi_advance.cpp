@@ -4,7 +4,7 @@
 
 #include "base/json.h"
 #include "base/text.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "objects/channels.h"
 #include "objects/wifi.h"
 #include "store/items.h"

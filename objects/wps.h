@@ -1,10 +1,10 @@
-// The object "wps": pairing by push button. Both are ObjectHandlers (gateway/dispatch.h).
+// The object "wps": pairing by push button.
 #ifndef OBJECTS_WPS_H
 #define OBJECTS_WPS_H
 
-#include <cjson/cJSON.h>
+#include "gateway/handler/object_handler.h"
 
-int app_get_wps_handler(const char *name, cJSON *request, cJSON *reply);
-int app_set_wps_handler(const char *name, cJSON *request, cJSON *reply);
+ObjectHandler app_get_wps_handler;
+ObjectHandler app_set_wps_handler;
 
 #endif

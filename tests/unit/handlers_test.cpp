@@ -7,7 +7,7 @@
 #include "base/resource.h"
 #include "base/text.h"
 #include "gateway/dispatch.h"
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 #include "objects/diagnostics.h"
 #include "objects/mesh.h"
 #include "platform/apmib.h"

@@ -6,7 +6,7 @@
 
 #include "gateway/actions.h"
 #include "gateway/dispatch.h"
-#include "gateway/message.h"
+#include "gateway/handler/message.h"
 
 namespace {
 

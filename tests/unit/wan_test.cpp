@@ -8,8 +8,8 @@
 #include <string>
 
 #include "base/resource.h"
-#include "objects/interface_address.h"
-#include "objects/name_servers.h"
+#include "kernel/interface_address.h"
+#include "kernel/name_servers.h"
 
 namespace {
 

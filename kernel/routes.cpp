@@ -1,4 +1,4 @@
-#include "gateway/default_gateway.h"
+#include "kernel/routes.h"
 
 #include <cstdio>
 

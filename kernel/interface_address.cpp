@@ -1,4 +1,4 @@
-#include "objects/interface_address.h"
+#include "kernel/interface_address.h"
 
 #include <net/if.h>
 #include <sys/ioctl.h>

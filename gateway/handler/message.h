@@ -1,6 +1,6 @@
 // Requests to the router's system daemon, posted to its System V message queue.
-#ifndef GATEWAY_MESSAGE_H
-#define GATEWAY_MESSAGE_H
+#ifndef GATEWAY_HANDLER_MESSAGE_H
+#define GATEWAY_HANDLER_MESSAGE_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Printing replies. Every reply is cJSON's formatted print and a line feed, on standard output.
-#ifndef GATEWAY_REPLY_H
-#define GATEWAY_REPLY_H
+#ifndef GATEWAY_HANDLER_REPLY_H
+#define GATEWAY_HANDLER_REPLY_H
 
 #include "base/resource.h"
 

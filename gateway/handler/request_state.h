@@ -1,7 +1,7 @@
 // What a handler leaves behind for the end of the request. One process serves one request, so nothing is reset for a
 // next.
-#ifndef GATEWAY_REQUEST_STATE_H
-#define GATEWAY_REQUEST_STATE_H
+#ifndef GATEWAY_HANDLER_REQUEST_STATE_H
+#define GATEWAY_HANDLER_REQUEST_STATE_H
 
 // The message of a failed get or set, returned as "msg". Empty at start; the last writer wins. Handlers write it with
 // fail() before they return; the dispatchers read it.

@@ -1,4 +1,4 @@
-#include "gateway/request_state.h"
+#include "gateway/handler/request_state.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // The router's default gateway.
-#ifndef GATEWAY_DEFAULT_GATEWAY_H
-#define GATEWAY_DEFAULT_GATEWAY_H
+#ifndef KERNEL_ROUTES_H
+#define KERNEL_ROUTES_H
 
 #include <netinet/in.h>
 

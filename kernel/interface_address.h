@@ -2,8 +2,8 @@
 //
 // Each reader returns false and leaves `out` untouched when the interface does not exist, or has no such address; the
 // reason goes to standard error.
-#ifndef OBJECTS_INTERFACE_ADDRESS_H
-#define OBJECTS_INTERFACE_ADDRESS_H
+#ifndef KERNEL_INTERFACE_ADDRESS_H
+#define KERNEL_INTERFACE_ADDRESS_H
 
 #include <netinet/in.h>
 

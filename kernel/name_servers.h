@@ -1,6 +1,6 @@
 // The name servers that the router's resolver uses at this moment.
-#ifndef OBJECTS_NAME_SERVERS_H
-#define OBJECTS_NAME_SERVERS_H
+#ifndef KERNEL_NAME_SERVERS_H
+#define KERNEL_NAME_SERVERS_H
 
 #include <netinet/in.h>
 

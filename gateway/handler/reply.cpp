@@ -1,4 +1,4 @@
-#include "gateway/reply.h"
+#include "gateway/handler/reply.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "objects/name_servers.h"
+#include "kernel/name_servers.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "gateway/message.h"
+#include "gateway/handler/message.h"
 
 #include <sys/ipc.h>
 #include <sys/msg.h>
