@@ -2,7 +2,6 @@
 
 import itertools
 import json
-import pathlib
 import re
 import tomllib
 

@@ -9,7 +9,8 @@ import re
 import time
 
 from caseformat import at_second, expand, resolve, to_bytes, to_text
-from sandbox import expected_record, libc
+from isolation import libc
+from message_queue import expected_record
 
 CLOCK_MACRO = re.compile(r"%(SESSION|SINCE|UPTIME)\(([^)]*)\)%")
 DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")

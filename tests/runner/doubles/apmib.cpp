@@ -1,6 +1,6 @@
 // A double of the configuration store: it answers from the case's store and logs what the program does with it.
 //
-// The case's store is a text file, one statement per line (written by tests/runner/sandbox.py):
+// The case's store is a text file, one statement per line (written by tests/runner/store.py):
 //   item ID WIDTH VALUE            an item; VALUE is its bytes in hexadecimal, or "-" when reading it fails
 //   item ID@W.V WIDTH VALUE        the same for one wireless interface (wlan_idx W, vwlan_idx V)
 //   table ID SIZE KEY RECORD...    the records of the table whose count item is ID, "-" for one that cannot be read;

@@ -1,0 +1,86 @@
+"""What keeps the program under test apart: name spaces where they can be had, else a changed root, else proot."""
+
+import contextlib
+import ctypes
+import os
+import pathlib
+import shutil
+
+libc = ctypes.CDLL(None, use_errno=True)
+
+CLONE_NEWNS, CLONE_NEWIPC, CLONE_NEWUSER = 0x20000, 0x8000000, 0x10000000
+MS_BIND, MS_REC, MS_PRIVATE = 4096, 16384, 1 << 18
+
+
+def call(name, *arguments):
+    if getattr(libc, name)(*arguments) != 0:
+        raise OSError(ctypes.get_errno(), name)
+
+
+def unshare(flags):
+    """Enters name spaces of its own, as an ordinary user through one of users first. False: not to be had."""
+    uid, gid = os.geteuid(), os.getegid()
+    with contextlib.suppress(OSError):
+        call("unshare", flags)
+        return True
+    with contextlib.suppress(OSError):
+        call("unshare", CLONE_NEWUSER | flags)
+        pathlib.Path("/proc/self/setgroups").write_text("deny")
+        pathlib.Path("/proc/self/uid_map").write_text(f"0 {uid} 1")
+        pathlib.Path("/proc/self/gid_map").write_text(f"0 {gid} 1")
+        return True
+    return False
+
+
+def in_child(question):
+    """The answer that a child process gives: asking changes the process that asks."""
+    child = os.fork()
+    if child == 0:
+        answer = False
+        with contextlib.suppress(OSError):
+            answer = question()
+        os._exit(0 if answer else 1)
+    return os.waitpid(child, 0)[1] == 0
+
+
+def can_chroot():
+    return in_child(lambda: os.chroot("/") is None)
+
+
+def missing_right(mode):
+    """What this machine lacks to run cases in `mode`; None if it lacks nothing."""
+    spaces = in_child(lambda: unshare(CLONE_NEWIPC | CLONE_NEWNS))
+    if mode == "valgrind" and not spaces:
+        return "valgrind reads /proc, which takes a mount name space here, and this process may not make one"
+    if not spaces and (mode not in ("plain", "target") or not can_chroot()) and shutil.which("proot") is None:
+        return "neither a name space nor another root folder may be made, and proot is not installed"
+    return None
+
+
+class Isolation:
+    """What this process, a worker, runs the program in; made once, since it changes the process."""
+
+    def __init__(self, mode):
+        self.needs_proc = mode not in ("plain", "target")  # valgrind and the sanitizers look into /proc/self
+        self.own_space = unshare(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
+        self.proot = not can_chroot() or self.needs_proc and not self.own_space
+
+    def supply_proc(self, root):
+        """Puts /proc into the root for those who need it; with proot the launcher's line does."""
+        if self.needs_proc:
+            root.path("/proc/self").symlink_to("/.runner/proc/self")
+            if not self.proot:
+                call("mount", b"none", b"/", None, MS_REC | MS_PRIVATE, None)
+                call("mount", b"/proc", bytes(root.path("/.runner/proc")), None, MS_BIND | MS_REC, None)
+
+    def launcher(self, root, tools):
+        """The beginning of a command line that runs a program in the root."""
+        if self.proot:
+            binds = ["-b", "/proc:/.runner/proc"] if self.needs_proc else []
+            line = ["proot", "-r", str(root.folder), "-w", "/", *binds, "/.runner/launch"]
+        else:
+            line = [str(tools / "launch"), "-r", str(root.folder)]
+        return line + ["-p"] if self.needs_proc else line
+
+    def environment(self, root):
+        return {"PROOT_TMP_DIR": str(root.path(".runner"))} if self.proot else {}
