@@ -11,9 +11,6 @@ namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr char kQueuePath[] = "/dev/null";
-constexpr int kQueueProject = 'u';
-
 // The log line of a type; a type without a row is logged by its number.
 struct TypeName {
     int32_t type;
@@ -40,15 +37,14 @@ const char *find_log_line(int32_t type) {
 // What msgsnd() takes: a long, which is wider than the record's type on a 64-bit machine, and the rest of the record.
 struct QueueEntry {
     long type;
-    char payload[sizeof(SysMsgRecord) - sizeof(int32_t)];
+    char payload[kSysMsgPayload];
 };
-static_assert(sizeof QueueEntry::payload == 360, "the daemon receives 360 bytes behind the type");
 
 }  // namespace
 
 int msg_send(const SysMsgRecord &record) {
-    const key_t key = ftok(kQueuePath, kQueueProject);
-    const int queue = msgget(key, IPC_CREAT | 0666);
+    const key_t key = ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject);
+    const int queue = msgget(key, IPC_CREAT | kSystemQueueMode);
     if (queue < 0) {
         DebugLog("msgget failed\n\n");
         return -1;

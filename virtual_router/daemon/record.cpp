@@ -1,8 +1,10 @@
 #include "virtual_router/daemon/record.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
+#include "platform/system_queue.h"
 #include "virtual_router/console/printable.h"
 
 namespace {
@@ -12,33 +14,33 @@ enum class Kind : uint8_t { kText, kByte, kWeekdays, kInt32 };
 struct Field {
     const char *name;  // empty: the end of the fields
     Kind kind;
-    std::size_t offset;  // in the described record of 364 bytes
+    std::size_t offset;  // in the record
     std::size_t size;
 };
 
+#define FIELD(name, kind, member) \
+    { name, Kind::kind, offsetof(SysMsgRecord, member), sizeof(SysMsgRecord::member) }
+
 constexpr Field kNoFields[] = {{}};
 constexpr Field kSchedule[] = {
-    {"enable",     Kind::kByte, 229, 1},
-    {"hour",         Kind::kByte, 230, 1},
-    {"minute",            Kind::kByte, 231, 1},
-    {"second",Kind::kByte, 232, 1},
-    {"weekdays",           Kind::kWeekdays, 233, 1},
-    {        },
+    FIELD("enable", kByte, schedule_enable),     FIELD("hour", kByte, schedule_hour),
+    FIELD("minute", kByte, schedule_minute),     FIELD("second", kByte, schedule_second),
+    FIELD("weekdays", kWeekdays, schedule_week), {},
 };
 constexpr Field kUpgrade[] = {
-    {"url",        Kind::kText, 4, 128},
-    {"md5",           Kind::kText, 132, 33},
+    FIELD("url", kText, firmware_url),
+    FIELD("md5", kText, firmware_md5),
     {},
 };
 constexpr Field kReport[] = {
-    {"interval",    Kind::kInt32, 236, 4},
-    {"count",          Kind::kInt32, 240, 4},
-    {"guid",             Kind::kText, 244, 40},
-    {           },
+    FIELD("interval", kInt32, report.interval),
+    FIELD("count", kInt32, report.count),
+    FIELD("guid", kText, report.guid),
+    {},
 };
 constexpr Field kSysconf[] = {
-    {"sysconfArgv", Kind::kText, 236, 128},
-    {        },
+    FIELD("sysconfArgv", kText, sysconfArgv),
+    {},
 };
 
 constexpr char kNothing[] = "(nothing in this router acts on it yet)";
@@ -46,24 +48,27 @@ constexpr char kNoServer[] = "(shown only; this router has no server to report t
 
 // A message of which there is one kind: the command is called with the fields' values as its words.
 struct Row {
-    long type;
+    SysMsgType type;
     const char *name;
     const Field *fields;
     const char *command;  // nullptr: none
     const char *note;     // without a command
 };
 
+#define MESSAGE(type, fields, command, note) \
+    { type, #type, fields, command, note }
+
 constexpr Row kRows[] = {
-    {1,  "MSG_APP_START",                kNoFields, nullptr,     kNothing },
-    {2,  "MSG_RESET",                    kNoFields, "restore",   nullptr  },
-    {3,  "MSG_REBOOT",                   kNoFields, "reboot",    nullptr  },
-    {4,  "MSG_APP_REINIT",               kNoFields, "restart",   nullptr  },
-    {5,  "MSG_APP_SCHREBOOT",            kSchedule, "schreboot", nullptr  },
-    {6,  "MSG_APP_FWUPG",                kUpgrade,  "upgrade",   nullptr  },
-    {7,  "MSG_APP_SETQOS",               kNoFields, "shaping",   nullptr  },
-    {8,  "MSG_APP_START_SPEEDTEST",      kNoFields, "speedtest", nullptr  },
-    {9,  "MSG_APP_REPORTOSERVER_WANSTA", kReport,   nullptr,     kNoServer},
-    {10, "MSG_CALL_SYSCONF",             kSysconf,  nullptr,     kNothing },
+    MESSAGE(MSG_APP_START, kNoFields, nullptr, kNothing),
+    MESSAGE(MSG_RESET, kNoFields, "restore", nullptr),
+    MESSAGE(MSG_REBOOT, kNoFields, "reboot", nullptr),
+    MESSAGE(MSG_APP_REINIT, kNoFields, "restart", nullptr),
+    MESSAGE(MSG_APP_SCHREBOOT, kSchedule, "schreboot", nullptr),
+    MESSAGE(MSG_APP_FWUPG, kUpgrade, "upgrade", nullptr),
+    MESSAGE(MSG_APP_SETQOS, kNoFields, "shaping", nullptr),
+    MESSAGE(MSG_APP_START_SPEEDTEST, kNoFields, "speedtest", nullptr),
+    MESSAGE(MSG_APP_REPORTOSERVER_WANSTA, kReport, nullptr, kNoServer),
+    MESSAGE(MSG_CALL_SYSCONF, kSysconf, nullptr, kNothing),
 };
 
 // What a MSG_CALL_SYSCONF can ask for.
@@ -133,13 +138,13 @@ Message decode_record(long type, std::string_view payload) {
     const Row *row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row &r) { return r.type == type; });
     const bool known = row != std::end(kRows);
 
-    char bytes[kPayloadSize] = {};
+    char bytes[kSysMsgPayload] = {};
     std::memcpy(bytes, payload.data(), std::min(payload.size(), sizeof bytes));
 
     Message message = {known ? row->name : "unknown message type " + std::to_string(type), {}, kNothing};
     std::vector<std::string> values;
     for (const Field *field = known ? row->fields : kNoFields; field->name != nullptr; ++field) {
-        char *bytes_of_field = bytes + field->offset - kTypeSize;
+        char *bytes_of_field = bytes + field->offset - sizeof(SysMsgRecord::msg_type);
         values.push_back(plain_value(*field, bytes_of_field));
         message.text += std::string(" ") + field->name + "=" + shown_value(*field, values.back());
         std::memset(bytes_of_field, 0, field->size);  // so that only bytes without a meaning are left
@@ -151,9 +156,9 @@ Message decode_record(long type, std::string_view payload) {
     if (stray != 0) {
         message.text += " (" + std::to_string(stray) + " bytes that should be zero are not)";
     }
-    if (payload.size() != kPayloadSize) {
+    if (payload.size() != kSysMsgPayload) {
         message.text += " (payload of " + std::to_string(payload.size()) + " bytes instead of " +
-                        std::to_string(kPayloadSize) + ")";
+                        std::to_string(kSysMsgPayload) + ")";
     }
     return message;
 }

@@ -2,16 +2,9 @@
 #ifndef VIRTUAL_ROUTER_DAEMON_RECORD_H
 #define VIRTUAL_ROUTER_DAEMON_RECORD_H
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-// A record is described as 364 bytes that begin with a 32-bit type. The queue carries the type apart, as a `long`, and
-// the other 360 bytes as they are, so a field lies 4 bytes before its described offset.
-constexpr std::size_t kTypeSize = 4;
-constexpr std::size_t kPayloadSize = 360;
 
 struct Message {
     std::string text;  // one line, fit for a terminal

@@ -11,14 +11,11 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/system_queue.h"
 #include "virtual_router/console/printable.h"
 #include "virtual_router/daemon/record.h"
 
 namespace {
-
-constexpr char kQueuePath[] = "/dev/null";
-constexpr int kQueueProject = 'u';
-constexpr int kQueueMode = 0666;
 
 // Larger than a record, so that a record of a wrong size is seen as it is.
 struct Envelope {
@@ -83,7 +80,7 @@ void run(const std::vector<std::string> &command) {
 
 int main() {
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    const int queue = msgget(ftok(kQueuePath, kQueueProject), IPC_CREAT | kQueueMode);
+    const int queue = msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), IPC_CREAT | kSystemQueueMode);
     if (queue < 0) {
         std::perror("daemon: msgget");
         return 1;
