@@ -17,6 +17,12 @@ inline int type_of(const cJSON *item) {
     return item != nullptr ? item->type & 0xff : cJSON_Invalid;
 }
 
+// Whether there is something. A null stands for nothing: it is as good as missing where a request may leave things out
+// of a list.
+inline bool is_there(const cJSON *item) {
+    return item != nullptr && type_of(item) != cJSON_NULL;
+}
+
 // The text of an item, owned by the tree; nullptr when it is no string.
 inline const char *string_value(const cJSON *item) {
     return item != nullptr && type_of(item) == cJSON_String ? item->valuestring : nullptr;
@@ -65,13 +71,18 @@ inline int array_size(const cJSON *array) {
     return size;
 }
 
-// The string that is an array's element number `index`, from 0; nullptr when there is none.
-inline const char *array_text(const cJSON *array, int index) {
+// An array's element number `index`, from 0; nullptr when there is none.
+inline const cJSON *array_item(const cJSON *array, int index) {
     const cJSON *element = index >= 0 ? array_first(array) : nullptr;
     for (int i = 0; i < index && element != nullptr; ++i) {
         element = element->next;
     }
-    return string_value(element);
+    return element;
+}
+
+// The string that is an array's element number `index`; nullptr when there is none.
+inline const char *array_text(const cJSON *array, int index) {
+    return string_value(array_item(array, index));
 }
 
 // Adds an item under a key that outlives the tree, such as a literal: unlike cJSON_Add...ToObject() this copies no key,

@@ -42,7 +42,7 @@ int ParseMacHex(const char *text, uint8_t (&mac)[kMacBytes]) {
 }
 
 bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]) {
-    return strlen(text) == kMacDigits && ParseMacHex(text, mac) == 1;
+    return text != nullptr && strlen(text) == kMacDigits && ParseMacHex(text, mac) == 1;
 }
 
 bool take_mac_bytes(const unsigned (&numbers)[kMacBytes], uint8_t (&mac)[kMacBytes]) {

@@ -14,7 +14,8 @@ constexpr size_t kMacColonSize = 18;  // "aa:bb:cc:dd:ee:ff" and the terminator
 // before it are then written already. Looks at 12 characters at most and does not tell a longer text from a right one.
 int ParseMacHex(const char *text, uint8_t (&mac)[kMacBytes]);
 
-// The rule of requests: exactly 12 characters, all hexadecimal digits. False: `mac` is not to be used.
+// The rule of requests: exactly 12 characters, all hexadecimal digits. False, also for nullptr: `mac` is not to be
+// used.
 bool parse_mac_text(const char *text, uint8_t (&mac)[kMacBytes]);
 
 // Takes an address from its bytes as scanf() reads them. False: one of them is no byte.

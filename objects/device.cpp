@@ -138,6 +138,7 @@ int app_set_app_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     // A failure from here on leaves the port in the working copy, but commits nothing.
     const cJSON *ticktime = find_item(app, "ticktime");
     if (ticktime != nullptr) {
+        DebugLog("port:%d\n", integer_value(ticktime));  // the port's words: whoever reads the log knows both by them
         if (!is_u16(integer_value(ticktime))) {
             return fail(kTicktimeInvalid);
         }

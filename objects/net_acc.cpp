@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
+#include "objects/mac_list.h"
 #include "objects/schedule_text.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -24,12 +25,10 @@ constexpr size_t kCompactLength = sizeof CompactTime::text - 1;
 constexpr size_t kTimeSpanLength = 2 * kCompactLength + 1;
 
 constexpr char kCountFailed[] = "get_entry_number FAIL";
-constexpr char kMacFormat[] = "ERROR:MAC format error!";
 constexpr char kNoTimeOrWeek[] = "ERROR: not find schNetAcc.time or schNetAcc.week item";
 constexpr char kTimeLength[] = "ERROR: time string lenght wrong";
 constexpr char kWeekFormat[] = "ERROR: week format error";
 constexpr char kNameFormat[] = "ERROR: name format error";
-constexpr char kListFormat[] = "ERROR:delMaclist format error!";  // the MAC filter's text on purpose
 
 constexpr int kNotDeleted = -2;  // a failure without a message
 
@@ -131,14 +130,15 @@ int delete_devices(const cJSON *list) {
         return fail(kCountFailed);
     }
     for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
-        if (type_of(device) == cJSON_NULL) {
-            return fail(kListFormat);
+        if (!is_there(device)) {
+            return fail(kListFormat);  // the MAC filter's text on purpose, here and below
         }
-        const char *text = find_text(device, "mac");
-        if (text == nullptr) {
+        const cJSON *address = find_item(device, "mac");
+        if (!is_there(address)) {
             continue;
         }
-        if (strlen(text) != kMacDigits) {
+        const char *text = address_text(address);
+        if (text == nullptr) {
             return fail(kMacFormat);
         }
         const int deleted = delete_device(upper_case(text), count);
@@ -194,12 +194,13 @@ int app_set_netAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
             return fail(kCountFailed);
         }
         for (const cJSON *device = array_first(added); device != nullptr; device = device->next) {
-            const char *text = find_text(device, "mac");
-            if (text == nullptr) {
+            const cJSON *address = find_item(device, "mac");
+            if (!is_there(address)) {
                 continue;
             }
             // The characters are not looked at: the table is matched by text, and what is no address matches no device.
-            if (strlen(text) != kMacDigits) {
+            const char *text = address_text(address);
+            if (text == nullptr) {
                 return fail(kMacFormat);
             }
             const DeviceMac mac = upper_case(text);

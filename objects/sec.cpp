@@ -9,6 +9,7 @@
 #include "base/mac_text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
+#include "objects/mac_list.h"
 #include "objects/schedule_text.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -18,22 +19,14 @@ namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr int kMostEntries = 20;
 constexpr size_t kWeekLength = sizeof WeekText::text - 1;
 
 constexpr char kFirewallInvalid[] = "ERROR: firewall value is invalied";
-constexpr char kDeleteFormat[] = "ERROR:delMaclist format error!";
-constexpr char kMacFormat[] = "ERROR:MAC format error!";
-constexpr char kDeleteCountFailed[] = "ERROR:get_entry_number_error";
-constexpr char kDeleteFailed[] = "ERROR:delete_table_entry_error";
 constexpr char kAddCountFailed[] = "get_entry_number FAIL";
-constexpr char kTooMany[] = "Error:mac item number >20";
+constexpr char kTooMany[] = "Error:mac item number >%d";
 constexpr char kRepeated[] = "ERROR:MAC is repeated!";
-constexpr char kCommentLength[] = "ERROR: comment length too long";
 constexpr char kTimeLength[] = "ERROR: TIME length too long";
 constexpr char kWeekFormat[] = "ERROR: week format error";
-constexpr char kExists[] = "Error:mac exist";
-constexpr char kAddFailed[] = "Error:add_table_entry_error";
 
 constexpr uint32_t kFirewallOn = 1;
 
@@ -53,8 +46,9 @@ constexpr int32_t kFloodThreshold = 1500;
 constexpr const FloodProtection *kAsReported[] = {&kIcmpFlood, &kSynFlood, &kFinFlood, &kUdpFlood};
 constexpr const FloodProtection *kAsWritten[] = {&kSynFlood, &kFinFlood, &kUdpFlood, &kIcmpFlood};
 
-// An added device is an array of texts, of which all but the first may be missing.
-enum DeviceElement { kMac, kComment, kTime, kWeek };
+// What an added device has behind its comment.
+constexpr int kDeviceTime = kDeviceComment + 1;
+constexpr int kDeviceWeek = kDeviceComment + 2;
 
 uint32_t stored_flags() {
     return static_cast<uint32_t>(store_get(MIB_FIREWALL_FLAGS));
@@ -62,25 +56,19 @@ uint32_t stored_flags() {
 
 // Reads the MAC filter. The number of entries, or -1 when the count or one of them can't be read. Entries beyond the
 // filter's limit, which no setter makes, are left out.
-int read_mac_filter(MacFilterEntry (&entries)[kMostEntries]) {
+int read_mac_filter(MacFilterEntry (&entries)[kMostDevices]) {
     int32_t count;
     if (!table_count(MIB_MACFILTER_TBL_NUM, count)) {
         fprintf(stderr, "Get table entry error!\n");
         return -1;
     }
     int length = 0;
-    for (; length < count && length < kMostEntries; ++length) {
+    for (; length < count && length < kMostDevices; ++length) {
         if (!table_read(MIB_MACFILTER_TBL_NUM, length + 1, entries[length])) {
             return -1;
         }
     }
     return length;
-}
-
-// Reads the first of the filter's entries 1 to `count` with this address.
-bool find_entry(const uint8_t (&mac)[kMacBytes], int32_t count, MacFilterEntry &entry) {
-    return table_find(MIB_MACFILTER_TBL_NUM, count, entry,
-                      [&mac](const MacFilterEntry &candidate) { return memcmp(candidate.mac, mac, sizeof mac) == 0; });
 }
 
 // Stores the switch of the firewall, and when it goes on those of its protections, which are on unless they are said
@@ -109,98 +97,64 @@ int set_firewall(const cJSON *sec, int wanted) {
     return 0;
 }
 
-// Takes the addresses of `list` off the filter; one that is not there is no error. nullptr, or the message of the first
-// that failed; those before it stay off.
-const char *delete_devices(const cJSON *list) {
-    for (const cJSON *address = array_first(list); address != nullptr; address = address->next) {
-        const char *text = string_value(address);
-        if (text == nullptr) {
-            return kDeleteFormat;
-        }
-        uint8_t mac[kMacBytes];
-        if (!parse_mac_text(text, mac)) {
-            return kMacFormat;
-        }
-        int32_t count;
-        if (!table_count(MIB_MACFILTER_TBL_NUM, count)) {
-            return kDeleteCountFailed;
-        }
-        MacFilterEntry entry;
-        if (find_entry(mac, count, entry) && !table_remove(MIB_MACFILTER_TBL_NUM, entry)) {
-            return kDeleteFailed;
-        }
-    }
-    return nullptr;
-}
-
-// Looks for an address that is in `list` twice, before anything of it is added. nullptr: there is none. Texts are
-// compared, so the same address in upper and in lower case passes.
-const char *check_repetition(const cJSON *list) {
+// Refuses addresses that stand in `list` twice, before anything of it is added. Texts are compared, so the same address
+// in upper and in lower case passes. 0, or -1 with the message.
+int check_repetition(const cJSON *list) {
     for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
-        const char *mac = array_text(device, kMac);
-        if (mac == nullptr) {
+        const cJSON *address = array_item(device, kDeviceMac);
+        if (!is_there(address)) {
             continue;
         }
-        if (strlen(mac) != kMacDigits) {
-            return kMacFormat;
+        const char *mac = address_text(address);
+        if (mac == nullptr) {
+            return fail(kMacFormat);
         }
         for (const cJSON *later = device->next; later != nullptr; later = later->next) {
-            const char *other = array_text(later, kMac);
+            const char *other = array_text(later, kDeviceMac);
             if (other != nullptr && strcmp(mac, other) == 0) {
-                return kRepeated;
+                return fail(kRepeated);
             }
         }
     }
-    return nullptr;
+    return 0;
 }
 
-// Adds a device to the filter unless one of its entries 1 to `count` has the address. nullptr, or the message.
-const char *add_device(const cJSON *device, const char *mac, int32_t count) {
-    MacFilterEntry entry = {};
-    if (!parse_mac_text(mac, entry.mac)) {
-        return kMacFormat;
-    }
-    const char *comment = array_text(device, kComment);
-    if (comment != nullptr && !fit_text(comment, entry.comment, sizeof entry.comment)) {
-        return kCommentLength;
-    }
-    const char *time = array_text(device, kTime);
+// What stands behind the comment of an added device. 0, or -1 with the message.
+int take_schedule(const cJSON *device, MacFilterEntry &entry) {
+    const char *time = array_text(device, kDeviceTime);
     if (time != nullptr && !fit_text(time, entry.time, sizeof entry.time)) {
-        return kTimeLength;
+        return fail(kTimeLength);
     }
-    const char *week = array_text(device, kWeek);
+    const char *week = array_text(device, kDeviceWeek);
     if (week != nullptr && strlen(week) != kWeekLength) {
-        return kWeekFormat;
+        return fail(kWeekFormat);
     }
     entry.week = parse_week_mask(week);
-    MacFilterEntry existing;
-    if (find_entry(entry.mac, count, existing)) {
-        return kExists;
-    }
-    // Should the very entry be there unseen, added by this request in other letters, it is not there twice.
-    table_remove(MIB_MACFILTER_TBL_NUM, entry);
-    return table_add(MIB_MACFILTER_TBL_NUM, entry) ? nullptr : kAddFailed;
+    return 0;
 }
 
-// Adds the devices of `list`; elements without an address are passed over, but count towards the limit. nullptr, or the
-// message of the first that failed; those before it stay in the filter.
-const char *add_devices(const cJSON *list) {
+// Deletes and adds what the request lists. 0, or -1 with the message.
+int change_mac_filter(const cJSON *sec) {
+    if (delete_devices(MIB_MACFILTER_TBL_NUM, find_item(sec, "delMaclist")) != 0) {
+        return -1;
+    }
+    const cJSON *added = find_item(sec, "addMaclist");
+    if (added == nullptr) {
+        return 0;
+    }
     // Not read again after an addition: what this request adds is compared with what was there before it.
     int32_t count;
     if (!table_count(MIB_MACFILTER_TBL_NUM, count)) {
-        return kAddCountFailed;
+        return fail(kAddCountFailed);
     }
-    if (count > kMostEntries - array_size(list)) {
-        return kTooMany;
+    // Elements without an address count, too.
+    if (count > kMostDevices - array_size(added)) {
+        return fail(kTooMany, kMostDevices);
     }
-    const char *refusal = check_repetition(list);
-    for (const cJSON *device = array_first(list); device != nullptr && refusal == nullptr; device = device->next) {
-        const char *mac = array_text(device, kMac);
-        if (mac != nullptr) {
-            refusal = add_device(device, mac, count);
-        }
+    if (check_repetition(added) != 0) {
+        return -1;
     }
-    return refusal;
+    return add_devices(MIB_MACFILTER_TBL_NUM, added, count, take_schedule);
 }
 
 }  // namespace
@@ -214,7 +168,7 @@ int app_get_sec_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
         add_number(sec, flood->key, on && (flags & flood->flag) != 0 ? 1 : 0);
     }
     const int32_t filters = store_get(MIB_MACFILTER_ENABLED);
-    MacFilterEntry entries[kMostEntries];
+    MacFilterEntry entries[kMostDevices];
     const int count = read_mac_filter(entries);
     add_number(sec, "macFiltering", filters);
     cJSON *list = cJSON_AddArrayToObject(sec, "maclist");
@@ -245,16 +199,11 @@ int app_set_sec_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     if (filters == nullptr) {
         return firewall != nullptr ? reload_firewall() : 0;
     }
-    const char *refusal = delete_devices(find_item(sec, "delMaclist"));
-    const cJSON *added = find_item(sec, "addMaclist");
-    if (refusal == nullptr && added != nullptr) {
-        refusal = add_devices(added);
-    }
-    if (refusal != nullptr) {
-        if (refusal == kMacFormat || refusal == kDeleteFormat) {
-            DebugLog("%s\n", refusal);
+    if (change_mac_filter(sec) != 0) {
+        if (strcmp(err_msg, kMacFormat) == 0 || strcmp(err_msg, kListFormat) == 0) {
+            DebugLog("%s\n", err_msg);
         }
-        return fail("%s", refusal);
+        return -1;
     }
     // Last, so that a refused list leaves the filter's switch alone, whatever of it was stored by then.
     store_set(MIB_MACFILTER_ENABLED, integer_value(filters) != 0 ? 1 : 0);

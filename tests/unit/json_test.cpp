@@ -56,6 +56,21 @@ TEST(Array, HasElements) {
     EXPECT_STREQ(array_text(array.get(), 3), "");
     EXPECT_EQ(array_text(array.get(), 4), nullptr);
     EXPECT_EQ(array_text(array.get(), -1), nullptr);
+    EXPECT_EQ(array_item(array.get(), 2)->valueint, 3);
+    EXPECT_EQ(array_item(array.get(), 4), nullptr);
+    EXPECT_EQ(array_item(array.get(), -1), nullptr);
+}
+
+TEST(IsThere, TakesNullForNothing) {
+    for (const char *json : {"{}", "[]", "\"\"", "0", "true", "false"}) {
+        const Json item(cJSON_Parse(json));
+        ASSERT_TRUE(item) << json;
+        EXPECT_TRUE(is_there(item.get())) << json;
+    }
+    const Json null(cJSON_Parse("null"));
+    ASSERT_TRUE(null);
+    EXPECT_FALSE(is_there(null.get()));
+    EXPECT_FALSE(is_there(nullptr));
 }
 
 TEST(Array, IsNothingElse) {

@@ -70,6 +70,7 @@ TEST(ParseMacText, WantsTwelveCharacters) {
     EXPECT_TRUE(parse_mac_text("A0B1C2D3E4F5", mac));
     EXPECT_FALSE(parse_mac_text("A0B1C2D3E4F56", mac));
     EXPECT_FALSE(parse_mac_text("a0:b1:c2:d3:e4:f5", mac));
+    EXPECT_FALSE(parse_mac_text(nullptr, mac));
     // Without the check of the length, a longer text passes.
     EXPECT_EQ(ParseMacHex("A0B1C2D3E4F56", mac), 1);
 }
