@@ -6,24 +6,29 @@
 # Other scripts source this file and call require_packages.
 set -eu
 
-# One line per group; the names are those of Debian 12.
+# One line per group; the names are those of Debian 12. script/suites.sh tells which suite needs which.
 packages_of() {
     case "$1" in
     build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev libgtest-dev ;;
     router) echo lighttpd busybox proot iproute2 nftables util-linux mount curl ;;
     home) echo python3 python3-jsonschema ;;
-    test)
-        echo git valgrind libc6-dbg binutils strace procps python3 lmdb-utils libcap2-bin \
-            clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev cppcheck shellcheck
-        ;;
+    python) echo python3 ;;
+    cases) echo python3 proot ;;
+    valgrind) echo valgrind libc6-dbg ;;
+    lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;
     bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
-    source) echo dpkg-dev ;;
+    git) echo git ;;
+    source) echo dpkg-dev make ;;
+    mipsel) echo g++-mipsel-linux-gnu qemu-user-static ;;
+    mips) echo g++-mips-linux-gnu qemu-user-static ;;
+    armhf) echo g++-arm-linux-gnueabihf qemu-user-static ;;
+    aarch64) echo g++-aarch64-linux-gnu qemu-user-static ;;
     targets)
         echo g++-mipsel-linux-gnu g++-mips-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu musl-tools \
             qemu-user-static
         ;;
     *)
-        echo "setup.sh: no package group is named '$1' (there are: build router home test bench source targets)" >&2
+        echo "setup.sh: no package group is named '$1'" >&2
         return 2
         ;;
     esac
@@ -36,7 +41,7 @@ missing_packages() {
     # shellcheck disable=SC2016  # ${...} is dpkg-query's own notation
     installed=" $(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "$@" 2>/dev/null |
         sed -n 's/ installed$//p' | tr '\n' ' ')"
-    for name in "$@"; do
+    for name in $(printf '%s\n' "$@" | sort -u); do
         case "$installed" in *" $name "*) ;; *) printf '%s ' "$name" ;; esac
     done
 }
@@ -111,7 +116,7 @@ require_packages() {
 
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     if [ $# -eq 0 ]; then
-        set -- build router home test
+        set -- build router home cases valgrind lint
     fi
     require_packages "$@"
 fi

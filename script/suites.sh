@@ -1,0 +1,179 @@
+#!/usr/bin/env bash
+# The suites of script/test and script/check, what each needs, and how one is run. Both source this file.
+
+# The one table of suites. The columns, with bars between:
+#
+#   suite      its name
+#   lane       script/test runs the lanes side by side, the suites of a lane one after the other: "cpu" keeps all processors
+#              busy, "wait" mostly waits. Suites that build the release by themselves are all in "wait", so that it is not
+#              built twice at once; no suite there needs another build than the release.
+#   check      what must have changed for script/check to run it: "page" anything, "code" more than pages; "-" it never does
+#   packages   groups of script/setup.sh
+#   builds     PRESET: TARGET...; PRESET: TARGET... A preset without a target is configured only.
+#   command    One that counts ends with "N passed, N failed"; one that doesn't counts as one. Exit status 77 means that this
+#              machine or container lacks a right that the suite needs; the suite is skipped then. Without a command the
+#              builds are all that is to be seen.
+#
+# Under valgrind a case takes twenty times as long, and the sanitizers look for leaks in all of them: a sample does here.
+# "mipsel-words" are the cases whose numbers are near the limits of 32 bits: lengths, times, counters, records of the queue.
+suites() {
+    local around='double_apmib double_arpcheck double_interfaces' # what the cases put around a program that is emulated
+    cat <<ROWS
+compile         | cpu  | code | build                | release: all                          |
+layers          | cpu  | code | python               |                                       | tests/structure/check_layers
+items           | cpu  | code | python               |                                       | tests/structure/check_items
+binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
+unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
+cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
+lint            | cpu  | -    | build lint python    | clang:                                | script/lint
+unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests                  | build/sanitize/unit_tests --gtest_brief=1
+cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
+cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4
+runner          | cpu  | -    | build cases          | release: tests/runner/all             | tests/runner/selftest/run --tools build/release/tests/runner
+clang           | cpu  | -    | build lint           | clang: app.cgi virtual_router/all     |
+mipsel          | cpu  | -    | build source cases mipsel | mipsel: app.cgi $around; release: launch double_shell | tests/run_cases --target mipsel --first-row --sample 4
+mipsel-words    | cpu  | -    | build source cases mipsel | mipsel: app.cgi $around; release: launch double_shell | tests/run_cases --target mipsel --filter gateway/intake --filter gateway/message --filter reportCount --filter up-time --filter ulimit
+mipsel-binary   | cpu  | -    | build source python mipsel | mipsel: app.cgi                       | tests/structure/check_binary build/mipsel 128
+mipsel-shared   | cpu  | -    | build source python mipsel | mipsel-shared: app.cgi                | tests/structure/check_binary build/mipsel-shared 96
+mipsel-sbom     | cpu  | -    | build source git python mipsel | mipsel: app.cgi                       | tests/structure/check_sbom build/mipsel
+mipsel-again    | cpu  | -    | build source mipsel  | mipsel: app.cgi                       | tests/structure/check_reproducible mipsel
+packaging       | cpu  | -    | build source         |                                       | packaging/check
+armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $around; release: launch double_shell | tests/run_cases --target armhf --first-row --sample 8
+store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
+homes           | wait | -    | home                 |                                       | tests/home/run
+bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_steps bench_driver | script/bench --quick
+e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
+docs            | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/docs/run
+ROWS
+}
+
+# The same for one device build, of which all cases are run.
+target_suites() {
+    local target=$1 around='double_apmib double_arpcheck double_interfaces'
+    cat <<ROWS
+$target         | cpu  | -    | build source cases $target | $target: app.cgi $around; release: launch double_shell | tests/run_cases --target $target
+$target-unit    | cpu  | -    | build source $target  | $target: unit_tests                   | tests/unit/run_emulated $target
+$target-binary  | cpu  | -    | build source python $target | $target: app.cgi                      | tests/structure/check_binary build/$target $([ "$target" != mipsel ] || echo 128)
+ROWS
+}
+
+# field NUMBER: that column of the rows that are read, without the blanks around it.
+field() {
+    awk -F '|' -v number="$1" '{ gsub(/^ +| +$/, "", $number); print $number }'
+}
+
+# rows_where NUMBER VALUE...: those of the rows that are read whose column has one of the values.
+rows_where() {
+    awk -F '|' -v wanted=" ${*:2} " -v number="$1" '{ value = $number; gsub(/ /, "", value) } index(wanted, " " value " ")'
+}
+
+# builds_of: lines "PRESET TARGET...", each preset once and the release first, of what the rows that are read need.
+builds_of() {
+    field 5 | tr ';' '\n' | awk -F ':' '
+        NF > 1 {
+            preset = $1
+            gsub(/ /, "", preset)
+            if (!(preset in targets)) presets[++count] = preset
+            targets[preset] = targets[preset] $2
+        }
+        END {
+            for (i = 1; i <= count; ++i) {
+                words = split(targets[presets[i]], word, " ")
+                line = presets[i]
+                delete seen
+                for (j = 1; j <= words; ++j) if (!seen[word[j]]++) line = line " " word[j]
+                if (presets[i] == "release") print line; else rest = rest line "\n"
+            }
+            printf "%s", rest
+        }'
+}
+
+# build PRESET TARGET...: configures when needed and builds. Without a target it configures, so that new files are known.
+build() {
+    local preset=$1
+    shift
+    if [ $# -eq 0 ] || [ ! -f "build/$preset/build.ninja" ]; then
+        cmake --preset "$preset" || return
+    fi
+    [ $# -eq 0 ] || cmake --build --preset "$preset" --target "$@"
+}
+
+# count LOG STATUS: prints "passed failed skipped", by what a suite said of itself.
+count() {
+    local log=$1 status=$2 line passed='' failed=0
+    line=$(grep -aE '^([[:alnum:]-]+: )?[0-9]+ passed, [0-9]+ failed' "$log" | tail -n 1) || true
+    if [[ $line =~ ([0-9]+)\ passed,\ ([0-9]+)\ failed ]]; then
+        passed=${BASH_REMATCH[1]}
+        failed=${BASH_REMATCH[2]}
+    elif [ "$status" -eq 0 ]; then
+        passed=$(sed -nE 's/^\[  PASSED  \] ([0-9]+) tests?\.$/\1/p' "$log")
+        passed=${passed:-1}
+    fi
+    if [ "$status" -ne 0 ] && [ "$failed" -eq 0 ]; then
+        failed=1 # it ended badly and did not say why
+    fi
+    echo "${passed:-0} $failed 0"
+}
+
+# run NAME COMMAND...: runs a step; one line says how it went, how long it took and how much processor time that was. Its
+# output is kept in $logs/NAME, and shown when it fails.
+run() {
+    local name=$1 log=$logs/$1 status=0 wall user system TIMEFORMAT='%R %U %S'
+    shift
+    { time "$@" >"$log" 2>&1 </dev/null; } 2>"$log.time" || status=$?
+    read -r wall user system < <(tail -n 1 "$log.time")
+    if [ "$status" -eq 77 ]; then
+        echo "skipped $name: $(tail -n 1 "$log")"
+        echo "0 0 1" >"$log.count"
+        return
+    fi
+    printf '%-7s %-20s %6.1f s %6.1f s cpu   %s\n' "$([ "$status" -eq 0 ] && echo ok || echo FAILED)" "$name" "$wall" \
+        "$(awk "BEGIN { print $user + $system }")" "$(tail -n 1 "$log")"
+    if [ "$status" -ne 0 ]; then
+        # Where a suite says which of its steps failed, that is worth more than how it went on.
+        if grep -aq '^FAILED' "$log"; then
+            grep -a -A 30 '^FAILED' "$log" | head -n 200
+            echo "... and at its end:"
+            tail -n 20 "$log"
+        else
+            tail -n 200 "$log"
+        fi
+    fi
+    count "$log" "$status" >"$log.count"
+}
+
+# run_builds: builds what is read, lines of builds_of.
+run_builds() {
+    local preset targets
+    while read -r preset targets; do
+        # shellcheck disable=SC2086  # the targets of the table are words
+        run "build-$preset" build "$preset" $targets
+    done
+}
+
+# run_suites: runs the rows that are read, one after the other.
+run_suites() {
+    local row command
+    while read -r row; do
+        command=$(field 6 <<<"$row")
+        if [ -n "$command" ]; then
+            # shellcheck disable=SC2086  # a command of the table is words
+            run "$(field 1 <<<"$row")" $command
+        fi
+    done
+}
+
+# begin FOLDER: where the logs of what is run are kept, none of an earlier run among them.
+begin() {
+    logs=$1
+    rm -rf "$logs"
+    mkdir -p "$logs"
+}
+
+# total: the last line, and the exit status: 1 when something failed.
+total() {
+    local sums
+    read -r -a sums < <(cat "$logs"/*.count 2>/dev/null | awk '{ for (i = 1; i <= 3; ++i) sum[i] += $i } END { print sum[1] + 0, sum[2] + 0, sum[3] + 0 }')
+    echo "${sums[0]} passed, ${sums[1]} failed$([ "${sums[2]}" -eq 0 ] || echo ", ${sums[2]} skipped")"
+    return $((sums[1] > 0))
+}
