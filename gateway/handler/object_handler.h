@@ -6,7 +6,8 @@
 
 // A getter or setter. `name` is the object's name as the table has it; both trees stay the caller's. A handler finds
 // its own object in `request` by that name, and a getter adds its object to `reply`. Returns 0, or another value for
-// failure, after it put a message into `err_msg` where it has one.
-using ObjectHandler = int(const char *name, cJSON *request, cJSON *reply);
+// failure, after it put a message into `err_msg` where it has one. (A typedef: cppcheck takes what is declared with an
+// alias of a function type for a variable, and loses sight of what the function uses.)
+typedef int ObjectHandler(const char *name, cJSON *request, cJSON *reply);
 
 #endif
