@@ -5,6 +5,8 @@ import json
 import re
 import tomllib
 
+import seam
+
 REQUEST_KEYS = {"body", "content_length", "remote_addr", "env", "args", "stdin", "pieces"}
 EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "driver", "queue", "files_after"}
 WORLD_KEYS = {
@@ -188,22 +190,15 @@ def parse_json(text):
 # ---- store items
 
 class Items:
-    """The items of tests/cases/items.toml: their numbers, types and widths."""
+    """The endpoint's items of the configuration store, as platform/items.conf tells them."""
 
-    WIDTHS = {"int32": 4, "byte": 1, "sbyte": 1, "ipv4": 4}
     TABLE_CALLS = {0x8001: "", 0x10002: "add ", 0x20003: "delete ", 0x40004: "delete all "}
     INTERFACES = [f"{radio}.{virtual}" for radio in range(2) for virtual in range(6)]
 
     def __init__(self, path, byteorder="little"):
         self.byteorder = byteorder  # of the processor that the program is built for
-        self.by_name = tomllib.loads(path.read_text())
-        for name, item in self.by_name.items():
-            item["name"] = name
-            item["width"] = item.get("width") or self.WIDTHS[item["type"]]
-            item["interfaces"] = self.INTERFACES if item.get("interface") else [None]
-            if "record" in item:
-                item["key"] = item.get("key", item["record"])
-        self.by_id = {item["id"]: item for item in self.by_name.values()}
+        self.by_name = {item.name: item for item in seam.read_items(path) if not item.of_others}
+        self.by_id = {item.id: item for item in self.by_name.values()}
 
     def find(self, name):
         """The item and its interface ("W.V" or None) of a name like MIB_WLAN_SSID@0.1."""
@@ -212,8 +207,12 @@ class Items:
             raise CaseError(f"no such store item: {base}")
         return self.by_name[base], interface or None
 
+    def interfaces(self, item):
+        """For which interfaces the item has a value; [None]: it has one for all."""
+        return self.INTERFACES if item.per_interface else [None]
+
     def encode(self, item, value):
-        kind, width = item["type"], item["width"]
+        kind, width = item.value_kind, item.value_width
         if isinstance(value, dict) and set(value) == {"hex"}:
             data = bytes.fromhex(value["hex"])
         elif kind == "text" and isinstance(value, str):
@@ -223,29 +222,26 @@ class Items:
         elif kind in ("int32", "byte", "sbyte") and isinstance(value, int):
             data = value.to_bytes(width, self.byteorder, signed=kind != "byte")
         else:
-            raise CaseError(f"{item['name']}: not a value of its type: {value!r}")
+            raise CaseError(f"{item.name}: not a value of its kind: {value!r}")
         if len(data) != width:
-            raise CaseError(f"{item['name']}: {len(data)} bytes instead of {width}")
+            raise CaseError(f"{item.name}: {len(data)} bytes instead of {width}")
         return data
 
     def show(self, item, data):
         """The bytes that were written, as an event names them."""
-        kind = item["type"]
-        if kind in ("int32", "byte", "sbyte"):
-            return str(int.from_bytes(data, self.byteorder, signed=kind != "byte"))
-        if kind == "ipv4":
+        if item.value_kind == "ipv4":
             return ".".join(str(byte) for byte in data)
-        if kind == "text":
+        if item.value_kind == "text":
             text, _, rest = data.partition(b"\0")
             shown = json.dumps(to_text(text), ensure_ascii=False)
             return shown + (f" then {rest.hex()}" if rest.strip(b"\0") else "")
-        return data.hex()
+        return str(int.from_bytes(data, self.byteorder, signed=item.value_kind != "byte"))
 
     def table_call(self, number):
         """(call prefix, item) of an id that reads or changes a table; None for others."""
         for offset, prefix in self.TABLE_CALLS.items():
             item = self.by_id.get(number - offset)
-            if item is not None and "record" in item:
+            if item is not None and item.is_table:
                 return prefix, item
         return None
 
@@ -253,7 +249,7 @@ class Items:
 # ---- case files
 
 def find_files(folder):
-    return sorted(path for path in folder.rglob("*.toml") if path.name != "items.toml")
+    return sorted(folder.rglob("*.toml"))
 
 
 def load_cases(folder, items):

@@ -11,32 +11,32 @@ class Store:
         self.values = {}   # (item id, interface or None) -> bytes, None when reading fails
         self.tables = {}   # (count item id, interface or None) -> records, None for one that cannot be read
         for item in items.by_name.values():
-            for interface in item["interfaces"]:
-                if "record" in item:
-                    self.tables[item["id"], interface] = []
-                self.values[item["id"], interface] = bytes(item["width"]) if "record" in item else None
+            for interface in items.interfaces(item):
+                if item.is_table:
+                    self.tables[item.id, interface] = []
+                self.values[item.id, interface] = items.encode(item, 0) if item.is_table else None
         for name, value in sorted(world.get("store", {}).items()):  # "ITEM" for all interfaces, then "ITEM@W.V"
             for item, interface in self.places(name):
-                if "record" in item:
-                    self.tables[item["id"], interface] = [self.record(item, text) for text in value]
+                if item.is_table:
+                    self.tables[item.id, interface] = [self.record(item, text) for text in value]
                 else:
-                    self.values[item["id"], interface] = items.encode(item, value)
+                    self.values[item.id, interface] = items.encode(item, value)
         for name in world.get("unset", []):
             for item, interface in self.places(name):
-                self.values[item["id"], interface] = None
+                self.values[item.id, interface] = None
         self.failures = [f"fail {self.failure(text)}" for text in world.get("fail", [])]
 
     def places(self, name):
         """What a case names: an item with each of its interfaces, or with the one behind "@"."""
         item, interface = self.items.find(name)
-        return [(item, interface)] if interface else [(item, each) for each in item["interfaces"]]
+        return [(item, interface)] if interface else [(item, each) for each in self.items.interfaces(item)]
 
     @staticmethod
     def record(item, text):
         """The bytes of a record, zeros at its end left out; None for "-", a record that cannot be read."""
-        data = None if text == "-" else bytes.fromhex(expand(text)).ljust(item["record"], b"\0")
-        if data is not None and len(data) != item["record"]:
-            raise CaseError(f"{item['name']}: a record of {len(data)} bytes")
+        data = None if text == "-" else bytes.fromhex(expand(text)).ljust(item.width, b"\0")
+        if data is not None and len(data) != item.width:
+            raise CaseError(f"{item.name}: a record of {len(data)} bytes")
         return data
 
     # What a case can let fail: the double's word for the call, and for calls on an item what to add to its number.
@@ -52,19 +52,19 @@ class Store:
         if not name:
             return word
         item, interface = self.items.find(name)
-        return f"{word} {item['id'] + offset}" + (f"@{interface}" if interface else "")
+        return f"{word} {item.id + offset}" + (f"@{interface}" if interface else "")
 
     def text(self):
         lines = list(self.failures)
         for (number, interface), value in self.values.items():
             where = f"{number}@{interface}" if interface else f"{number}"
-            width = self.items.by_id[number]["width"]
+            width = self.items.by_id[number].value_width
             lines.append(f"item {where} {width} {'-' if value is None else value.hex()}")
         for (number, interface), records in self.tables.items():
             where = f"{number}@{interface}" if interface else f"{number}"
             item = self.items.by_id[number]
             shown = ["-" if record is None else record.hex() for record in records]
-            lines.append(" ".join([f"table {where} {item['record']} {item['key']}", *shown]))
+            lines.append(" ".join([f"table {where} {item.width} {item.match}", *shown]))
         return "\n".join(lines) + "\n"
 
     def apply(self, log):
@@ -79,11 +79,11 @@ class Store:
                 self.values[int(number), interface or None] = data
                 continue
             prefix, item = self.items.table_call(int(number))
-            records = self.tables[item["id"], interface or None]
+            records = self.tables[item.id, interface or None]
             if prefix == "add ":
                 records.append(data)
             elif prefix == "delete ":
-                keys = [record and record[:item["key"]] for record in records]
-                del records[keys.index(data[:item["key"]])]
+                keys = [record and record[:item.match] for record in records]
+                del records[keys.index(data[:item.match])]
             else:
                 records.clear()

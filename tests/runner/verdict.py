@@ -156,8 +156,8 @@ def history(log, items):
 def item_name(number, items):
     base, at, interface = number.partition("@")
     if int(base) in items.by_id:
-        return items.by_id[int(base)]["name"] + at + interface
-    return items.table_call(int(base))[1]["name"] + at + interface + " entry"
+        return items.by_id[int(base)].name + at + interface
+    return items.table_call(int(base))[1].name + at + interface + " entry"
 
 
 def set_event(words, items):
@@ -168,7 +168,7 @@ def set_event(words, items):
     if base in items.by_id:
         return f"set {item_name(words[1], items)} {items.show(items.by_id[base], data)}{failed}"
     prefix, item = items.table_call(base)
-    return f"{prefix}{item['name']}{at}{interface} {data.hex()}".rstrip() + failed
+    return f"{prefix}{item.name}{at}{interface} {data.hex()}".rstrip() + failed
 
 
 def commit_event(words):

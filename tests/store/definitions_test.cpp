@@ -58,6 +58,8 @@ const Fault kFaults[] = {
     {"1 MIB_WLAN_A byte interface 1\n  wlan2 1\n",                                     "items.conf:2: 'wlan2' is no wireless interface"                               },
     {"1 MIB_WLAN_A byte interface 1\n  wlan0-va5 1\n",                                 "items.conf:2: 'wlan0-va5' is no wireless interface"                           },
     {"1 MIB_WLAN_A byte interface 1\n  wlan0 256\n",                                   "items.conf:2: '256' is no number"                                             },
+    {"1 MIB_WLAN_A byte interface 1\n  wlan0 1 2\n",                                   "items.conf:2: '2' behind the default of an interface"                         },
+    {"1 MIB_A text[4] global \"a\n",                                                   "items.conf:1: a text's default stands in double quotes"                       },
     {"1 MIB_WLAN_A byte interface 1\n  wlan0\n",                                       "items.conf:2: no default"                                                     },
     {"1 MIB_A byte global x\n2 MIB_B byte global 1\n3 MIB_C byte global y\n",          "items.conf:3: 'y' is no number"                                               },
 };
@@ -77,6 +79,15 @@ TEST(Definitions, AFaultIsSaidWithItsLineAndNothingIsTouched) {
     }
     EXPECT_EQ(read_file(router.path(kCommitted)), committed);
     EXPECT_EQ(router.flash({"get", "MIB_A"}).output, "MIB_A=kept\n");
+}
+
+TEST(Definitions, WhatFollowsADefaultIsTheMeaning) {
+    Router router(
+        "1 MIB_A byte global 1 2\n2 MIB_B text[8] global \"a b\" \"c\" or \"d\"\n3 MIB_C text[8] global \"\" empty\n"
+        "4 MIB_D table[2x4/2] global - none\n5 MIB_E table[2x4/2] global 0102,0304 two\n6 MIB_F text[8] global "
+        "\"#\"\n");
+    ASSERT_EQ(router.flash({"boot"}).status, 0);
+    EXPECT_EQ(router.flash({"all"}).output, "MIB_A=1\nMIB_B=a b\nMIB_C=\nMIB_D=\nMIB_E=0102,0304\nMIB_F=#\n");
 }
 
 TEST(Definitions, AMissingFileIsSaid) {

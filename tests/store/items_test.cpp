@@ -535,64 +535,8 @@ TEST_F(Items, TheSettingsFileHoldsWhatWasCommitted) {
     EXPECT_FALSE(std::filesystem::exists(router.path(kNew)));
 }
 
-// A declaration of store/items.h as the row of a definition file that it expects.
-struct Declared {
-    int id = 0;
-    std::string name;
-    std::string kind;  // of a table only its beginning
-};
-
-bool parse_declaration(const std::string &line, Declared *declared) {
-    char type[32] = "";
-    char name[64] = "";
-    int width = 0;
-    if (sscanf(line.c_str(), "constexpr TextItem<%d> %63[A-Z0-9_]{%d}", &width, name, &declared->id) == 3) {
-        declared->kind = "text[" + std::to_string(width) + "]";
-    } else if (sscanf(line.c_str(), "constexpr TableItem<%*[A-Za-z]> %63[A-Z0-9_]{%d}", name, &declared->id) == 2) {
-        declared->kind = "table[";
-    } else if (sscanf(line.c_str(), "constexpr %31[A-Za-z0-9] %63[A-Z0-9_]{%d}", type, name, &declared->id) == 3) {
-        const std::map<std::string, std::string> kinds = {
-            {"ByteItem",       "byte" },
-            {"SignedByteItem", "sbyte"},
-            {"Int32Item",      "int32"},
-            {"Ipv4Item",       "ipv4" }
-        };
-        auto found = kinds.find(type);
-        declared->kind = found != kinds.end() ? found->second : std::string("unknown type ") + type;
-    } else {
-        return false;
-    }
-    declared->name = name;
-    return true;
-}
-
-// The shipped definitions are those that the endpoint's typed items expect.
-TEST(Shipped, DefinitionsAgreeWithTheEndpoint) {
-    std::map<std::string, std::pair<std::string, std::string>> rows;  // id: name and kind
-    std::istringstream definitions(read_file(SOURCE_FOLDER "/virtual_router/apmib/items.conf"));
-    for (std::string line; std::getline(definitions, line);) {
-        std::istringstream words(line);
-        std::string id;
-        words >> id;
-        words >> rows[id].first >> rows[id].second;
-    }
-    std::istringstream declarations(read_file(SOURCE_FOLDER "/store/items.h"));
-    int count = 0;
-    for (std::string line; std::getline(declarations, line);) {
-        Declared declared;
-        if (parse_declaration(line, &declared)) {
-            auto [name, kind] = rows[std::to_string(declared.id)];
-            EXPECT_EQ(name, declared.name);
-            EXPECT_EQ(declared.kind.back() == '[' ? kind.substr(0, declared.kind.size()) : kind, declared.kind)
-                << declared.name;
-            count++;
-        }
-    }
-    EXPECT_GE(count, 11);
-}
-
 TEST(Shipped, DefinitionsStartARouter) {
-    Router router(read_file(SOURCE_FOLDER "/virtual_router/apmib/items.conf"));
+    Router router(read_file(SOURCE_FOLDER "/platform/items.conf"));
     Outcome boot = router.flash({"boot"});
     EXPECT_EQ(boot.status, 0);
     EXPECT_EQ(boot.output, "");

@@ -200,31 +200,24 @@ void parse_name(const std::string &text, Item *item) {
     text.copy(item->name, sizeof(item->name) - 1);
 }
 
-// A default as it stands in the file: texts in quotes, no entries as "-".
-void parse_default(const Item &item, const std::string &text, uint8_t *slot) {
-    if (text.empty()) {
-        throw std::invalid_argument("no default");
+// Reads a default: a text in quotes, or a word, which is "-" for a table without entries.
+std::string read_default(const Item &item, std::istringstream *line) {
+    std::string text;
+    if (item.kind != kText) {
+        if (!(*line >> text)) {
+            throw std::invalid_argument("no default");
+        }
+        return item.kind == kTable && text == "-" ? "" : text;
     }
-    if (item.kind == kTable && text == "-") {
-        parse_value(item, "", slot);
-    } else if (item.kind != kText) {
-        parse_value(item, text, slot);
-    } else if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        parse_value(item, text.substr(1, text.size() - 2), slot);
-    } else {
+    *line >> std::ws;
+    if (line->get() != '"' || !std::getline(*line, text, '"') || line->eof()) {
         throw std::invalid_argument("a text's default stands in double quotes");
     }
+    return text;
 }
 
 uint8_t *slot_of(std::string *record, const Item &item, int slot) {
     return reinterpret_cast<uint8_t *>(record->data()) + sizeof(Item) + static_cast<size_t>(slot) * slot_size(item);
-}
-
-std::string rest_of(std::istringstream *line) {
-    std::string rest;
-    std::getline(*line >> std::ws, rest);
-    rest.erase(rest.find_last_not_of(" \t\r") + 1);
-    return rest;
 }
 
 // "wlan0-va0" in the file is WLAN0_VA0_ in names.
@@ -282,9 +275,9 @@ class DefinitionReader {
         }
         std::string record(record_size(item), '\0');
         memcpy(record.data(), &item, sizeof(item));
-        std::string value = rest_of(line);
+        std::string value = read_default(item, line);
         for (int slot = 0; slot < item.slots; slot++) {
-            parse_default(item, value, slot_of(&record, item, slot));
+            parse_value(item, value, slot_of(&record, item, slot));
         }
         current_ = &(records[id] = record);
     }
@@ -296,7 +289,11 @@ class DefinitionReader {
         Item item = item_of(*current_);
         std::string interface;
         *line >> interface;
-        parse_default(item, rest_of(line), slot_of(current_, item, parse_interface(interface)));
+        int slot = parse_interface(interface);
+        parse_value(item, read_default(item, line), slot_of(current_, item, slot));
+        if (std::string more; *line >> more) {
+            throw std::invalid_argument("'" + more + "' behind the default of an interface");
+        }
     }
 
     std::string *current_ = nullptr;  // the last item's record, unless the item was wrong

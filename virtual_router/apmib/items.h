@@ -14,8 +14,8 @@ namespace store {
 // Records as they lie in a copy, by item id.
 using Records = std::map<uint32_t, std::string>;
 
-// Reads a definition file; its head (items.conf) describes the form. Throws std::runtime_error whose text has a line
-// "name:number: what is wrong" for each fault.
+// Reads a definition file; the head of platform/items.conf describes the form. Throws std::runtime_error whose text has
+// a line "name:number: what is wrong" for each fault.
 Records read_definitions(std::istream &in, const std::string &name);
 
 // Reads a value, in the form that print_value() writes but with nothing escaped, into a slot. Throws

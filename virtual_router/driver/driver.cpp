@@ -108,7 +108,7 @@ Symbol *find_symbol(const char *name) {
 // Whether the configuration store calls it an 802.11ax interface at this moment. The store is not linked: most programs
 // have no use for it, and in the endpoint it is there already.
 bool is_ax(const char *name) {
-    constexpr int kAxSupport = 4300;  // MIB_WLAN_AX_SUPPORT, a byte
+    constexpr int MIB_WLAN_AX_SUPPORT = 4300;  // a byte
     int radio = 0;
     int access_point = 0;
     if (!find_place(name, radio, access_point) || dlopen("libapmib.so", RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
@@ -126,7 +126,7 @@ bool is_ax(const char *name) {
     *wlan_idx = radio;
     *vwlan_idx = access_point;
     unsigned char value = 0;
-    const bool read = get(kAxSupport, &value) != 0;
+    const bool read = get(MIB_WLAN_AX_SUPPORT, &value) != 0;
     *wlan_idx = selected[0];
     *vwlan_idx = selected[1];
     return read && value == 1;

@@ -7,8 +7,8 @@
 
 mode_network() {
     # It leaves the factory as an agent, and with a name and a number of its own.
-    sed -E -i -e '/^(186|2389) /s/"[^"]*"/"Agent '"$agents"'"/' -e "/^4200 /s/.\"\$/$agents\"/" -e '/^2386 /s/0$/2/' \
-        -e '/^192 /s/0$/1/' -e '/^173 /s/2$/1/' "$root/etc/items.conf"
+    sed -E -i -e '/^(186|2389) /s/"[^"]*"/"Agent '"$agents"'"/' -e "/^4200 /s/.\" /$agents\" /" \
+        -e '/^2386 /s/(global +)0/\12/' -e '/^192 /s/(global +)0/\11/' -e '/^173 /s/(global +)2/\11/' "$root/etc/items.conf"
     ip -batch - <<END
 link set lo up
 link add br0 address $AGENT_MAC_PREFIX$agents type bridge

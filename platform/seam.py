@@ -1,0 +1,88 @@
+"""What platform/ says in data files, for programs in Python: the items of the configuration store (items.conf)."""
+
+import dataclasses
+import pathlib
+import re
+
+FOLDER = pathlib.Path(__file__).resolve().parent
+ITEMS = FOLDER / "items.conf"
+
+WIDTHS = {"byte": 1, "sbyte": 1, "int32": 4, "ipv4": 4}
+TEXT = re.compile(r"text\[(\d+)\]")
+TABLE = re.compile(r"table\[(\d+)x(\d+)/(\d+)\]")
+ITEM_LINE = re.compile(r'(\d+)\s+(\w+)\s+(\S+)\s+(global|interface)\s+("[^"]*"|[^\s"]+)(?:\s+(\S.*))?')
+INTERFACE_LINE = re.compile(r'\s+([\w-]+)\s+("[^"]*"|[^\s"]+)')
+OTHERS = "[others]"
+
+
+@dataclasses.dataclass
+class Item:
+    """A line of items.conf, whose head says what the words mean."""
+
+    id: int
+    name: str
+    kind: str  # without brackets: byte, sbyte, int32, ipv4, text or table
+    width: int  # bytes of the value; of an entry of a table
+    limit: int  # of a table: the most entries
+    match: int  # of a table: how many bytes of an entry a delete compares
+    per_interface: bool
+    default: str  # as it stands in the file, with the quotes of a text
+    meaning: str
+    defaults: dict  # interface -> a default of its own
+
+    @property
+    def is_table(self):
+        return self.kind == "table"
+
+    # What is read and written under the item's own id: of a table its count.
+    @property
+    def value_kind(self):
+        return "int32" if self.is_table else self.kind
+
+    @property
+    def value_width(self):
+        return WIDTHS["int32"] if self.is_table else self.width
+
+    @property
+    def of_others(self):
+        """The endpoint does not use it."""
+        return self.meaning.startswith(OTHERS)
+
+
+def parse_kind(text):
+    """(kind, width, limit, match) of a kind as it stands in the file."""
+    if text in WIDTHS:
+        return text, WIDTHS[text], 0, 0
+    if found := TEXT.fullmatch(text):
+        return "text", int(found[1]), 0, 0
+    if found := TABLE.fullmatch(text):
+        return "table", *map(int, found.groups())
+    raise ValueError(f"'{text}' is no kind")
+
+
+def data_lines(path):
+    """Yields the lines of a data file that say something, as (number, line)."""
+    for number, line in enumerate(pathlib.Path(path).read_text().splitlines(), 1):
+        if line.strip() and not line.lstrip().startswith("#"):
+            yield number, line.rstrip()
+
+
+def read_items(path=ITEMS):
+    """The items of a file in the form of items.conf, in its order. Raises ValueError with the line at fault."""
+    items = []
+    for number, line in data_lines(path):
+        try:
+            if found := ITEM_LINE.fullmatch(line):
+                id_text, name, kind, scope, default, meaning = found.groups()
+                items.append(Item(int(id_text), name, *parse_kind(kind), scope == "interface", default, meaning or "", {}))
+            elif (found := INTERFACE_LINE.fullmatch(line)) and items and items[-1].per_interface:
+                items[-1].defaults[found[1]] = found[2]
+            else:
+                raise ValueError("neither an item nor the default of an interface")
+        except ValueError as fault:
+            raise ValueError(f"{path}:{number}: {fault}") from fault
+    for key in ("id", "name"):
+        values = [getattr(item, key) for item in items]
+        if twice := sorted({value for value in values if values.count(value) > 1}):
+            raise ValueError(f"{path}: there twice: {twice[0]}")
+    return items
