@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/report.h"
 #include "platform/apmib.h"
 
 namespace {
@@ -9,7 +10,11 @@ constexpr int kCommitWorkingCopy = 4;
 }
 
 bool store_open() {
-    return apmib_init() != 0;
+    if (apmib_init() != 0) {
+        return true;
+    }
+    report("the configuration store cannot be opened");
+    return false;
 }
 
 bool store_read_raw(int id, void *value) {
@@ -22,8 +27,10 @@ bool store_write_raw(int id, const void *value) {
 }
 
 void store_commit() {
-    if (apmib_update(kCommitWorkingCopy) != 0) {
-        save_cs_to_file();
+    if (apmib_update(kCommitWorkingCopy) == 0) {
+        report("the settings are not committed: a reboot loses them");
+    } else if (save_cs_to_file() != 0) {
+        report("the settings are committed, but their file is not written");
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/debug_log.h"
+#include "base/report.h"
 
 namespace {
 
@@ -46,6 +47,7 @@ int msg_send(const SysMsgRecord &record) {
     const key_t key = ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject);
     const int queue = msgget(key, IPC_CREAT | kSystemQueueMode);
     if (queue < 0) {
+        report_error("the system daemon is not told");
         DebugLog("msgget failed\n\n");
         return -1;
     }
@@ -59,6 +61,7 @@ int msg_send(const SysMsgRecord &record) {
     entry.type = record.msg_type;
     memcpy(entry.payload, reinterpret_cast<const char *>(&record) + sizeof record.msg_type, sizeof entry.payload);
     if (msgsnd(queue, &entry, sizeof entry.payload, 0) != 0) {
+        report_error("the system daemon is not told");
         DebugLog("msgsnd failed\n\n");
         return -1;
     }

@@ -1,7 +1,9 @@
 """Cases as data: finds them, checks their keys, fills in rows, macros and defaults. README.md describes the format."""
 
+import errno
 import itertools
 import json
+import os
 import re
 import tomllib
 
@@ -47,7 +49,7 @@ def to_text(data):
 
 
 PATTERN = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_"
-STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|HEX|NUL|NL)\(([^)]*)\)%")
+STATIC_MACRO = re.compile(r"%(REPEAT|TEXT|BYTE|HEX|NUL|NL|ERROR)\(([^)]*)\)%")
 
 
 def expand(text):
@@ -65,6 +67,8 @@ def expand(text):
         if kind == "HEX":  # a text field of a record: its bytes in hexadecimal, filled with zeros
             field, width = argument.rsplit(",", 1)
             return to_bytes(field).ljust(int(width), b"\0").hex()
+        if kind == "ERROR":
+            return os.strerror(getattr(errno, argument))
         return {"NUL": "\0", "NL": "\n"}[kind]
 
     return STATIC_MACRO.sub(value, text)
