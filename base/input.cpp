@@ -3,7 +3,30 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "base/resource.h"
+#include <cerrno>
+
+#include "base/shortage.h"
+
+namespace {
+
+// read() that a signal does not end.
+ssize_t read_some(int file, char *bytes, size_t size) {
+    ssize_t count;
+    do {
+        count = read(file, bytes, size);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+}  // namespace
+
+File open_file(const char *path) {
+    File file(fopen(path, "r"));
+    if (!file) {
+        note_shortage_if(errno);
+    }
+    return file;
+}
 
 bool file_exists(const char *path) {
     return access(path, F_OK) == 0;
@@ -21,7 +44,7 @@ void read_text(int file, char *text, int size) {
     bool cut = false;     // the line's zero byte was met
     char bytes[4096];
     while (room > 0) {
-        const ssize_t count = read(file, bytes, sizeof bytes);
+        const ssize_t count = read_some(file, bytes, sizeof bytes);
         if (count <= 0) {
             return;
         }
@@ -49,7 +72,12 @@ bool read_beginning(const char *path, Out text) {
     if (!file) {
         return false;
     }
-    const ssize_t count = read(file.get(), text.text, text.size - 1);
-    text.text[count > 0 ? count : 0] = '\0';
+    char *at = text.text;
+    const char *const last = text.text + text.size - 1;
+    ssize_t count;
+    while (at < last && (count = read_some(file.get(), at, static_cast<size_t>(last - at))) > 0) {
+        at += count;
+    }
+    *at = '\0';
     return true;
 }

@@ -4,7 +4,11 @@
 
 #include <cstdio>
 
+#include "base/resource.h"
 #include "base/text.h"
+
+// Opens a file for reading. Empty: it can't be opened; for want of memory, that is a shortage (base/shortage.h).
+File open_file(const char *path);
 
 // Whether there is something at `path`, be it readable or not.
 bool file_exists(const char *path);

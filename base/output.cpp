@@ -4,14 +4,15 @@
 
 #include <cerrno>
 
-void write_all(int file, const char *bytes, size_t length) {
+bool write_all(int file, const char *bytes, size_t length) {
     while (length > 0) {
         const ssize_t written = write(file, bytes, length);
         if (written > 0) {
             bytes += written;
             length -= static_cast<size_t>(written);
         } else if (written == 0 || errno != EINTR) {
-            return;
+            return false;
         }
     }
+    return true;
 }

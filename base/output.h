@@ -4,7 +4,8 @@
 
 #include <cstddef>
 
-// Writes all bytes, in one system call unless the reader takes them in portions. What can't be written is lost.
-void write_all(int file, const char *bytes, size_t length);
+// Writes all bytes, in one system call unless the reader takes them in portions. False: not all of them could be
+// written, and errno says why.
+bool write_all(int file, const char *bytes, size_t length);
 
 #endif

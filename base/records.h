@@ -10,6 +10,7 @@
 
 #include "base/mac_text.h"
 #include "base/resource.h"
+#include "base/shortage.h"
 
 // The first of `count` records with this address, which is kMacBytes long; nullptr when there is none.
 template <typename Record>
@@ -28,12 +29,13 @@ class RecordList {
     static_assert(std::is_trivially_copyable_v<Record>, "realloc() moves the records");
 
   public:
-    // A record for which there is no memory is left out.
+    // A record for which there is no memory is left out, which is a shortage (base/shortage.h).
     void add(const Record &record) {
         if (count_ == room_) {
             const int room = room_ != 0 ? room_ * 2 : 64;
             void *grown = realloc(records_.get(), static_cast<size_t>(room) * sizeof(Record));
             if (grown == nullptr) {
+                note_shortage();
                 return;
             }
             static_cast<void>(records_.release());

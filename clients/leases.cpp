@@ -61,7 +61,7 @@ pid_t get_pid_from_file(const char *path) {
     if (!file_exists(path)) {
         return -1;
     }
-    const File file(fopen(path, "r"));
+    const File file = open_file(path);
     if (!file) {
         fputs("Read pid file error!\n", stderr);
         return -1;
@@ -77,7 +77,7 @@ void cmnt_cgiGetDHCPLeases(LeaseList *list, int /*refresh*/) {
     if (!file_exists(kLeasePath)) {
         return;
     }
-    const File file(fopen(kLeasePath, "r"));
+    const File file = open_file(kLeasePath);
     if (!file) {
         DebugLog("==> could not open DHCP lease file!");
         return;

@@ -10,6 +10,7 @@
 #include "base/command.h"
 #include "base/debug_log.h"
 #include "base/resource.h"
+#include "base/shortage.h"
 #include "base/text.h"
 
 namespace {
@@ -187,6 +188,7 @@ int wirelessClientList(const char *interface, StationRow *rows) {
     const std::unique_ptr<StaInfoEntry, FreeMemory> table(
         static_cast<StaInfoEntry *>(calloc(kStationSlots, sizeof(StaInfoEntry))));
     if (!table) {
+        note_shortage();
         DebugLog("Allocate buffer failed!");
         return 0;
     }

@@ -33,7 +33,7 @@ bool scan_arp_line(const char *line, SwitchArp::Entry &entry) {
 }
 
 FileState read_arp(SwitchArp &arp) {
-    const File file(fopen(kArpPath, "r"));
+    const File file = open_file(kArpPath);
     if (!file) {
         return FileState::kMissing;
     }
@@ -82,7 +82,7 @@ void take_link(const char *line, SwitchPorts &ports) {
 }
 
 FileState read_ports(SwitchPorts &ports) {
-    const File file(fopen(kPortStatusPath, "r"));
+    const File file = open_file(kPortStatusPath);
     if (!file) {
         return FileState::kMissing;
     }

@@ -74,7 +74,7 @@ void change_rule(char action, Direction direction, const char *ip) {
 }  // namespace
 
 void open_traffic_file(TrafficFile &traffic) {
-    traffic.file.reset(fopen(kTrafficPath, "r"));
+    traffic.file = open_file(kTrafficPath);
 }
 
 int cmnt_cgi_userlist_speedtest_get(TrafficFile &traffic, const uint8_t *mac, uint32_t *upload, uint32_t *download) {

@@ -16,7 +16,7 @@ int read_debug_switch() {
     if (stat(kSwitchPath, &status) != 0) {
         return 0;
     }
-    const File file(fopen(kSwitchPath, "r"));
+    const File file = open_file(kSwitchPath);
     if (!file) {
         fprintf(stderr, "Read %s error!\n", kSwitchPath);
         return 0;

@@ -8,6 +8,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/resource.h"
+#include "base/shortage.h"
 #include "base/text.h"
 #include "gateway/actions.h"
 #include "gateway/body.h"
@@ -15,6 +16,7 @@
 #include "gateway/dispatch.h"
 #include "gateway/forward.h"
 #include "gateway/handler/message.h"
+#include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/routes.h"
 #include "login/login.h"
@@ -51,6 +53,7 @@ const char *pending_sysconf() {
 }  // namespace
 
 int main() {
+    watch_json_allocations();
     app_debug = read_debug_switch();
     if (!store_open()) {
         DebugLog("Initialize AP MIB failed !\n\n");
@@ -101,7 +104,7 @@ int main() {
     if (ip != nullptr) {
         DebugLog("route to ip\n");
         forward(std::move(request), ip);
-        return 0;
+        return reply_is_lost() ? -1 : 0;
     }
 
     if (action.handler == nullptr) {
@@ -118,19 +121,17 @@ int main() {
         store_commit();
     }
     SysMsgRecord record = {};
+    int status = 0;
     if (app_reinit_flag != 0) {
         record.msg_type = MSG_APP_REINIT;
         msg_send(record);  // Deliberately not checked: the settings are stored, and nobody could be told.
-        return 0;
+    } else if (const char *sysconf = pending_sysconf(); sysconf != nullptr) {
+        record.msg_type = MSG_CALL_SYSCONF;
+        join(record.sysconfArgv, {sysconf});
+        if (wifi_reinit_flag != 0) {
+            DebugLog("sysconfArgv=%s\n", record.sysconfArgv);
+        }
+        status = msg_send(record) == 0 ? 0 : fail("ERROR: send MSG_CALL_SYSCONF fail");
     }
-    const char *sysconf = pending_sysconf();
-    if (sysconf == nullptr) {
-        return 0;
-    }
-    record.msg_type = MSG_CALL_SYSCONF;
-    join(record.sysconfArgv, {sysconf});
-    if (wifi_reinit_flag != 0) {
-        DebugLog("sysconfArgv=%s\n", record.sysconfArgv);
-    }
-    return msg_send(record) == 0 ? 0 : fail("ERROR: send MSG_CALL_SYSCONF fail");
+    return reply_is_lost() ? -1 : status;
 }

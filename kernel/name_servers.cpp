@@ -27,6 +27,6 @@ NameServers find_name_servers(FILE *file) {
 }
 
 NameServers read_name_servers() {
-    const File file(fopen(kResolverPath, "r"));
+    const File file = open_file(kResolverPath);
     return file ? find_name_servers(file.get()) : NameServers{};
 }

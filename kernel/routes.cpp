@@ -7,7 +7,7 @@
 
 int get_default_gateway(in_addr &out) {
     out.s_addr = INADDR_NONE;
-    const File routes(fopen("/proc/net/route", "r"));
+    const File routes = open_file("/proc/net/route");
     if (!routes) {
         return -1;
     }

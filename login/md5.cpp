@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/shortage.h"
+
 namespace {
 
 constexpr size_t kBlockSize = 64;
@@ -126,6 +128,7 @@ char *MD5_encryption(const char *text) {
     constexpr size_t kHexSize = 2 * kDigestSize + 1;
     char *hex = static_cast<char *>(calloc(kHexSize, 1));
     if (hex == nullptr) {
+        note_shortage();
         perror("app: malloc encryption out of memory in function MD5_encryption.");
         return nullptr;
     }

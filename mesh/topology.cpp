@@ -1,12 +1,15 @@
 #include "mesh/topology.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "base/debug_log.h"
+#include "base/input.h"
 #include "base/json.h"
+#include "base/shortage.h"
 #include "base/text.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -81,15 +84,23 @@ void take_text(const cJSON *station, const char *key, Out out) {
 }  // namespace
 
 OwnedText read_topology(const char *path) {
-    const File file(fopen(path, "r"));
+    const File file = open_file(path);
     if (!file) {
         return nullptr;
     }
     char *line = nullptr;
     size_t size = 0;
+    errno = 0;  // at the end of the file getline() leaves it alone
     const bool has_line = getline(&line, &size, file.get()) >= 0;
     OwnedText text(line);
-    return has_line ? std::move(text) : OwnedText(strdup(""));
+    if (!has_line) {
+        note_shortage_if(errno);
+        text.reset(strdup(""));
+        if (!text) {
+            note_shortage();
+        }
+    }
+    return text;
 }
 
 int list_agents(const cJSON *topology, AgentAddress (&agents)[kMostAgents]) {

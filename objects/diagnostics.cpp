@@ -44,7 +44,7 @@ int app_action_scan(cJSON *request) {
         DebugLog("==>MAC:%s\n\n", mac.text);
         strip_mac_colons(mac.text);
     }
-    File info(fopen(kFirmwareInfoPath, "r"));
+    File info = open_file(kFirmwareInfoPath);
     if (!info) {
         // No answer at all: a router without this file is not ready to be found.
         fprintf(stderr, "==>open %s ERROR\n", kFirmwareInfoPath);

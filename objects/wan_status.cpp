@@ -57,7 +57,7 @@ bool start_sampler() {
 // What the router last found out about the Internet; 0 while it has not.
 int internet_state() {
     char line[64] = {};
-    const File file(fopen(kInternetPath, "r"));
+    const File file = open_file(kInternetPath);
     if (file) {
         read_line(file.get(), line);
     }
@@ -106,7 +106,7 @@ int request_report(const cJSON *status, const char *guid) {
 }
 
 int wan_link() {
-    const File file(fopen(kPortStatusPath, "r"));
+    const File file = open_file(kPortStatusPath);
     if (!file) {
         return kLinkUnknown;
     }
@@ -131,7 +131,7 @@ double get_uptime(const char *path) {
     }
     const time_t now = time(nullptr);
     long long start = 0;
-    const File file(fopen(path, "r"));
+    const File file = open_file(path);
     if (file && fscanf(file.get(), "%lld", &start) != 1) {
         start = 0;
     }
@@ -147,7 +147,7 @@ float rate_of(long long bytes, float seconds) {
 
 // Leaves the rates as they are when there is no sample.
 void getWanPortSpeed(float &upload, float &download) {
-    const File file(fopen(kSpeedPath, "r"));
+    const File file = open_file(kSpeedPath);
     if (!file) {
         DebugLog("==>[Error] open fail!");
         return;

@@ -1,4 +1,5 @@
-// Printing replies. Every reply is cJSON's formatted print and a line feed, on standard output.
+// Printing replies. Every reply is cJSON's formatted print and a line feed, on standard output. It is printed whole or
+// not at all: where memory was short while it was made (base/shortage.h), it may lack anything.
 #ifndef GATEWAY_HANDLER_REPLY_H
 #define GATEWAY_HANDLER_REPLY_H
 
@@ -10,6 +11,10 @@ void print_reply(Json reply);
 
 // Prints a reply that is a text already, in the same way.
 void print_reply_text(OwnedText text);
+
+// Whether a reply could not be made whole, or not be written; standard error says why. What was stored by then stays,
+// and the work behind the reply is done as ever.
+bool reply_is_lost();
 
 // Adds the request's "guid" to the reply when it is a string.
 void echo_guid(const cJSON *request, cJSON *reply);
