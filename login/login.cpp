@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -11,6 +13,7 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/output.h"
+#include "base/report.h"
 #include "base/text.h"
 #include "gateway/handler/reply.h"
 #include "login/session_id.h"
@@ -67,6 +70,30 @@ const char *find_session_id(char *text) {
     return id;
 }
 
+// Puts a file with the new session's id in the place of the old one, whole or not at all: what others read meanwhile,
+// or after this process was killed, is one of the two.
+bool replace_session(const char *id) {
+    // A name that no other login uses. What a killed process has left under it is no obstacle.
+    char path[sizeof kSessionPath + 16];
+    join(path, {kSessionPath, ".", Decimal(getpid()).c_str()});
+    unlink(path);
+    char session[sizeof kSessionKey + kSessionIdSize];
+    join(session, {kSessionKey, id});
+    const Descriptor file(open(path, O_WRONLY | O_CREAT | O_EXCL, 0600));
+    if (file && write_all(file.get(), session, strlen(session)) && rename(path, kSessionPath) == 0) {
+        return true;
+    }
+    report_error("the session file is not written");
+    unlink(path);
+    return false;
+}
+
+// Whether the session file, if there is one, is a file that may be written.
+bool can_write_session() {
+    const Descriptor file(open(kSessionPath, O_WRONLY | O_NONBLOCK));
+    return file || errno == ENOENT;
+}
+
 }  // namespace
 
 int app_action_login(cJSON *request) {
@@ -97,14 +124,12 @@ int app_action_login(cJSON *request) {
         send_login_response(std::move(reply), kLoginFail);
         return 0;
     }
-    if (const Descriptor file(open(kSessionPath, O_WRONLY | O_CREAT | O_TRUNC, 0666)); file) {
-        char id[kSessionIdSize] = {};
-        gen_sessionid(stored_user.c_str(), id);  // failed: the id is empty, and the file lets nobody in
+    char id[kSessionIdSize] = {};
+    if (can_write_session() && gen_sessionid(stored_user.c_str(), id) == 0) {
         DebugLog("id=%s\n\n", id);
-        char session[sizeof kSessionKey + sizeof id];
-        join(session, {kSessionKey, id});
-        write_all(file.get(), session, strlen(session));
-        cJSON_AddStringToObject(info, "sessionid", id);
+        if (replace_session(id)) {
+            cJSON_AddStringToObject(info, "sessionid", id);
+        }
     }
     // Without the file there is no session, but name and password were right: the app is told so.
     send_login_response(std::move(reply), kLoginSuccess);
