@@ -37,6 +37,16 @@ bool read_line(FILE *file, Out line) {
     return fgets(line.text, static_cast<int>(line.size), file) != nullptr;
 }
 
+bool read_first_line(const char *path, Out line) {
+    line.text[0] = '\0';
+    const File file = open_file(path);
+    if (!file) {
+        return false;
+    }
+    read_line(file.get(), line);
+    return true;
+}
+
 void read_text(int file, char *text, int size) {
     int length = 0;
     int room = size - 1;  // of the line, for the bytes that are left out, too

@@ -20,6 +20,9 @@ constexpr size_t kLineSize = 1023;
 // there is none, and `line` is empty.
 bool read_line(FILE *file, Out line);
 
+// Reads the first line of a file. False: the file can't be opened. Where there is no line, `line` is empty.
+bool read_first_line(const char *path, Out line);
+
 // What follows reads from a descriptor. Every request does that, and the first use of stdio costs it some 10 us.
 
 // Reads into `text`, which is `size` zero bytes, until the file ends or the last byte but one is used. It goes line by

@@ -61,13 +61,11 @@ pid_t get_pid_from_file(const char *path) {
     if (!file_exists(path)) {
         return -1;
     }
-    const File file = open_file(path);
-    if (!file) {
+    char line[100];
+    if (!read_first_line(path, line)) {
         fputs("Read pid file error!\n", stderr);
         return -1;
     }
-    char line[100];
-    read_line(file.get(), line);
     return decimal_value(line);
 }
 

@@ -2,7 +2,6 @@
 
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -100,24 +99,10 @@ const uint16_t (&vht_table(uint8_t flags))[kVhtRates] {
     return kVht[2 * width + guard];
 }
 
-class Socket {
-  public:
-    Socket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    ~Socket() {
-        if (is_open()) {
-            close(descriptor_);
-        }
-    }
-    Socket(const Socket &) = delete;
-    Socket &operator=(const Socket &) = delete;
-
-    bool is_open() const { return descriptor_ >= 0; }
-    // Every C library's ioctl() takes a 16-bit request as it is, be its own type signed or not.
-    bool ask(uint16_t request, WifiRequest &argument) const { return ioctl(descriptor_, request, &argument) >= 0; }
-
-  private:
-    int descriptor_;
-};
+// Asks the driver. Every C library's ioctl() takes a 16-bit request as it is, be its own type signed or not.
+bool ask(const Descriptor &driver, uint16_t request, WifiRequest &argument) {
+    return ioctl(driver.get(), request, &argument) >= 0;
+}
 
 bool is_associated(const StaInfoEntry &station) {
     const bool used = station.association_id[0] != 0 || station.association_id[1] != 0;
@@ -165,23 +150,23 @@ int isAxSupported(const char *interface) {
 }
 
 int getWlStaInfo(const char *interface, void *buffer) {
-    const Socket driver;
-    if (!driver.is_open()) {
+    const Descriptor driver(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!driver) {
         return -1;
     }
     WifiRequest request = {};
     memcpy(request.interface, interface, strnlen(interface, sizeof request.interface));
-    if (!driver.ask(kWifiNameRequest, request)) {
+    if (!ask(driver, kWifiNameRequest, request)) {
         return -1;
     }
     const bool ax = isAxSupported(interface) != 0;
     memset(buffer, 0, kStationTableSize);
     request.data = {buffer, kStationTableSize, 0};
     if (!ax) {
-        return driver.ask(kStationTableRequest, request) ? 0 : -1;
+        return ask(driver, kStationTableRequest, request) ? 0 : -1;
     }
     request.data.flags = kStationTableRequest;
-    return driver.ask(kAxPrivateRequest, request) ? 0 : -1;
+    return ask(driver, kAxPrivateRequest, request) ? 0 : -1;
 }
 
 int wirelessClientList(const char *interface, StationRow *rows) {

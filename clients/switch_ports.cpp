@@ -48,6 +48,28 @@ FileState read_arp(SwitchArp &arp) {
     return FileState::kRead;
 }
 
+// A line of the port status file.
+struct PortLine {
+    char text[512];
+    char name[512];  // the first two words; what is missing is empty
+    char link[512];
+    int words;
+};
+
+// False: there is no more line.
+bool read_port_line(FILE *file, PortLine &line) {
+    line = {};
+    if (!read_line(file, line.text)) {
+        return false;
+    }
+    line.words = sscanf(line.text, "%511[^ ] %511s", line.name, line.link);
+    return true;
+}
+
+bool is_up(const PortLine &line) {
+    return strcmp(line.link, "LinkUp") == 0;
+}
+
 // The speed that a line tells goes to every port whose link was said to be up before, and which has none yet: a port's
 // speed is the first one behind its own line.
 void take_speed(const char *line, SwitchPorts &ports) {
@@ -64,19 +86,17 @@ void take_speed(const char *line, SwitchPorts &ports) {
 }
 
 // A port's link is what its first line with a known word says.
-void take_link(const char *line, SwitchPorts &ports) {
-    char name[512] = {};
-    char link[512];
-    if (sscanf(line, "%511[^ ] %511s", name, link) != 2) {
+void take_link(const PortLine &line, SwitchPorts &ports) {
+    if (line.words != 2) {
         return;
     }
-    SwitchPorts::Port &port = ports.ports[static_cast<uint8_t>(name[kPortCharacter])];
+    SwitchPorts::Port &port = ports.ports[static_cast<uint8_t>(line.name[kPortCharacter])];
     if (port.link != SwitchPorts::Link::kUnknown) {
         return;
     }
-    if (strcmp(link, "LinkUp") == 0) {
+    if (is_up(line)) {
         port.link = SwitchPorts::Link::kUp;
-    } else if (strcmp(link, "LinkDown") == 0) {
+    } else if (strcmp(line.link, "LinkDown") == 0) {
         port.link = SwitchPorts::Link::kDown;
     }
 }
@@ -86,10 +106,10 @@ FileState read_ports(SwitchPorts &ports) {
     if (!file) {
         return FileState::kMissing;
     }
-    char line[512];
-    read_line(file.get(), line);  // the header
-    while (read_line(file.get(), line)) {
-        take_speed(line, ports);
+    PortLine line;
+    read_port_line(file.get(), line);  // the header
+    while (read_port_line(file.get(), line)) {
+        take_speed(line.text, ports);
         take_link(line, ports);
     }
     return FileState::kRead;
@@ -115,6 +135,20 @@ int cmnt_isClientfromWired(SwitchArp &arp, const uint8_t *mac, int *port) {
     }
     *port = entry->port;
     return 1;
+}
+
+int read_port_link(const char *name) {
+    const File file = open_file(kPortStatusPath);
+    if (!file) {
+        return kLinkUnknown;
+    }
+    // From the first line on: a header names no port.
+    for (PortLine line; read_port_line(file.get(), line);) {
+        if (strcmp(line.name, name) == 0) {
+            return is_up(line) ? kLinkUp : kLinkDown;
+        }
+    }
+    return kLinkDown;
 }
 
 int cmnt_getEthPortStatus(SwitchPorts &ports, int port, char (&speed)[20]) {

@@ -37,6 +37,15 @@ struct SwitchPorts {
     Port ports[256] = {};
 };
 
+// What a port's link is when the one question is whether it is up.
+constexpr int kLinkUnknown = -1;  // the file can't be read
+constexpr int kLinkDown = 0;
+constexpr int kLinkUp = 1;
+
+// The link of the port whose line begins with `name`, such as "Port1", and a blank: up when its first line says so, and
+// down when it says anything else or there is none.
+int read_port_link(const char *name);
+
 // 1, with its port, when the switch knows the device; 0 when it does not, when its file can't be read, and when an
 // argument is nullptr.
 int cmnt_isClientfromWired(SwitchArp &arp, const uint8_t *mac, int *port);

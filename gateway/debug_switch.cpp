@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "base/input.h"
-#include "base/resource.h"
 
 namespace {
 constexpr char kSwitchPath[] = "/var/appdebug";
@@ -16,12 +15,10 @@ int read_debug_switch() {
     if (stat(kSwitchPath, &status) != 0) {
         return 0;
     }
-    const File file = open_file(kSwitchPath);
-    if (!file) {
+    char line[10];
+    if (!read_first_line(kSwitchPath, line)) {
         fprintf(stderr, "Read %s error!\n", kSwitchPath);
         return 0;
     }
-    char line[10];
-    read_line(file.get(), line);
     return decimal_value(line);
 }

@@ -3,11 +3,11 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
+#include "base/resource.h"
 #include "base/text.h"
 
 namespace {
@@ -15,8 +15,8 @@ namespace {
 // Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`. Every C library's ioctl()
 // takes 16 bits as they are, be its own type signed or not.
 bool ask_interface(const char *interface, uint16_t question, ifreq &out) {
-    const int any_socket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (any_socket < 0) {
+    const Descriptor any_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!any_socket) {
         perror("socket error!\n");
         return false;
     }
@@ -24,12 +24,11 @@ bool ask_interface(const char *interface, uint16_t question, ifreq &out) {
     join(name, {interface});
     out = {};
     join(out.ifr_name, {name});
-    const bool answered = ioctl(any_socket, question, &out) >= 0;
-    if (!answered) {
+    if (ioctl(any_socket.get(), question, &out) < 0) {
         perror("ioctl error!\n");
+        return false;
     }
-    close(any_socket);
-    return answered;
+    return true;
 }
 
 bool read_ipv4(const char *interface, uint16_t question, char (&out)[INET_ADDRSTRLEN]) {

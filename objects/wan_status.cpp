@@ -10,6 +10,7 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
+#include "clients/switch_ports.h"
 #include "gateway/handler/message.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wan.h"
@@ -21,17 +22,12 @@ constexpr char kModule[] = "app";
 constexpr char kSampleNow[] = "killall -USR1 speedtest 2>/dev/null";
 
 constexpr char kInternetPath[] = "/tmp/internet";
-constexpr char kPortStatusPath[] = "/proc/rtl865x/port_status";
 constexpr char kSpeedPath[] = "/tmp/speed/wanspeed";
 constexpr char kPppLinkPath[] = "/etc/ppp/link";  // there while a PPPoE session is up
 constexpr char kPppStartPath[] = "/var/ppp/startTime";
 constexpr char kDhcpStartPath[] = "/var/wan_uptime";
 
 constexpr char kWanPort[] = "Port1";
-
-constexpr int kLinkUp = 1;
-constexpr int kLinkDown = 0;
-constexpr int kLinkUnknown = -1;
 
 constexpr float kKilobitsPerByte = 0.0078125F;  // 8 / 1024
 
@@ -56,11 +52,8 @@ bool start_sampler() {
 
 // What the router last found out about the Internet; 0 while it has not.
 int internet_state() {
-    char line[64] = {};
-    const File file = open_file(kInternetPath);
-    if (file) {
-        read_line(file.get(), line);
-    }
+    char line[64];
+    read_first_line(kInternetPath, line);
     return decimal_value(line);
 }
 
@@ -103,23 +96,6 @@ int request_report(const cJSON *status, const char *guid) {
         return 0;
     }
     return send_report_request(interval, count, guid) ? 0 : fail(kReportNotSent);
-}
-
-int wan_link() {
-    const File file = open_file(kPortStatusPath);
-    if (!file) {
-        return kLinkUnknown;
-    }
-    char line[512];
-    while (read_line(file.get(), line)) {
-        char port[sizeof line] = {};
-        char state[sizeof line] = {};
-        sscanf(line, "%511[^ ] %511s", port, state);
-        if (strcmp(port, kWanPort) == 0) {
-            return strcmp(state, "LinkUp") == 0 ? kLinkUp : kLinkDown;
-        }
-    }
-    return kLinkDown;
 }
 
 // The seconds since the moment that the file tells; 0 when there is no such file, and for a moment that is yet to come.
@@ -190,7 +166,7 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
         }
     }
     const int type = stored_connection_type();
-    int status = wan_link();
+    int status = read_port_link(kWanPort);
     double up_time = 0;
     float upload = 0;
     float download = 0;
