@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "store/items.h"
 #include "store/store.h"
+#include "store/wpa2.h"
 
 namespace {
 
@@ -84,10 +85,7 @@ void _app_set_up_backhaul_credentials() {
         DebugLog("[Error] : Failed to set AP mib MIB_WLAN_WPA_PSK");
         return;
     }
-    store_set(MIB_WLAN_SECURITY_PARAM_274, 32);
-    store_set(MIB_WLAN_SECURITY_PARAM_275, 8);
-    store_set(MIB_WLAN_SECURITY_PARAM_272, 1);
-    store_set(MIB_WLAN_SECURITY_PARAM_38, 2);
+    store_settings({kWpa2Setting274, kWpa2Setting275, kWpa2Setting272, kWpa2Setting38});
     if (!store_set(MIB_WLAN_HIDDEN_SSID, 1)) {
         DebugLog("[Error] : Failed to set AP mib MIB_WLAN_HIDDEN_SSID");
     }

@@ -11,6 +11,7 @@
 #include "store/store.h"
 #include "store/wlan.h"
 
+#include "store/wpa2.h"
 namespace {
 
 constexpr size_t kLongestName = 29;
@@ -55,7 +56,7 @@ int find_backhaul_radio() {
     bool carries[kRadioCount] = {};
     for (int radio = 0; radio < kRadioCount; ++radio) {
         for (int index = first; index <= last && !carries[radio]; ++index) {
-            select_wlan(radio, index);
+            SetWlan_idx({radio, index});
             int32_t part = kNoPart;
             if (!store_read(MIB_WLAN_MESH_BSS_TYPE, part)) {
                 return -1;
@@ -68,7 +69,7 @@ int find_backhaul_radio() {
     }
     uint8_t disabled[kRadioCount] = {};
     for (int radio = 0; radio < kRadioCount; ++radio) {
-        select_wlan(radio, kRepeater);
+        SetWlan_idx({radio, kRepeater});
         if (!store_read(MIB_WLAN_DISABLED, disabled[radio])) {
             return -1;
         }
@@ -80,7 +81,7 @@ int find_backhaul_radio() {
 void set_on_every_interface(std::initializer_list<Int32Item> items, int32_t value) {
     for (int radio = 0; radio < kRadioCount; ++radio) {
         for (int index = 0; index < kInterfaceCount; ++index) {
-            select_wlan(radio, index);
+            SetWlan_idx({radio, index});
             for (const Int32Item item : items) {
                 store_set(item, value);
             }
@@ -92,7 +93,7 @@ void drop_uplink() {
     store_set(MIB_MESH_BACKHAUL_5G, 0);
     store_set(MIB_MESH_BACKHAUL_2G, 0);
     for (int radio = 0; radio < kRadioCount; ++radio) {
-        select_wlan(radio, kRepeater);
+        SetWlan_idx({radio, kRepeater});
         store_set(MIB_WLAN_DISABLED, kOff);
     }
 }
@@ -115,7 +116,7 @@ void become_agent(int32_t previous_role, int backhaul) {
     store_set(MIB_OP_MODE, kPartOfNetwork);
     for (int radio = 0; radio < kRadioCount; ++radio) {
         const bool carries = radio == backhaul;
-        select_wlan(radio, kRepeater);
+        SetWlan_idx({radio, kRepeater});
         store_set(MIB_WLAN_DISABLED, carries ? kOn : kOff);
         store_set<int32_t>(MIB_WLAN_ITEM_270, carries ? kOn : kOff);
         store_set(MIB_WLAN_ITEM_59, 1);
@@ -149,22 +150,21 @@ void become_controller(int32_t previous_role, int backhaul) {
     if (previous_role != kMeshController) {
         store_set(MIB_MESH_ITEM_2387, 0);
     }
-    select_wlan(backhaul, kBackhaulAccessPoint);
+    SetWlan_idx({backhaul, kBackhaulAccessPoint});
     store_set(MIB_WLAN_DISABLED, kOn);
-    store_set(MIB_WLAN_SECURITY_MODE, 4);
-    store_set(MIB_WLAN_SECURITY_PARAM_28, 2);
+    store_settings({kWpa2Mode, kWpa2Setting28});
     for (int radio = 0; radio < kRadioCount; ++radio) {
         for (int index = kMainAccessPoint; index < kRepeater; ++index) {
-            select_wlan(radio, index);
+            SetWlan_idx({radio, index});
             if (store_get(MIB_WLAN_DISABLED) == kOn) {
                 store_set(MIB_WLAN_MESH_BSS_TYPE, kFronthaul);
             }
         }
-        select_wlan(radio, kRepeater);
+        SetWlan_idx({radio, kRepeater});
         store_set(MIB_WLAN_MESH_BSS_TYPE, kNoPart);
     }
     for (int radio = 0; radio < kRadioCount; ++radio) {
-        select_wlan(radio, kBackhaulAccessPoint);
+        SetWlan_idx({radio, kBackhaulAccessPoint});
         if (radio == backhaul) {
             open_backhaul(previous_role);
         } else {

@@ -134,7 +134,7 @@ int check_guest_2g(const cJSON *guest) {
     return 0;
 }
 
-void add_network(cJSON *object, const char *interface, const char *ssid_name, const char *key_name) {
+void add_network(cJSON *object, WlanInterface interface, const char *ssid_name, const char *key_name) {
     SetWlan_idx(interface);
     cJSON_AddStringToObject(object, ssid_name, store_get(MIB_WLAN_SSID).c_str());
     cJSON_AddStringToObject(object, key_name, store_get(MIB_WLAN_WPA_PSK).c_str());

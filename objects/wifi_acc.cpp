@@ -19,7 +19,7 @@ constexpr char kAddCountFailed[] = "(wlactrl_get_entry_number)";
 constexpr char kTooMany[] = "Error:mac item number is >%d";
 
 // In the order in which they are written.
-constexpr const char *kRadios[] = {kWlan5G, kWlan2G};
+constexpr WlanInterface kRadios[] = {kWlan5G, kWlan2G};
 
 // A device of an access list has nothing behind its comment.
 int no_rest(const cJSON * /*device*/, AclEntry & /*entry*/) {
@@ -61,7 +61,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         return fail(kNoMode);
     }
     const bool filters = integer_value(mode) == 1 || integer_value(mode) == 2;
-    for (const char *radio : kRadios) {
+    for (const WlanInterface radio : kRadios) {
         SetWlan_idx(radio);
         store_set(MIB_WLAN_ACL_MODE, filters ? integer_value(mode) : 0);
     }
@@ -77,7 +77,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         if (count > kMostDevices - array_size(added)) {
             return fail(kTooMany, kMostDevices);
         }
-        for (const char *radio : kRadios) {
+        for (const WlanInterface radio : kRadios) {
             SetWlan_idx(radio);
             if (add_devices(MIB_WLAN_ACL_NUM, added, count, no_rest) != 0) {
                 return -1;
@@ -86,7 +86,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
     }
     const cJSON *removed = find_item(acc, "delMaclist");
     if (removed != nullptr) {
-        for (const char *radio : kRadios) {
+        for (const WlanInterface radio : kRadios) {
             SetWlan_idx(radio);
             if (delete_devices(MIB_WLAN_ACL_NUM, removed) != 0) {
                 return -1;

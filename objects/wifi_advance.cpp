@@ -54,7 +54,7 @@ void add_channels_5g(cJSON *answer, const char *key) {
 
 struct Answer {
     const char *key;
-    const char *interface;
+    WlanInterface interface;
     void (*add)(cJSON *answer, const char *key);
 };
 
@@ -70,7 +70,7 @@ constexpr Answer kAnswers[] = {
 
 struct Setting {
     const char *key;
-    const char *interface;
+    WlanInterface interface;
     ByteItem item;
     unsigned most;  // negative numbers are refused, too: they are large when taken as unsigned
 };

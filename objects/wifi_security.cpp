@@ -2,32 +2,19 @@
 
 #include "store/items.h"
 #include "store/store.h"
+#include "store/wpa2.h"
 
 namespace {
 
 constexpr int32_t kOpen = 0;
 
-struct SecuritySetting {
-    Int32Item item;
-    int32_t value;
-};
-
-// The firmware's settings of WPA2 with a pre-shared key, in the order in which they are written.
-constexpr SecuritySetting kWpa2Profile[] = {
-    {MIB_WLAN_SECURITY_MODE,      4 },
-    {MIB_WLAN_SECURITY_PARAM_38,  2 },
-    {MIB_WLAN_SECURITY_PARAM_28,  2 },
-    {MIB_WLAN_SECURITY_PARAM_274, 32},
-    {MIB_WLAN_SECURITY_PARAM_275, 8 },
-    {MIB_WLAN_SECURITY_PARAM_272, 1 },
-};
+constexpr WlanSetting kProfile[] = {kWpa2Mode,       kWpa2Setting38,  kWpa2Setting28,
+                                    kWpa2Setting274, kWpa2Setting275, kWpa2Setting272};
 
 }  // namespace
 
 void WifiSecurityDefaults() {
-    for (const SecuritySetting &setting : kWpa2Profile) {
-        store_set(setting.item, setting.value);
-    }
+    store_settings(kProfile);
 }
 
 void store_wifi_key(const char *key) {

@@ -26,7 +26,7 @@ int SetWlan_idx(const char *name) {
         DebugLog("invalid wlan interface index number!");
         return 0;
     }
-    select_wlan(radio, kMainAccessPoint);
+    SetWlan_idx({radio, kMainAccessPoint});
     if (length < kShortestWithSuffix) {
         return 1;
     }
@@ -44,13 +44,13 @@ int SetWlan_idx(const char *name) {
     return 1;
 }
 
-void select_wlan(int radio, int index) {
-    wlan_idx = radio;
-    vwlan_idx = index;
+void SetWlan_idx(WlanInterface interface) {
+    wlan_idx = interface.radio;
+    vwlan_idx = interface.index;
 }
 
-KeepWlanSelection::KeepWlanSelection() : radio_(wlan_idx), index_(vwlan_idx) {}
+KeepWlanSelection::KeepWlanSelection() : before_{wlan_idx, vwlan_idx} {}
 
 KeepWlanSelection::~KeepWlanSelection() {
-    select_wlan(radio_, index_);
+    SetWlan_idx(before_);
 }

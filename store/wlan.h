@@ -15,19 +15,21 @@ constexpr int kGuestAccessPoint = 2;     // -va1
 constexpr int kRepeater = 5;             // -vxd
 constexpr int kInterfaceCount = 6;       // of each radio
 
-// Interface names of the main and guest access points.
-constexpr char kWlan5G[] = "wlan0";
-constexpr char kWlan2G[] = "wlan1";
-constexpr char kGuest5G[] = "wlan0-va1";
-constexpr char kGuest2G[] = "wlan1-va1";
+struct WlanInterface {
+    int radio;
+    int index;  // of the radio's interfaces
+};
+constexpr WlanInterface kWlan5G{kRadio5G, kMainAccessPoint};    // "wlan0"
+constexpr WlanInterface kWlan2G{kRadio2G, kMainAccessPoint};    // "wlan1"
+constexpr WlanInterface kGuest5G{kRadio5G, kGuestAccessPoint};  // "wlan0-va1"
+constexpr WlanInterface kGuest2G{kRadio2G, kGuestAccessPoint};  // "wlan1-va1"
+
+// Selects an interface for the rest of the request; a handler selects before every group of per-interface items.
+void SetWlan_idx(WlanInterface interface);
 
 // Selects an interface by its name. 1, or 0 for a name that is refused: an unknown radio changes nothing, an unknown
-// virtual access point leaves the radio's main access point selected. The selection lasts for the rest of the request;
-// a handler selects before every group of per-interface items.
+// virtual access point leaves the radio's main access point selected.
 int SetWlan_idx(const char *name);
-
-// Selects an interface by numbers, which are not checked.
-void select_wlan(int radio, int index);
 
 // Brings the present selection back when it goes out of scope.
 class KeepWlanSelection {
@@ -38,8 +40,7 @@ class KeepWlanSelection {
     KeepWlanSelection &operator=(const KeepWlanSelection &) = delete;
 
   private:
-    int radio_;
-    int index_;
+    WlanInterface before_;
 };
 
 #endif

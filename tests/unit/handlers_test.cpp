@@ -70,7 +70,7 @@ TEST(Mesh, LeavesTheSelectionAsItWasAlsoWhenItCannotRead) {
     const Json request(cJSON_Parse(R"({"action":"get","mesh":{}})"));
     for (const int unreadable : {0, MIB_MESH_ROLE.id, MIB_WLAN_MESH_BSS_TYPE.id, MIB_WLAN_DISABLED.id}) {
         g_unreadable = unreadable;
-        select_wlan(kRadio2G, kGuestAccessPoint);
+        SetWlan_idx({kRadio2G, kGuestAccessPoint});
         const Json reply(cJSON_CreateObject());
         EXPECT_EQ(app_get_mesh_handler("mesh", request.get(), reply.get()), 0);
         EXPECT_EQ(wlan_idx, kRadio2G) << unreadable;

@@ -94,18 +94,18 @@ TEST(SetWlanIdx, ForgetsTheAccessPointOfTheNameBefore) {
     EXPECT_EQ(vwlan_idx, 0);
 }
 
-// The names that the program uses mean the indices that it uses.
+// The constants mean the interfaces whose names stand beside them.
 TEST(SetWlanIdx, AgreesWithTheConstants) {
-    expect_selection({kWlan5G, 1, kRadio5G, kMainAccessPoint});
-    expect_selection({kWlan2G, 1, kRadio2G, kMainAccessPoint});
-    expect_selection({kGuest5G, 1, kRadio5G, kGuestAccessPoint});
-    expect_selection({kGuest2G, 1, kRadio2G, kGuestAccessPoint});
+    expect_selection({"wlan0", 1, kWlan5G.radio, kWlan5G.index});
+    expect_selection({"wlan1", 1, kWlan2G.radio, kWlan2G.index});
+    expect_selection({"wlan0-va1", 1, kGuest5G.radio, kGuest5G.index});
+    expect_selection({"wlan1-va1", 1, kGuest2G.radio, kGuest2G.index});
     expect_selection({"wlan0-va0", 1, kRadio5G, kBackhaulAccessPoint});
     expect_selection({"wlan1-vxd", 1, kRadio2G, kRepeater});
 }
 
 TEST(KeepWlanSelection, BringsTheSelectionBack) {
-    select_wlan(1, 3);
+    SetWlan_idx({1, 3});
     {
         const KeepWlanSelection keep;
         ASSERT_EQ(SetWlan_idx("wlan0-vxd"), 1);
