@@ -120,18 +120,16 @@ int main() {
     if (save_config_flag != 0) {
         store_commit();
     }
-    SysMsgRecord record = {};
     int status = 0;
     if (app_reinit_flag != 0) {
+        SysMsgRecord record = {};
         record.msg_type = MSG_APP_REINIT;
         msg_send(record);  // Deliberately not checked: the settings are stored, and nobody could be told.
     } else if (const char *sysconf = pending_sysconf(); sysconf != nullptr) {
-        record.msg_type = MSG_CALL_SYSCONF;
-        join(record.sysconfArgv, {sysconf});
         if (wifi_reinit_flag != 0) {
-            DebugLog("sysconfArgv=%s\n", record.sysconfArgv);
+            DebugLog("sysconfArgv=%s\n", sysconf);
         }
-        status = msg_send(record) == 0 ? 0 : fail("ERROR: send MSG_CALL_SYSCONF fail");
+        status = call_sysconf(sysconf);
     }
     return reply_is_lost() ? -1 : status;
 }

@@ -16,6 +16,7 @@
 #include "base/report.h"
 #include "base/text.h"
 #include "gateway/handler/reply.h"
+#include "gateway/handler/request_state.h"
 #include "login/session_id.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -167,11 +168,11 @@ void send_login_response(Json reply, int code) {
 int app_set_logout_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     const cJSON *logout = find_item(request, name);
     if (logout == nullptr) {
-        return -1;
+        return kFailed;
     }
     DebugLog("logoutInfo.val=%d\n", integer_value(logout));
     if (integer_value(logout) != 1) {
-        return -1;
+        return kFailed;
     }
     run_command("rm /var/app_sessionid");
     DebugLog("logout done\n");

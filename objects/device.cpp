@@ -1,9 +1,10 @@
 #include "objects/device.h"
 
-#include <cstring>
+#include <cstdint>
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"
@@ -17,13 +18,16 @@ constexpr char kModule[] = "app";
 
 constexpr size_t kLongestName = 30;
 
-constexpr char kPortInvalid[] = "ERROR: port value is invalied";
-constexpr char kTicktimeInvalid[] = "ERROR: ticktime value is invalied";
-
-// Whether the number fits 16 bits. Negative numbers do not: they are large when taken as unsigned.
-bool is_u16(int value) {
-    return static_cast<unsigned>(value) < 65536;
-}
+// The numbers that the app keeps here, in the order in which they are checked and stored.
+struct AppNumber {
+    const char *key;
+    Int32Item item;
+    const char *invalid;
+};
+constexpr AppNumber kAppNumbers[] = {
+    {"port",     MIB_APP_PORT,     "ERROR: port value is invalied"    },
+    {"ticktime", MIB_APP_TICKTIME, "ERROR: ticktime value is invalied"},
+};
 
 }  // namespace
 
@@ -49,10 +53,9 @@ int app_set_dutInfo_handler(const char *name, cJSON *request, cJSON * /*reply*/)
     const char *device_name = find_text(info, "name");
     if (device_name != nullptr) {
         DebugLog("dutInfo_name=%s\n\n", device_name);
-        if (strlen(device_name) > kLongestName) {
-            // On purpose only in the log: apps know this refusal as one without a message.
+        if (!has_length(device_name, 0, kLongestName)) {
             DebugLog("ERROR: name length is too long\n");
-            return -1;
+            return kFailed;
         }
         store_set(MIB_DUT_NAME, device_name);
     }
@@ -78,7 +81,7 @@ int app_set_timeZone_handler(const char *name, cJSON *request, cJSON * /*reply*/
     }
     const char *index = find_text(time_zone, "timeZoneIndex");
     if (index == nullptr) {
-        return -1;
+        return kFailed;
     }
     DebugLog("TimeZone index=%s\n\n", index);
     if (!is_time_zone_index(index)) {
@@ -105,7 +108,7 @@ int app_set_opMode_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
     }
     const char *mode = find_text(object, "opMode");
     if (mode == nullptr) {
-        return -1;
+        return kFailed;
     }
     DebugLog("opMode=%s\n\n", mode);
     // No range check: which modes there are is the rest of the firmware's affair.
@@ -117,8 +120,9 @@ int app_set_opMode_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
 
 int app_get_app_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *app = cJSON_AddObjectToObject(reply, name);
-    add_number(app, "port", store_get(MIB_APP_PORT));
-    add_number(app, "ticktime", store_get(MIB_APP_TICKTIME));
+    for (const AppNumber &row : kAppNumbers) {
+        add_number(app, row.key, store_get(row.item));
+    }
     return 0;
 }
 
@@ -127,24 +131,22 @@ int app_set_app_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     if (app == nullptr) {
         return 0;
     }
-    const cJSON *port = find_item(app, "port");
-    if (port != nullptr) {
-        DebugLog("port:%d\n", integer_value(port));
-        if (!is_u16(integer_value(port))) {
-            return fail(kPortInvalid);
+    bool given = false;
+    for (const AppNumber &row : kAppNumbers) {
+        const cJSON *item = find_item(app, row.key);
+        if (item == nullptr) {
+            continue;
         }
-        store_set(MIB_APP_PORT, integer_value(port));
-    }
-    // A failure from here on leaves the port in the working copy, but commits nothing.
-    const cJSON *ticktime = find_item(app, "ticktime");
-    if (ticktime != nullptr) {
-        DebugLog("port:%d\n", integer_value(ticktime));  // the port's words: whoever reads the log knows both by them
-        if (!is_u16(integer_value(ticktime))) {
-            return fail(kTicktimeInvalid);
+        given = true;
+        const int value = integer_value(item);
+        DebugLog("port:%d\n", value);  // both in the words of the port, by which who reads the log knows them
+        if (!in_range(value, 0, UINT16_MAX)) {
+            // The number before this one stays in the working copy, but is not committed.
+            return fail("%s", row.invalid);
         }
-        store_set(MIB_APP_TICKTIME, integer_value(ticktime));
+        store_set(row.item, value);
     }
-    if (port != nullptr || ticktime != nullptr) {
+    if (given) {
         save_config_flag = 1;
     }
     return 0;

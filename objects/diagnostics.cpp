@@ -1,13 +1,13 @@
 #include "objects/diagnostics.h"
 
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
@@ -83,15 +83,11 @@ int app_get_netDig_handler(const char *name, cJSON *request, cJSON *reply) {
         return fail(kNoAddress);
     }
     DebugLog("dst=%s\n", address);
-    const size_t length = strlen(address);
-    if (length < kShortestAddress || length > kLongestAddress) {
+    if (!has_length(address, kShortestAddress, kLongestAddress)) {
         return fail(kAddressLength);
     }
     const cJSON *wanted = find_item(ping, "count");
-    int count = wanted != nullptr ? integer_value(wanted) : 1;
-    if (count < 1 || count > kMostPings) {
-        count = 1;
-    }
+    const int count = wanted != nullptr && in_range(integer_value(wanted), 1, kMostPings) ? integer_value(wanted) : 1;
     char command[128];
     // The address goes into the command as it is: apps may give a name as well as a number, and whoever gets here has
     // passed the access gate and may change every setting of the router anyway.
@@ -99,7 +95,7 @@ int app_get_netDig_handler(const char *name, cJSON *request, cJSON *reply) {
     Pipe output = open_command(command);
     if (!output) {
         DebugLog("popen error:%s!\n\n", command);
-        return -1;
+        return kFailed;
     }
     char text[1024] = {};
     read_text(fileno(output.get()), text, sizeof text);

@@ -5,6 +5,7 @@
 #include "base/command.h"
 #include "base/input.h"
 #include "base/json.h"
+#include "base/mac_text.h"
 #include "base/text.h"
 #include "store/store.h"
 
@@ -31,7 +32,6 @@ bool read_bridge_mac(MacText &mac) {
 }
 
 void strip_mac_colons(char *text) {
-    constexpr size_t kMacDigits = 12;
     if (text == nullptr) {
         return;
     }

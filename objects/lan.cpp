@@ -7,6 +7,7 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/interface_address.h"
 #include "store/items.h"
@@ -19,7 +20,7 @@ constexpr char kModule[] = "app";
 constexpr char kBridge[] = "br0";
 
 constexpr int kDhcpServer = 2;
-constexpr unsigned kLongestLease = 7 * 24 * 60;  // minutes: a week
+constexpr int kLongestLease = 7 * 24 * 60;  // minutes: a week
 
 constexpr char kLeaseTimeInvalid[] = "ERROR:invalid DHCP Lease Time";
 constexpr char kPoolAddressInvalid[] = "ERROR:invalid ip address";
@@ -28,8 +29,7 @@ constexpr char kSubnetInvalid[] = "ERROR:invalid ip or mask";
 
 // What the DHCP server gives away in the LAN of `ip` and `mask`, and for how long.
 int set_dhcp_pool(int minutes, const char *start_text, const char *end_text, in_addr ip, in_addr mask) {
-    const auto lease = static_cast<unsigned>(minutes);  // a negative time is large
-    if (lease < 1 || lease > kLongestLease) {
+    if (!in_range(minutes, 1, kLongestLease)) {
         return fail(kLeaseTimeInvalid);
     }
     in_addr start;
@@ -83,22 +83,21 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     if (lan == nullptr) {
         return 0;
     }
-    // These refusals are on purpose only in the log: apps know them as ones without a message.
     const char *ip_text = find_text(lan, "ip");
     const char *mask_text = find_text(lan, "mask");
     if (ip_text == nullptr || mask_text == nullptr) {
         DebugLog("ERROR: Not find ip and mask info");
-        return -1;
+        return kFailed;
     }
     in_addr ip;
     if (inet_aton(ip_text, &ip) == 0) {
         DebugLog("ERROR:invalid ip address");
-        return -1;
+        return kFailed;
     }
     in_addr mask;
     if (inet_aton(mask_text, &mask) == 0) {
         DebugLog("ERROR:invalid mask");
-        return -1;
+        return kFailed;
     }
     const cJSON *dhcp = find_item(lan, "dhcp");
     if (dhcp == nullptr) {
@@ -118,10 +117,10 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         const char *end = find_text(lan, "ipEnd");
         if (time == nullptr || start == nullptr || end == nullptr) {
             DebugLog("ERROR:not find DHCP lease time/ipStart/ipEnd");
-            return -1;
+            return kFailed;
         }
         if (set_dhcp_pool(integer_value(time), start, end, ip, mask) != 0) {
-            return -1;
+            return kFailed;
         }
     }
     store_set(MIB_LAN_IP_ADDR, ip);

@@ -1,6 +1,8 @@
 #include "objects/mac_list.h"
 
+#include "base/range.h"
+
 const char *address_text(const cJSON *address) {
     const char *text = string_value(address);
-    return text != nullptr && strlen(text) == kMacDigits ? text : nullptr;
+    return text != nullptr && has_length(text, kMacDigits) ? text : nullptr;
 }

@@ -67,7 +67,7 @@ int add_device(TableItem<Record> table, const cJSON *device, int32_t count, Take
         return fail("ERROR: comment length too long");
     }
     if (take_rest(device, entry) != 0) {
-        return -1;
+        return kFailed;
     }
     Record existing;
     if (find_device(table, entry.mac, count, existing)) {
@@ -84,7 +84,7 @@ template <typename Record, typename TakeRest>
 int add_devices(TableItem<Record> table, const cJSON *list, int32_t count, TakeRest take_rest) {
     for (const cJSON *device = array_first(list); device != nullptr; device = device->next) {
         if (is_there(array_item(device, kDeviceMac)) && add_device(table, device, count, take_rest) != 0) {
-            return -1;
+            return kFailed;
         }
     }
     return 0;

@@ -4,14 +4,15 @@
 #include <initializer_list>
 
 #include "base/json.h"
+#include "base/range.h"
 #include "gateway/handler/request_state.h"
 #include "mesh/backhaul_credentials.h"
 #include "mesh/topology.h"
 #include "store/items.h"
 #include "store/store.h"
 #include "store/wlan.h"
-
 #include "store/wpa2.h"
+
 namespace {
 
 constexpr size_t kLongestName = 29;
@@ -188,11 +189,6 @@ void change_role(int32_t role, int32_t previous_role, int backhaul) {
     }
 }
 
-// Whether the number is 0 to `most`. Negative numbers are not: they are large when taken as unsigned.
-bool is_at_most(int value, unsigned most) {
-    return static_cast<unsigned>(value) <= most;
-}
-
 }  // namespace
 
 int app_get_mesh_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
@@ -215,12 +211,13 @@ int app_set_mesh_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     if (device_name == nullptr || role == nullptr || backhaul == nullptr) {
         return fail(kIncomplete);
     }
-    if (strlen(device_name) > kLongestName) {
+    if (!has_length(device_name, 0, kLongestName)) {
         return fail(kNameLength);
     }
     // Before the next check: a refusal from here on leaves the name in the working copy, but commits nothing.
     store_set(MIB_MESH_DEVICE_NAME, device_name);
-    if (!is_at_most(integer_value(role), kMeshAgent) || !is_at_most(integer_value(backhaul), kRadio2G)) {
+    if (!in_range(integer_value(role), kMeshOff, kMeshAgent) ||
+        !in_range(integer_value(backhaul), kRadio5G, kRadio2G)) {
         return fail(kValueInvalid);
     }
     set_on_every_interface({MIB_WLAN_MESH_ITEM_1250, MIB_WLAN_MESH_ITEM_1251}, 1);

@@ -6,6 +6,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/mac_text.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
@@ -19,8 +20,6 @@ namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr size_t kClockTimeLength = sizeof ClockTime::text - 1;
-constexpr size_t kWeekLength = sizeof WeekText::text - 1;
 constexpr size_t kCompactLength = sizeof CompactTime::text - 1;
 constexpr size_t kTimeSpanLength = 2 * kCompactLength + 1;
 
@@ -47,6 +46,22 @@ DeviceMac upper_case(const char *mac) {
     return upper;
 }
 
+// The address of a listed device; empty when it has none. 0, or kFailed with the message.
+int take_mac(const cJSON *device, DeviceMac &mac) {
+    mac = {};
+    const cJSON *address = find_item(device, "mac");
+    if (!is_there(address)) {
+        return 0;
+    }
+    // The characters are not looked at: the table is matched by text, and what is no address matches no device.
+    const char *text = address_text(address);
+    if (text == nullptr) {
+        return fail(kMacFormat);
+    }
+    mac = upper_case(text);
+    return 0;
+}
+
 // Whether an entry is the device's. Other programs may have stored it in lower case.
 bool is_of(const SchNetAccEntry &entry, const DeviceMac &mac) {
     return strcmp(upper_case(entry.SchNetAccMac).text, mac.text) == 0;
@@ -71,13 +86,13 @@ int apply_settings(const cJSON *device, int time_control, SchNetAccEntry &entry)
         return fail(kNoTimeOrWeek);
     }
     if (start != nullptr && end != nullptr) {
-        if (strlen(start) != kClockTimeLength || strlen(end) != kClockTimeLength) {
+        if (!has_length(start, kClockTimeLength) || !has_length(end, kClockTimeLength)) {
             return fail(kTimeLength);
         }
         join(entry.time_span, {compact_time(start).text, ",", compact_time(end).text});  // which fills it
     }
     if (week != nullptr) {
-        if (strlen(week) != kWeekLength) {
+        if (!has_length(week, kWeekLength)) {
             return fail(kWeekFormat);
         }
         entry.week = parse_week_mask(week);
@@ -99,7 +114,7 @@ int store_device(const cJSON *device, const DeviceMac &mac, SchNetAccEntry entry
     memcpy(entry.SchNetAccMac, mac.text, sizeof entry.SchNetAccMac);
     const cJSON *time_control = find_item(device, "TimeControl");
     if (time_control != nullptr && apply_settings(device, integer_value(time_control), entry) != 0) {
-        return -1;
+        return kFailed;
     }
     table_add(MIB_SCHNETACC_TBL_NUM, entry);
     return 0;
@@ -133,15 +148,14 @@ int delete_devices(const cJSON *list) {
         if (!is_there(device)) {
             return fail(kListFormat);  // the MAC filter's text on purpose, here and below
         }
-        const cJSON *address = find_item(device, "mac");
-        if (!is_there(address)) {
+        DeviceMac mac;
+        if (take_mac(device, mac) != 0) {
+            return kFailed;
+        }
+        if (mac.text[0] == '\0') {
             continue;
         }
-        const char *text = address_text(address);
-        if (text == nullptr) {
-            return fail(kMacFormat);
-        }
-        const int deleted = delete_device(upper_case(text), count);
+        const int deleted = delete_device(mac, count);
         if (deleted == kNotDeleted) {
             return kNotDeleted;
         }
@@ -194,16 +208,13 @@ int app_set_netAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
             return fail(kCountFailed);
         }
         for (const cJSON *device = array_first(added); device != nullptr; device = device->next) {
-            const cJSON *address = find_item(device, "mac");
-            if (!is_there(address)) {
+            DeviceMac mac;
+            if (take_mac(device, mac) != 0) {
+                return kFailed;
+            }
+            if (mac.text[0] == '\0') {
                 continue;
             }
-            // The characters are not looked at: the table is matched by text, and what is no address matches no device.
-            const char *text = address_text(address);
-            if (text == nullptr) {
-                return fail(kMacFormat);
-            }
-            const DeviceMac mac = upper_case(text);
             bool known = false;
             SchNetAccEntry entry;
             // The count is not read again here. As an entry goes and comes back at the table's end, the one behind it
@@ -217,12 +228,12 @@ int app_set_netAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
                 DebugLog("mac exist,need modify");
                 // Without a time control it does not come back: so an app takes a device off the table.
                 if (find_item(device, "TimeControl") != nullptr && store_device(device, mac, entry) != 0) {
-                    return -1;
+                    return kFailed;
                 }
             }
             if (!known) {
                 if (store_device(device, mac, {}) != 0) {
-                    return -1;
+                    return kFailed;
                 }
                 read_count_again(count);  // the devices behind this one are compared with it as well
             }
@@ -232,11 +243,10 @@ int app_set_netAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
     const cJSON *removed = find_item(access, "dellist");
     const int result = removed != nullptr ? delete_devices(removed) : 0;
     if (result == kNotDeleted) {
-        // On purpose only in the log: apps know this failure as one without a message.
         DebugLog("ERROR:delete_table_entry_error");
     }
     if (result != 0) {
-        return -1;
+        return kFailed;
     }
     save_config_flag = 1;
     return reload_firewall();

@@ -7,6 +7,7 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/message.h"
 #include "gateway/handler/request_state.h"
@@ -41,10 +42,6 @@ constexpr uint8_t kUnset = 255;
 // The connection type as a word that is zero before, for the store keeps it in a byte or in a word. Whether it is 0 can
 // be told all the same, whichever end the byte is at.
 constexpr Int32Item kWanTypeWord{MIB_WAN_DHCP.id};
-
-bool is_part_length(size_t length) {
-    return length >= kShortestPart && length <= kLongestPart;
-}
 
 // The number by which addresses are compared: the last octet counts most. In one /24 network this is the common order,
 // across networks it is not. The octets are taken one by one, so that every machine orders them alike.
@@ -118,7 +115,7 @@ int delete_action(const cJSON *rule) {
     if (index == nullptr) {
         return fail(kNoIndex);
     }
-    if (integer_value(index) < 1 || integer_value(index) > kMostRules) {
+    if (!in_range(integer_value(index), 1, kMostRules)) {
         return fail(kIndexInvalid);
     }
     const QosResult result = delete_rule(integer_value(index));
@@ -158,7 +155,8 @@ int change_rule(const cJSON *rule, const char *act) {
 
 bool parse_range(const char *text, AddressRange &range) {
     const char *dash = strchr(text, '-');
-    if (dash == nullptr || !is_part_length(static_cast<size_t>(dash - text)) || !is_part_length(strlen(dash))) {
+    if (dash == nullptr || !in_range(static_cast<size_t>(dash - text), kShortestPart, kLongestPart) ||
+        !has_length(dash, kShortestPart, kLongestPart)) {
         return false;
     }
     char start[kLongestPart + 1] = {};
@@ -298,7 +296,5 @@ int app_set_qos_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     }
     // Here and not after the request: the daemon is to find the change committed.
     store_commit();
-    SysMsgRecord record = {};
-    record.msg_type = MSG_APP_SETQOS;
-    return msg_send(record) == 0 ? 0 : fail(kNotSent);
+    return ask_daemon(MSG_APP_SETQOS, kNotSent);
 }

@@ -2,6 +2,7 @@
 #ifndef OBJECTS_SCHEDULE_TEXT_H
 #define OBJECTS_SCHEDULE_TEXT_H
 
+#include <cstddef>
 #include <cstdint>
 
 // Seven characters "0" or "1", one a weekday. The first is bit 6 of the store's mask, the last bit 0.
@@ -18,6 +19,9 @@ struct CompactTime {
 struct ClockTime {
     char text[9];
 };
+
+constexpr size_t kWeekLength = sizeof WeekText::text - 1;
+constexpr size_t kClockTimeLength = sizeof ClockTime::text - 1;
 
 constexpr char kMidnight[] = "00:00:00";  // what the app gets for a time that was never set
 

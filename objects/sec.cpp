@@ -7,6 +7,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/mac_text.h"
+#include "base/range.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "objects/mac_list.h"
@@ -18,8 +19,6 @@
 namespace {
 
 constexpr char kModule[] = "app";
-
-constexpr size_t kWeekLength = sizeof WeekText::text - 1;
 
 constexpr char kFirewallInvalid[] = "ERROR: firewall value is invalied";
 constexpr char kAddCountFailed[] = "get_entry_number FAIL";
@@ -126,7 +125,7 @@ int take_schedule(const cJSON *device, MacFilterEntry &entry) {
         return fail(kTimeLength);
     }
     const char *week = array_text(device, kDeviceWeek);
-    if (week != nullptr && strlen(week) != kWeekLength) {
+    if (week != nullptr && !has_length(week, kWeekLength)) {
         return fail(kWeekFormat);
     }
     entry.week = parse_week_mask(week);
@@ -136,7 +135,7 @@ int take_schedule(const cJSON *device, MacFilterEntry &entry) {
 // Deletes and adds what the request lists. 0, or -1 with the message.
 int change_mac_filter(const cJSON *sec) {
     if (delete_devices(MIB_MACFILTER_TBL_NUM, find_item(sec, "delMaclist")) != 0) {
-        return -1;
+        return kFailed;
     }
     const cJSON *added = find_item(sec, "addMaclist");
     if (added == nullptr) {
@@ -152,7 +151,7 @@ int change_mac_filter(const cJSON *sec) {
         return fail(kTooMany, kMostDevices);
     }
     if (check_repetition(added) != 0) {
-        return -1;
+        return kFailed;
     }
     return add_devices(MIB_MACFILTER_TBL_NUM, added, count, take_schedule);
 }
@@ -192,7 +191,7 @@ int app_set_sec_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     if (firewall != nullptr) {
         DebugLog("firewall:%d", integer_value(firewall));
         if (set_firewall(sec, integer_value(firewall)) != 0) {
-            return -1;
+            return kFailed;
         }
     }
     const cJSON *filters = find_item(sec, "macFiltering");
@@ -203,7 +202,7 @@ int app_set_sec_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         if (strcmp(err_msg, kMacFormat) == 0 || strcmp(err_msg, kListFormat) == 0) {
             DebugLog("%s\n", err_msg);
         }
-        return -1;
+        return kFailed;
     }
     // Last, so that a refused list leaves the filter's switch alone, whatever of it was stored by then.
     store_set(MIB_MACFILTER_ENABLED, integer_value(filters) != 0 ? 1 : 0);

@@ -8,6 +8,7 @@
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/message.h"
 #include "gateway/handler/request_state.h"
@@ -22,8 +23,6 @@ namespace {
 constexpr char kModule[] = "app";
 
 constexpr size_t kLongestAccountText = 30;
-constexpr size_t kClockTimeLength = 8;
-constexpr size_t kWeekLength = 7;
 constexpr size_t kUrlLimit = sizeof SysMsgRecord::firmware_url;
 constexpr size_t kMd5Length = 32;
 
@@ -102,7 +101,7 @@ int set_scheduled_reboot(const cJSON *schedule) {
     if (enable == nullptr) {
         return fail(kNoScheduleEnable);
     }
-    if (integer_value(enable) != 0 && integer_value(enable) != 1) {
+    if (!in_range(integer_value(enable), 0, 1)) {
         return fail(kScheduleEnableInvalid);
     }
     const char *time = find_text(schedule, "time");
@@ -110,7 +109,7 @@ int set_scheduled_reboot(const cJSON *schedule) {
     CompactTime compact = {};
     uint8_t mask = 0;
     if (time != nullptr && week != nullptr) {
-        if (strlen(time) != kClockTimeLength || strlen(week) != kWeekLength) {
+        if (!has_length(time, kClockTimeLength) || !has_length(week, kWeekLength)) {
             return fail(kScheduleFormat);
         }
         compact = compact_time(time);
@@ -131,7 +130,7 @@ int set_scheduled_reboot(const cJSON *schedule) {
     record.schedule_minute = static_cast<uint8_t>(time_of_day % 10000 / 100);
     record.schedule_second = static_cast<uint8_t>(time_of_day % 100);
     record.schedule_week = mask;
-    return msg_send(record) == 0 ? 0 : fail(kScheduleNotSent);
+    return ask_daemon(record, kScheduleNotSent);
 }
 
 int set_time_zone(const char *index) {
@@ -166,20 +165,20 @@ int start_upgrade(const cJSON *sys) {
     if (url == nullptr || find_text(sys, "newVersion") == nullptr || md5 == nullptr) {
         return fail(kNoFirmware);
     }
-    if (strlen(url) >= kUrlLimit) {
+    if (!has_length(url, 0, kUrlLimit - 1)) {
         return fail(kUrlLength, static_cast<int>(kUrlLimit));
     }
     if (!has_supported_scheme(url)) {
         return fail(kUrlScheme);
     }
-    if (strlen(md5) != kMd5Length) {
+    if (!has_length(md5, kMd5Length)) {
         return fail(kMd5Format);
     }
     SysMsgRecord record = {};
     record.msg_type = MSG_APP_FWUPG;
     join(record.firmware_url, {url});
     join(record.firmware_md5, {md5});
-    return msg_send(record) == 0 ? 0 : fail(kUpgradeNotSent);
+    return ask_daemon(record, kUpgradeNotSent);
 }
 
 }  // namespace
@@ -232,7 +231,7 @@ int app_set_sys_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     const char *password = find_text(sys, "pwd");
     if (user != nullptr && password != nullptr) {
         DebugLog("usr=%s ,pwd=%s\n\n", user, password);
-        if (strlen(user) > kLongestAccountText || strlen(password) > kLongestAccountText) {
+        if (!has_length(user, 0, kLongestAccountText) || !has_length(password, 0, kLongestAccountText)) {
             return fail(kAccountLength);
         }
         store_set(MIB_USER_NAME, user);
@@ -252,17 +251,15 @@ int app_set_sys_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     }
     const cJSON *schedule = find_item(sys, "schReboot");
     if (schedule != nullptr && set_scheduled_reboot(schedule) != 0) {
-        return -1;
+        return kFailed;
     }
     const char *time_zone = find_text(sys, "timezone");
     if (time_zone != nullptr && set_time_zone(time_zone) != 0) {
-        return -1;
+        return kFailed;
     }
     for (const DaemonCommand &command : kDaemonCommands) {
         if (is_asked_for(sys, command.key)) {
-            SysMsgRecord record = {};
-            record.msg_type = command.type;
-            return msg_send(record) == 0 ? 0 : fail("%s", command.not_sent);
+            return ask_daemon(command.type, command.not_sent);
         }
     }
     return is_asked_for(sys, "upgrade") ? start_upgrade(sys) : 0;

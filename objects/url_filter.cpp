@@ -6,6 +6,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/text.h"
+#include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -89,7 +90,7 @@ int app_set_urlfilter_handler(const char *name, cJSON *request, cJSON * /*reply*
     const cJSON *enable = find_item(filter, "enable");
     const cJSON *mode = find_item(filter, "mode");
     if (enable == nullptr || mode == nullptr) {
-        return -1;
+        return kFailed;
     }
     DebugLog("enable = %d\n\n", integer_value(enable));
     DebugLog("mode = %d\n\n", integer_value(mode));
@@ -97,14 +98,14 @@ int app_set_urlfilter_handler(const char *name, cJSON *request, cJSON * /*reply*
     const bool off = integer_value(enable) == 0;
     if ((on || off) && !store_set(MIB_URLFILTER_ENABLED, on ? 1 : 0)) {
         DebugLog("Set enabled flag error!\n\n");
-        return -1;
+        return kFailed;
     }
     if (!on) {
         return reload_firewall();  // all other keys are of no account, and so is a switch that is neither
     }
     if (!store_set(MIB_URLFILTER_MODE, integer_value(mode))) {
         DebugLog("Set mode flag error!\n\n");
-        return -1;
+        return kFailed;
     }
     UrlFilterEntry entry = {};
     entry.list = static_cast<uint8_t>(integer_value(mode));
@@ -123,7 +124,7 @@ int app_set_urlfilter_handler(const char *name, cJSON *request, cJSON * /*reply*
         memset(entry.keyword, 0, sizeof entry.keyword);
         if (!fit_text(keyword, entry.keyword, sizeof entry.keyword)) {
             DebugLog("url should <= %d \n\n", kLongestKeyword);
-            return -1;
+            return kFailed;
         }
         if (action.must_be_new && is_listed(entry)) {
             DebugLog("rules already exist!\n\n");
@@ -131,7 +132,7 @@ int app_set_urlfilter_handler(const char *name, cJSON *request, cJSON * /*reply*
         }
         if (!action.apply(entry)) {
             DebugLog("%s\n\n", action.refused);
-            return -1;
+            return kFailed;
         }
     }
     const cJSON *all = find_item(filter, "delallurl");
@@ -140,7 +141,7 @@ int app_set_urlfilter_handler(const char *name, cJSON *request, cJSON * /*reply*
         memset(entry.keyword, 0, sizeof entry.keyword);
         if (!table_remove_all(MIB_URLFILTER_TBL_NUM, entry)) {
             DebugLog("delallurl error!\n\n");
-            return -1;
+            return kFailed;
         }
     }
     return reload_firewall();

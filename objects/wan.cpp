@@ -1,10 +1,10 @@
 #include "objects/wan.h"
 
 #include <cstdint>
-#include <cstring>
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/interface_address.h"
@@ -31,7 +31,7 @@ constexpr ConnectionType kConnectionTypes[] = {
 constexpr int kPppTextSize = 129;  // of the account's name and password, terminator included
 
 constexpr char kMtuNotSupported[] = "ERROR: current mode not support set MTU";
-constexpr char kMtuRange[] = "ERROR: the MTU size should in range %u-%u";
+constexpr char kMtuRange[] = "ERROR: the MTU size should in range %d-%d";
 constexpr char kNoPppAccount[] = "ERROR: Not find ppp user or pwd info\n";
 constexpr char kPppAccountLength[] = "ERROR: the pppUsr or pppPwd lenght should <%d";
 
@@ -56,7 +56,7 @@ void store_if_given(const cJSON *info, const char *key, TextItem<64> item) {
 int set_static_addresses(const cJSON *info, const char *ip) {
     const char *mask = find_text(info, "mask");
     if (mask == nullptr) {
-        return -1;  // before the first write: an address without its mask would take the connection down
+        return kFailed;  // before the first write: an address without its mask would take the connection down
     }
     store_set(MIB_SET_WAN_IP, ip);
     store_set(MIB_SET_WAN_MASK, mask);
@@ -70,7 +70,7 @@ int set_ppp_account(const cJSON *info) {
     if (user == nullptr || password == nullptr) {
         return fail(kNoPppAccount);
     }
-    if (strlen(user) >= kPppTextSize || strlen(password) >= kPppTextSize) {
+    if (!has_length(user, 0, kPppTextSize - 1) || !has_length(password, 0, kPppTextSize - 1)) {
         return fail(kPppAccountLength, kPppTextSize);
     }
     store_set(MIB_SET_PPP_USER_NAME, user);
@@ -94,8 +94,7 @@ const ConnectionType *find_connection_type(int type) {
 }
 
 bool is_mtu_valid(const ConnectionType &connection, int mtu) {
-    const auto size = static_cast<unsigned>(mtu);  // a negative one is large
-    return size >= connection.mtu_min && size <= connection.mtu_max;
+    return in_range(mtu, connection.mtu_min, connection.mtu_max);
 }
 
 const char *wan_interface(int type) {
@@ -148,9 +147,8 @@ int app_set_wanInfo_handler(const char *name, cJSON *request, cJSON * /*reply*/)
     const cJSON *type_item = find_item(info, "type");
     const cJSON *dns_mode_item = find_item(info, "dnsmode");
     if (type_item == nullptr) {
-        // On purpose only in the log: apps know this refusal as one without a message.
         DebugLog("ERROR: Not find wan type info");
-        return -1;
+        return kFailed;
     }
     const char *type_text = find_text(info, "type");
     if (type_text != nullptr) {
@@ -162,11 +160,11 @@ int app_set_wanInfo_handler(const char *name, cJSON *request, cJSON * /*reply*/)
     if (type == kStatic && ip != nullptr) {
         DebugLog("wanInfo_ip=%s", ip);
         if (set_static_addresses(info, ip) != 0) {
-            return -1;
+            return kFailed;
         }
     }
     if (type == kPppoe && set_ppp_account(info) != 0) {
-        return -1;
+        return kFailed;
     }
     // A static connection has no provider that names servers, so it takes those of the request in either mode.
     if (dns_mode == 1 || type == kStatic) {

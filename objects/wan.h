@@ -19,8 +19,8 @@ struct ConnectionType {
     int type;          // its number in the store and in requests
     const char *name;  // what the firmware calls it when it is to be set up
     Int32Item mtu_item;
-    unsigned mtu_min;  // bytes, both ends included
-    unsigned mtu_max;
+    int mtu_min;  // bytes, both ends included
+    int mtu_max;
 };
 
 // nullptr: no type that can be set up. The firmware knows more types, and stores their numbers too.

@@ -9,6 +9,7 @@
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "clients/switch_ports.h"
 #include "gateway/handler/message.h"
@@ -32,23 +33,17 @@ constexpr char kWanPort[] = "Port1";
 constexpr float kKilobitsPerByte = 0.0078125F;  // 8 / 1024
 
 // A report to a server: how often and, in seconds, at which distance. Both ends of a range are included.
-constexpr unsigned kReportCountMin = 1;
-constexpr unsigned kReportCountMax = 1000;
+constexpr int kReportCountMin = 1;
+constexpr int kReportCountMax = 1000;
 constexpr int kReportCountDefault = 30;
-constexpr unsigned kReportIntervalMin = 2;
-constexpr unsigned kReportIntervalMax = 30;
+constexpr int kReportIntervalMin = 2;
+constexpr int kReportIntervalMax = 30;
 constexpr int kReportIntervalDefault = 2;
 
 constexpr char kSamplerNotStarted[] = "ERROR: send MSG_APP_START_SPEEDTEST fail";
 constexpr char kReportCountRange[] = "ERROR: reportCount out of range(1~1000)";
 constexpr char kReportIntervalRange[] = "ERROR: reportInterval out of range(2~30 s)";
 constexpr char kReportNotSent[] = "ERROR: send MSG_APP_REPORTOSERVER_WANSTA fail";
-
-bool start_sampler() {
-    SysMsgRecord record = {};
-    record.msg_type = MSG_APP_START_SPEEDTEST;
-    return msg_send(record) == 0;
-}
 
 // What the router last found out about the Internet; 0 while it has not.
 int internet_state() {
@@ -57,19 +52,17 @@ int internet_state() {
     return decimal_value(line);
 }
 
-// A number that may be left out. False: it is there and out of its range. Negative numbers are: they are large when
-// taken as unsigned.
-bool take_number(const cJSON *object, const char *key, unsigned min, unsigned max, int &value) {
+// A number that may be left out. False: it is there and out of its range.
+bool take_number(const cJSON *object, const char *key, int min, int max, int &value) {
     const cJSON *item = find_item(object, key);
     if (item == nullptr) {
         return true;
     }
     value = integer_value(item);
-    const auto number = static_cast<unsigned>(value);
-    return number >= min && number <= max;
+    return in_range(value, min, max);
 }
 
-bool send_report_request(int interval, int count, const char *guid) {
+int send_report_request(int interval, int count, const char *guid) {
     SysMsgRecord record = {};
     record.msg_type = MSG_APP_REPORTOSERVER_WANSTA;
     record.report.interval = interval;
@@ -77,7 +70,7 @@ bool send_report_request(int interval, int count, const char *guid) {
     if (guid != nullptr) {
         memcpy(record.report.guid, guid, strnlen(guid, sizeof record.report.guid));
     }
-    return msg_send(record) == 0;
+    return ask_daemon(record, kReportNotSent);
 }
 
 // Has the system daemon report the WAN's state to a server, if the request asks for it. Numbers that it must not have
@@ -95,7 +88,7 @@ int request_report(const cJSON *status, const char *guid) {
     if (wanted == nullptr || integer_value(wanted) != 1) {
         return 0;
     }
-    return send_report_request(interval, count, guid) ? 0 : fail(kReportNotSent);
+    return send_report_request(interval, count, guid);
 }
 
 // The seconds since the moment that the file tells; 0 when there is no such file, and for a moment that is yet to come.
@@ -150,8 +143,8 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
     cJSON *answer = cJSON_AddObjectToObject(reply, name);
     if (run_command(kSampleNow) != 0) {
         DebugLog("speedtest not runing,start speedtest");
-        if (!start_sampler()) {
-            return fail(kSamplerNotStarted);
+        if (ask_daemon(MSG_APP_START_SPEEDTEST, kSamplerNotStarted) != 0) {
+            return kFailed;
         }
     }
     const cJSON *object = find_item(request, name);
@@ -160,9 +153,8 @@ int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
         if (internet != nullptr && integer_value(internet) == 1) {
             add_number(answer, "internetSta", internet_state());
         }
-        const int failure = request_report(object, find_text(request, "guid"));
-        if (failure != 0) {
-            return failure;
+        if (request_report(object, find_text(request, "guid")) != 0) {
+            return kFailed;
         }
     }
     const int type = stored_connection_type();

@@ -1,9 +1,8 @@
 #include "objects/wifi.h"
 
-#include <cstring>
-
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wifi_security.h"
@@ -32,11 +31,11 @@ constexpr char kGuestKeyLength[] = "ERROR:password len is too short or too long"
 
 // Both may be asked of a text that was not given.
 bool is_ssid(const char *text) {
-    return text != nullptr && text[0] != '\0' && strlen(text) <= kLongestSsid;
+    return text != nullptr && has_length(text, 1, kLongestSsid);
 }
 
 bool is_key(const char *text) {
-    return text != nullptr && strlen(text) >= kShortestKey && strlen(text) <= kLongestKey;
+    return text != nullptr && has_length(text, kShortestKey, kLongestKey);
 }
 
 // A network's name and key, owned by the request. nullptr: what is stored stays.
@@ -208,13 +207,12 @@ int app_set_wifiguest_handler(const char *name, cJSON *request, cJSON * /*reply*
     }
     const cJSON *enable = find_item(guest, "enable");
     if (enable == nullptr) {
-        // On purpose only in the log: apps know this refusal as one without a message.
         DebugLog("ERROR: Not find enable info");
-        return -1;
+        return kFailed;
     }
     const uint8_t disabled = integer_value(enable) != 0 ? 0 : 1;
     if (check_guest_5g(guest) != 0 || check_guest_2g(guest) != 0) {
-        return -1;
+        return kFailed;
     }
     const Network network = given_network(guest);
     SetWlan_idx(kGuest2G);

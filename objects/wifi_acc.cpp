@@ -40,7 +40,7 @@ int app_get_wifiAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply)
     for (int index = 1; index <= count; ++index) {
         AclEntry entry;
         if (!table_read(MIB_WLAN_ACL_NUM, index, entry)) {
-            return -1;  // no message; the reply keeps the entries before this one
+            return kFailed;  // the reply keeps the entries before this one
         }
         entry.comment[sizeof entry.comment - 1] = '\0';
         char mac[kMacColonSize];
@@ -80,7 +80,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         for (const WlanInterface radio : kRadios) {
             SetWlan_idx(radio);
             if (add_devices(MIB_WLAN_ACL_NUM, added, count, no_rest) != 0) {
-                return -1;
+                return kFailed;
             }
         }
     }
@@ -89,7 +89,7 @@ int app_set_wifiAcc_handler(const char *name, cJSON *request, cJSON * /*reply*/)
         for (const WlanInterface radio : kRadios) {
             SetWlan_idx(radio);
             if (delete_devices(MIB_WLAN_ACL_NUM, removed) != 0) {
-                return -1;
+                return kFailed;
             }
         }
     }

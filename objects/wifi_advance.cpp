@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "base/json.h"
+#include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/channels.h"
@@ -72,7 +73,7 @@ struct Setting {
     const char *key;
     WlanInterface interface;
     ByteItem item;
-    unsigned most;  // negative numbers are refused, too: they are large when taken as unsigned
+    int most;  // negative numbers are refused, too
 };
 
 // In the order in which they are checked and stored. A channel has no upper bound and need not be in the list that the
@@ -109,7 +110,7 @@ int app_set_wifiAdvance_handler(const char *name, cJSON *request, cJSON * /*repl
             continue;
         }
         const int value = integer_value(item);
-        if (static_cast<unsigned>(value) > row.most) {
+        if (!in_range(value, 0, row.most)) {
             // Another object's message, which apps have learnt to expect here. What was stored before stays in the
             // working copy, but commits nothing.
             return fail(kNoCombineType);

@@ -6,6 +6,7 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
+#include "gateway/handler/request_state.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -27,7 +28,7 @@ int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     char status[5];  // four characters and the terminator
     if (!read_beginning(kStatusPath, status)) {
         perror("open /tmp/wscd_status FAIL");
-        return -1;  // no message
+        return kFailed;
     }
     add_number(wps, "status", decimal_value(status));
     return 0;
@@ -40,7 +41,7 @@ int app_set_wps_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     }
     const cJSON *button = find_item(wps, "wpsbutton");
     if (button == nullptr) {
-        return -1;  // no message
+        return kFailed;
     }
     const int32_t mesh_role = store_get(MIB_MESH_ROLE);
     if (integer_value(button) == kButtonStart) {

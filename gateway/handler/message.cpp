@@ -7,6 +7,8 @@
 
 #include "base/debug_log.h"
 #include "base/report.h"
+#include "base/text.h"
+#include "gateway/handler/request_state.h"
 
 namespace {
 
@@ -66,4 +68,21 @@ int msg_send(const SysMsgRecord &record) {
         return -1;
     }
     return 0;
+}
+
+int ask_daemon(const SysMsgRecord &record, const char *not_sent) {
+    return msg_send(record) == 0 ? 0 : fail("%s", not_sent);
+}
+
+int ask_daemon(SysMsgType type, const char *not_sent) {
+    SysMsgRecord record = {};
+    record.msg_type = type;
+    return ask_daemon(record, not_sent);
+}
+
+int call_sysconf(const char *argument) {
+    SysMsgRecord record = {};
+    record.msg_type = MSG_CALL_SYSCONF;
+    join(record.sysconfArgv, {argument});
+    return ask_daemon(record, "ERROR: send MSG_CALL_SYSCONF fail");
 }

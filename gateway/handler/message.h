@@ -9,4 +9,14 @@
 // `err_msg`: that is the caller's.
 int msg_send(const SysMsgRecord &record);
 
+// The same for handlers: 0, or kFailed with `not_sent` as the message.
+int ask_daemon(const SysMsgRecord &record, const char *not_sent);
+
+// Asks for something that needs no more words than its type.
+int ask_daemon(SysMsgType type, const char *not_sent);
+
+// Has the daemon configure a part of the system, which `argument` names, from the store. 0, or kFailed with the
+// message.
+int call_sysconf(const char *argument);
+
 #endif

@@ -15,5 +15,5 @@ int fail(const char *format, ...) {
     va_start(arguments, format);
     vsnprintf(err_msg, sizeof err_msg, format, arguments);
     va_end(arguments);
-    return -1;
+    return kFailed;
 }

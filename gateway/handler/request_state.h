@@ -14,7 +14,12 @@ extern int wifi_reinit_flag;  // have it restart the radios; overrides LAN and W
 extern int lan_reinit_flag;   // have it restart the LAN; overrides WAN
 extern int wan_reinit_flag;   // have it restart the WAN
 
-// Copies a message into `err_msg`, cut to its size, and returns -1, the common failure code of handlers.
+// What a handler, and each function that it is made of, returns when it fails, and 0 when it does not. Whoever finds
+// the fault calls fail(); all others hand the code on. Returned without a call of fail() it refuses without a message:
+// apps know some refusals so, and at most the log tells more.
+constexpr int kFailed = -1;
+
+// Copies a message into `err_msg`, cut to its size. Returns kFailed.
 int fail(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 #endif
