@@ -20,12 +20,15 @@ suites() {
     local around='double_apmib double_arpcheck double_interfaces' # what the cases put around a program that is emulated
     cat <<ROWS
 compile         | cpu  | code | build                | release: all                          |
+objects         | cpu  | page | python               |                                       | tests/structure/check_objects
+pages           | cpu  | page | python               |                                       | tests/structure/check_pages
 layers          | cpu  | code | python               |                                       | tests/structure/check_layers
 items           | cpu  | code | python               |                                       | tests/structure/check_items
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
 lint            | cpu  | -    | build lint python    | clang:                                | script/lint
+structure       | cpu  | -    | python               |                                       | tests/structure/selftest
 unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests                  | build/sanitize/unit_tests --gtest_brief=1
 cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
 cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4

@@ -20,7 +20,11 @@ VARYING_NUMBER = re.compile(r"[0-9a-f]{32}|[0-9]+(\.[0-9]+)?")
 
 
 class Example(types.SimpleNamespace):
-    """place ("page:line"), command, reply (text), varies (keys), later (bool)."""
+    """page (from the project's folder), line, command, reply (text), varies (keys), later (bool)."""
+
+    @property
+    def place(self):
+        return f"{self.page}:{self.line}"
 
     def matches(self, output):
         return self.steady(output) == self.steady(self.reply)
@@ -57,7 +61,6 @@ def is_example(line):
 def examples(page):
     """Returns the examples of a page."""
     found = []
-    name = page.relative_to(PROJECT)
     for first, info, before, inside in blocks(page.read_text().splitlines()):
         if not inside or not is_example(inside[0]):
             continue
@@ -66,7 +69,8 @@ def examples(page):
             if line.startswith(PROMPT):
                 found.append(
                     Example(
-                        place=f"{name}:{number}",
+                        page=page.relative_to(PROJECT),
+                        line=number,
                         command=line.removeprefix(PROMPT),
                         reply="",
                         varies=varies[1].split(", ") if varies else [],
