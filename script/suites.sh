@@ -24,6 +24,7 @@ objects         | cpu  | page | python               |                          
 pages           | cpu  | page | python               |                                       | tests/structure/check_pages
 layers          | cpu  | code | python               |                                       | tests/structure/check_layers
 items           | cpu  | code | python               |                                       | tests/structure/check_items
+vocabulary      | cpu  | code | python               |                                       | tests/structure/check_vocabulary
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain

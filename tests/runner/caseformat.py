@@ -8,24 +8,25 @@ import re
 import tomllib
 
 import seam
+from vocabulary import parse_fault
 
 REQUEST_KEYS = {"body", "content_length", "remote_addr", "env", "args", "stdin", "pieces"}
 EXPECT_KEYS = {"reply", "exit", "stderr", "console", "events", "reads", "driver", "queue", "files_after"}
 WORLD_KEYS = {
-    "store", "unset", "fail", "files", "shell", "fail_syscalls", "memory", "queue_exists", "queue_full", "arp", "stations",
+    "store", "unset", "fail", "files", "shell", "memory", "queue_exists", "queue_full", "arp", "stations",
 }
 STEP_KEYS = REQUEST_KEYS | EXPECT_KEYS | {"commands"}
 CASE_KEYS = STEP_KEYS | WORLD_KEYS | {"skip", "then"}
 HEAD_KEYS = {"name", "about", "rows", "columns"}
 MERGED_KEYS = {  # defaults stay, key by key
-    "store", "files", "commands", "env", "fail_syscalls", "skip", "files_after", "stations",
+    "store", "files", "commands", "env", "skip", "files_after", "stations",
 }
 
 TYPES = {
     "body": str, "content_length": (str, bool), "remote_addr": (str, bool), "env": dict, "args": list, "stdin": str,
     "pieces": int, "reply": str, "exit": int, "stderr": str, "console": list, "events": list, "reads": list,
     "queue": list, "files_after": dict, "commands": dict, "store": dict, "unset": list, "fail": list, "files": dict,
-    "shell": bool, "fail_syscalls": dict, "memory": int, "queue_exists": bool, "queue_full": bool, "arp": list, "skip": dict,
+    "shell": bool, "memory": int, "queue_exists": bool, "queue_full": bool, "arp": list, "skip": dict,
     "then": list, "stations": dict, "driver": list,
 }
 
@@ -196,7 +197,6 @@ def parse_json(text):
 class Items:
     """The endpoint's items of the configuration store, as platform/items.conf tells them."""
 
-    TABLE_CALLS = {0x8001: "", 0x10002: "add ", 0x20003: "delete ", 0x40004: "delete all "}
     INTERFACES = [f"{radio}.{virtual}" for radio in range(2) for virtual in range(6)]
 
     def __init__(self, path, byteorder="little"):
@@ -240,14 +240,6 @@ class Items:
             shown = json.dumps(to_text(text), ensure_ascii=False)
             return shown + (f" then {rest.hex()}" if rest.strip(b"\0") else "")
         return str(int.from_bytes(data, self.byteorder, signed=item.value_kind != "byte"))
-
-    def table_call(self, number):
-        """(call prefix, item) of an id that reads or changes a table; None for others."""
-        for offset, prefix in self.TABLE_CALLS.items():
-            item = self.by_id.get(number - offset)
-            if item is not None and item.is_table:
-                return prefix, item
-        return None
 
 
 # ---- case files
@@ -398,6 +390,9 @@ def finish(name, case, replies, events, items):
         # What a later request says and expects is its own; where it comes from stays.
         kept = {key: first[key] for key in ("remote_addr", "env", "commands") if key in first}
         steps.append(merge(kept, step))
+    for fault in map(parse_fault, world.get("fail", [])):
+        if fault.item:
+            items.find(fault.item)
     for step in steps:
         if "reply" not in step:
             raise CaseError("no expectation: what is the reply?")

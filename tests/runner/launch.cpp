@@ -1,12 +1,12 @@
 // Starts the program under test inside its root, with the limits and faults that a case asks for, and becomes it.
 //
-//   launch [-r ROOT] [-w FOLDER] [-p] [-m BYTES] [-f CALL=ERRNO]... PROGRAM [ARGUMENT]...
+//   launch [-r ROOT] [-w FOLDER] [-p] [-m BYTES] [-f FAULT]... PROGRAM [ARGUMENT]...
 //
 //   -r ROOT        change the root folder first
 //   -w FOLDER      change to this folder, inside the root
 //   -p             make /proc/PID point at the real one, for tools that look there
 //   -m BYTES       limit the address space
-//   -f CALL=ERRNO  let this system call fail with this error number
+//   -f FAULT       a system call's, as virtual_router/vocabulary/faults.conf has it: failed=ENOSPC msgget
 //
 // The environment is passed on as it is. Exit status 125: something of this failed.
 #include <linux/audit.h>
@@ -23,25 +23,28 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "virtual_router/vocabulary/fault.h"
+
 namespace {
 
-struct Call {
-    const char *name;
+struct SystemCall {
+    Call call;
     long number;
 };
 
-constexpr Call kCalls[] = {
-    {"msgget",  SYS_msgget },
-    {"msgsnd",  SYS_msgsnd },
-    {"pipe2",   SYS_pipe2  },
-    {"clone3",  SYS_clone3 },
-    {"socket",  SYS_socket },
-    {"sysinfo", SYS_sysinfo},
+constexpr SystemCall kSystemCalls[] = {
+    {Call::kMsgget,  SYS_msgget },
+    {Call::kMsgsnd,  SYS_msgsnd },
+    {Call::kPipe2,   SYS_pipe2  },
+    {Call::kClone3,  SYS_clone3 },
+    {Call::kSocket,  SYS_socket },
+    {Call::kSysinfo, SYS_sysinfo},
 };
 
 constexpr size_t kMaxFaults = 8;
 
-struct Fault {
+// What the filter does: it knows numbers only, and cannot count.
+struct Refusal {
     uint32_t call;
     uint32_t error;
 };
@@ -51,17 +54,32 @@ struct Fault {
     _exit(125);
 }
 
-uint32_t call_number(const char *name, size_t length) {
-    for (const Call &call : kCalls) {
-        if (strlen(call.name) == length && memcmp(call.name, name, length) == 0) {
-            return static_cast<uint32_t>(call.number);
+uint32_t error_number(const char *name) {
+    constexpr int kLastError = 133;
+    for (int error = 1; error <= kLastError; ++error) {
+        const char *known = strerrorname_np(error);
+        if (known != nullptr && strcmp(known, name) == 0) {
+            return static_cast<uint32_t>(error);
         }
     }
     give_up(name);
 }
 
+Refusal read_refusal(const char *line) {
+    Fault fault;
+    if (!parse_fault(line, &fault) || !fault.is_plain() || fault.item[0] != '\0') {
+        give_up(line);
+    }
+    for (const SystemCall &known : kSystemCalls) {
+        if (known.call == fault.call) {
+            return {static_cast<uint32_t>(known.number), error_number(fault.how)};
+        }
+    }
+    give_up(line);
+}
+
 // The filter compares numbers of the machine's own calls only: the program under test makes no others.
-void install_faults(const Fault *faults, size_t count) {
+void install_faults(const Refusal *faults, size_t count) {
     sock_filter program[2 * kMaxFaults + 2];
     uint16_t used = 0;
     program[used++] = BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr));
@@ -83,7 +101,7 @@ int main(int argc, char **argv) {
     const char *folder = "/";
     bool link_proc = false;
     rlim_t memory = RLIM_INFINITY;
-    Fault faults[kMaxFaults];
+    Refusal faults[kMaxFaults];
     size_t fault_count = 0;
     int option;
     while ((option = getopt(argc, argv, "+r:w:pm:f:")) != -1) {
@@ -100,15 +118,12 @@ int main(int argc, char **argv) {
             case 'm':
                 memory = strtoul(optarg, nullptr, 10);
                 break;
-            case 'f': {
-                const char *error = strchr(optarg, '=');
-                if (error == nullptr || fault_count == kMaxFaults) {
+            case 'f':
+                if (fault_count == kMaxFaults) {
                     give_up(optarg);
                 }
-                faults[fault_count++] = {call_number(optarg, static_cast<size_t>(error - optarg)),
-                                         static_cast<uint32_t>(atoi(error + 1))};
+                faults[fault_count++] = read_refusal(optarg);
                 break;
-            }
             default:
                 _exit(125);
         }

@@ -1,7 +1,6 @@
 """A worker's root, one case's world in it, and one run of the program with everything that it did."""
 
 import contextlib
-import errno
 import os
 import pathlib
 import shutil
@@ -11,12 +10,13 @@ import threading
 import time
 
 from answers import command_table, station_table
-from caseformat import expand, to_bytes
+from caseformat import expand, to_bytes, to_text
 from isolation import Isolation
 from message_queue import BUSY_FOR, Queue, show_record
 from observe import Console, Openings, exchange, make_room, messages
 from root import EMULATOR, PROGRAM, Root
 from store import Store
+from vocabulary import parse_event, parse_fault
 from watch import Watch
 
 
@@ -84,8 +84,8 @@ class Sandbox:
         memory = self.world.get("memory")
         line = self.isolation.launcher(self.root, self.tools)
         line += ["-w", str(pathlib.Path(PROGRAM).parent), *self.watch.limits(memory)]
-        for name, error in self.world.get("fail_syscalls", {}).items():
-            line += ["-f", f"{name}={getattr(errno, error)}"]
+        for fault in map(parse_fault, self.world.get("fail", [])):
+            line += ["-f", str(fault)] if fault.of_the_kernel else []
         line += self.watch.command()
         if self.target:
             line.append(EMULATOR)
@@ -125,7 +125,8 @@ class Sandbox:
             console.read()
             seen["console"], seen["console_opens"] = bytes(console.text), console.opens()
         seen["ended"] = time.time()
-        seen["log"] = self.root.path("/.runner/events").read_text().splitlines()
+        log = to_text(self.root.path("/.runner/events").read_bytes())
+        seen["log"] = [parse_event(line) for line in log.split("\n")[:-1]]
         self.store.apply(seen["log"])
         records, seen["queue_mode"] = self.queue.drain()
         seen["queue"] = [show_record(kind, payload) for kind, payload in records]

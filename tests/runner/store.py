@@ -1,6 +1,11 @@
 """The configuration store of a case: what the double reads, and what it wrote carried over to the next request."""
 
+import dataclasses
+
 from caseformat import CaseError, expand
+from vocabulary import parse_fault, words
+
+CHANGES = SET, ADD, DELETE, _ = words("set", "add", "delete", "delete-all")
 
 
 class Store:
@@ -24,7 +29,8 @@ class Store:
         for name in world.get("unset", []):
             for item, interface in self.places(name):
                 self.values[item.id, interface] = None
-        self.failures = [f"fail {self.failure(text)}" for text in world.get("fail", [])]
+        self.faults = [f"fail {self.by_number(fault)}" for fault in map(parse_fault, world.get("fail", []))
+                       if not fault.of_the_kernel]
 
     def places(self, name):
         """What a case names: an item with each of its interfaces, or with the one behind "@"."""
@@ -39,23 +45,15 @@ class Store:
             raise CaseError(f"{item.name}: a record of {len(data)} bytes")
         return data
 
-    # What a case can let fail: the double's word for the call, and for calls on an item what to add to its number.
-    FAILURES = {"init": ("init", None), "update": ("update", None), "save": ("save", None), "get": ("get", 0),
-                "set": ("set", 0), "entry": ("get", 0x8001), "add": ("set", 0x10002), "delete": ("set", 0x20003),
-                "delete all": ("set", 0x40004)}
-
-    def failure(self, text):
-        call_name, name = (text, "") if text in self.FAILURES else text.rpartition(" ")[::2]
-        if call_name not in self.FAILURES or (self.FAILURES[call_name][1] is None) == bool(name):
-            raise CaseError(f"what fails? {text}")
-        word, offset = self.FAILURES[call_name]
-        if not name:
-            return word
-        item, interface = self.items.find(name)
-        return f"{word} {item.id + offset}" + (f"@{interface}" if interface else "")
+    def by_number(self, fault):
+        """The fault with its item as the double knows it."""
+        if not fault.item:
+            return fault
+        item, interface = self.items.find(fault.item)
+        return dataclasses.replace(fault, item=f"{item.id}" + (f"@{interface}" if interface else ""))
 
     def text(self):
-        lines = list(self.failures)
+        lines = list(self.faults)
         for (number, interface), value in self.values.items():
             where = f"{number}@{interface}" if interface else f"{number}"
             width = self.items.by_id[number].value_width
@@ -69,21 +67,19 @@ class Store:
 
     def apply(self, log):
         """What the program wrote is what its next request reads."""
-        for line in log:
-            words = line.split()
-            if words[0] != "set" or words[2] != "ok":
+        for event in log:
+            if event.word not in CHANGES or event.marks:
                 continue
-            number, _, interface = words[1].partition("@")
-            data = bytes.fromhex(words[3]) if len(words) > 3 else b""
-            if int(number) in self.items.by_id:
-                self.values[int(number), interface or None] = data
-                continue
-            prefix, item = self.items.table_call(int(number))
-            records = self.tables[item.id, interface or None]
-            if prefix == "add ":
-                records.append(data)
-            elif prefix == "delete ":
-                keys = [record and record[:item.match] for record in records]
-                del records[keys.index(data[:item.match])]
+            number, _, interface = event.fields[0].partition("@")
+            where = int(number), interface or None
+            data = bytes.fromhex(event.fields[1])
+            if event.word == SET:
+                self.values[where] = data
+            elif event.word == ADD:
+                self.tables[where].append(data)
+            elif event.word == DELETE:
+                key = self.items.by_id[where[0]].match
+                keys = [record and record[:key] for record in self.tables[where]]
+                del self.tables[where][keys.index(data[:key])]
             else:
-                records.clear()
+                self.tables[where].clear()

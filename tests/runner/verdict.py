@@ -11,6 +11,7 @@ import time
 from caseformat import at_second, expand, resolve, to_bytes, to_text
 from isolation import libc
 from message_queue import expected_record
+from vocabulary import EVENT_MARKS, EVENTS, Event, show_mark, take_marks, words
 
 CLOCK_MACRO = re.compile(r"%(SESSION|SINCE|UPTIME)\(([^)]*)\)%")
 DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")
@@ -95,14 +96,17 @@ def compare(step, world, before, seen, items, second, uptime):
     elif seen["console_opens"] != len(lines):
         yield "console", f"opened {len(lines)} times", f"opened {seen['console_opens']} times"
 
-    events, reads, driver, inits = history(seen["log"], items)
+    told = [named(event, items) for event in seen["log"]]
+    events = [str(event) for event in told if is_deed(event)]
     wanted = resolve([fill(event) for event in step.get("events", [])], events)
     if events != wanted:
         yield "events", "\n".join(wanted), "\n".join(events)
-    if "reads" in step and reads != step["reads"]:
-        yield "reads", "\n".join(step["reads"]), "\n".join(reads)
-    if "driver" in step and driver != step["driver"]:
-        yield "driver", "\n".join(step["driver"]), "\n".join(driver)
+    for key, word, others in OF_ONE_KIND:
+        lines = [str(event) for event in told if event.word in (word, *others)]
+        wanted = [with_word(line, word, others) for line in step.get(key, [])]
+        if key in step and lines != wanted:
+            yield key, "\n".join(wanted), "\n".join(lines)
+    inits = sum(event.word == INIT for event in told)
     if inits != 1:
         yield "store", "opened once", f"opened {inits} times"
 
@@ -127,63 +131,39 @@ def show_file(content):
     return "(absent)" if content is None else to_text(content)
 
 
-def history(log, items):
-    """The ordered events as a case lists them, apart what was read of the store and of the Wi-Fi driver, and how often
-    the store was opened. A request that the driver would not take is an event too."""
-    events, reads, driver, inits = [], [], [], 0
-    for line in log:
-        words = line.split()
-        if words[0] == "init":
-            inits += 1
-        elif words[0] in ("run", "unexpected"):
-            command = to_text(bytes.fromhex(words[1] if len(words) > 1 else ""))
-            events.append(("run " if words[0] == "run" else "unexpected command ") + command)
-        elif words[0] in ("commit", "save"):
-            events.append(commit_event(words))
-        elif words[0] == "get":
-            reads.append(item_name(words[1], items))
-        elif words[0] == "driver":
-            driver.append(f"{words[1]} {words[2]}" + (" failed" if words[3] != "ok" else ""))
-            if words[4:]:
-                events.append(" ".join(["unfit request", words[1], words[2], *words[4:]]))
-        elif words[0] == "set":
-            events.append(set_event(words, items))
-        else:
-            events.append(line)
-    return events, reads, driver, inits
+INIT, GET, ENTRY, DRIVER = words("init", "get", "entry", "driver")
+UNDECLARED, UNFIT = words("undeclared", "unfit", known=EVENT_MARKS)
+# Keys that list events of one kind, whose word is left out there, and what else they list.
+OF_ONE_KIND = (("reads", GET, (ENTRY,)), ("driver", DRIVER, ()))
 
 
-def item_name(number, items):
-    base, at, interface = number.partition("@")
-    if int(base) in items.by_id:
-        return items.by_id[int(base)].name + at + interface
-    return items.table_call(int(base))[1].name + at + interface + " entry"
+def with_word(line, word, others):
+    """The whole line of one that leaves out `word`, which stands behind the marks."""
+    marks, rest = take_marks(line, EVENT_MARKS)
+    own = [] if rest.partition(" ")[0] in others else [word]
+    return " ".join([*map(show_mark, marks.items()), *own, rest])
 
 
-def set_event(words, items):
-    base, at, interface = words[1].partition("@")
-    base = int(base)
-    failed = "" if words[2] == "ok" else " failed"
-    data = bytes.fromhex(words[3]) if len(words) > 3 else b""
-    if base in items.by_id:
-        return f"set {item_name(words[1], items)} {items.show(items.by_id[base], data)}{failed}"
-    prefix, item = items.table_call(base)
-    return f"{prefix}{item.name}{at}{interface} {data.hex()}".rstrip() + failed
+def is_deed(event):
+    """Whether a case has to list it: reading changes nothing, if it is done as it should be."""
+    if event.word in (GET, ENTRY):
+        return UNDECLARED in event.marks
+    if event.word == DRIVER:
+        return UNFIT in event.marks
+    return event.word != INIT
 
 
-def commit_event(words):
-    """"commit" or "save"; everything that is not as it should be is said behind it."""
-    name, kind, result, replied, queued = words
-    event = name
-    if name == "commit" and kind != "4":
-        event += f" of type {kind}"
-    if result != "ok":
-        event += " failed"
-    if replied != "replied=1":
-        event += " before the reply"
-    if queued != "queued=0":
-        event += " after a record"
-    return event
+def named(event, items):
+    """The event with its item by name and its value as the item's kind is written."""
+    shape = EVENTS[event.word]
+    if not shape or shape[0] != "ITEM" or UNDECLARED in event.marks:
+        return event
+    number, at, interface = event.fields[0].partition("@")
+    item = items.by_id[int(number)]
+    fields = [item.name + at + interface, *event.fields[1:]]
+    if shape[1:] == ["VALUE"]:
+        fields[1] = items.show(item, bytes.fromhex(fields[1]))
+    return Event(event.word, fields, event.marks)
 
 
 def show(problem, whole):

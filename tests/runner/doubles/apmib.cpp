@@ -6,8 +6,7 @@
 //   table ID SIZE KEY RECORD...    the records of the table whose count item is ID, "-" for one that cannot be read;
 //                                  a delete compares their first KEY bytes
 //   table ID@W.V SIZE KEY RECORD...  the same for one wireless interface
-//   fail init|update|save          this call fails
-//   fail get|set ID[@W.V]          this call fails for this item
+//   fail FAULT                     as virtual_router/vocabulary/faults.conf has it, items by number
 // A write changes the memory of this process only: the runner carries it over to the next request of the case.
 //
 // Everything lives in static storage, so that no tool takes the double's memory for the program's.
@@ -24,6 +23,7 @@
 
 #include "platform/apmib.h"
 #include "tests/runner/doubles/events.h"
+#include "virtual_router/vocabulary/fault.h"
 
 // Not what a router's store begins with, but an interface that no object means: who forgets to select one is seen.
 int wlan_idx = 1;
@@ -56,8 +56,9 @@ struct Table {
     unsigned char *record[kMaxRecords];
 };
 
+// A fault, and the item that it names.
 struct Failure {
-    char call[8];
+    Fault fault;
     int id;         // 0: whatever it is called for
     int interface;  // as of an item; kNoInterface: on all of them
 };
@@ -145,17 +146,24 @@ void parse_table(const char *id, const char *size, const char *key) {
     }
 }
 
-void parse_failure(const char *call, const char *id) {
-    if (g_failure_count == kMaxFailures || call == nullptr) {
-        give_up("bad failure");
+void parse_failure(const char *line) {
+    if (g_failure_count == kMaxFailures) {
+        give_up("too many faults");
     }
     Failure &failure = g_failures[g_failure_count++];
-    snprintf(failure.call, sizeof(failure.call), "%s", call);
-    failure.id = id == nullptr ? 0 : atoi(id);
-    failure.interface = id == nullptr ? kNoInterface : parse_interface(id);
+    if (!parse_fault(line, &failure.fault)) {
+        give_up("bad fault");
+    }
+    failure.id = atoi(failure.fault.item);
+    failure.interface = parse_interface(failure.fault.item);
 }
 
 void parse_line(char *line) {
+    constexpr char kFail[] = "fail ";
+    if (strncmp(line, kFail, strlen(kFail)) == 0) {
+        parse_failure(line + strlen(kFail));
+        return;
+    }
     const char *kind = strtok(line, " ");
     if (kind == nullptr) {
         return;
@@ -169,8 +177,6 @@ void parse_line(char *line) {
     const char *second = strtok(nullptr, " ");
     if (strcmp(kind, "item") == 0) {
         parse_item(first, second, strtok(nullptr, " "));
-    } else if (strcmp(kind, "fail") == 0) {
-        parse_failure(first, second);
     } else {
         give_up("bad line");
     }
@@ -198,15 +204,20 @@ void load_store() {
     }
 }
 
-bool fails(const char *call, int id) {
+// The fault that lets this call fail, nullptr for none; one that is only a delay has passed then. `id` is that of the
+// item, 0 for a call on none.
+const Fault *find_fault(Call call, int id) {
+    const Fault *found = nullptr;
     for (size_t i = 0; i < g_failure_count; ++i) {
-        const Failure &failure = g_failures[i];
-        if (strcmp(failure.call, call) == 0 && (failure.id == 0 || failure.id == id) &&
-            (failure.interface == kNoInterface || is_selected(failure.interface))) {
-            return true;
+        Failure &failure = g_failures[i];
+        const bool meant = failure.fault.call == call && (failure.id == 0 || failure.id == id) &&
+                           (failure.interface == kNoInterface || is_selected(failure.interface));
+        if (meant && failure.fault.strikes()) {  // every one that means the call counts it
+            usleep(failure.fault.delay);
+            found = failure.fault.fails ? &failure.fault : found;
         }
     }
-    return false;
+    return found;
 }
 
 // The item as the selected interface sees it; nullptr if the case's store has no such item.
@@ -243,42 +254,76 @@ constexpr int kDeleteAll = 4 + 0x40000;
 
 char g_line[2 * kMaxWidth + 128];
 
-// Logs "CALL ID[@W.V] ok|failed [hexadecimal bytes]" and returns what the call returns. `interface` says only whether
-// what the call found belongs to one.
-int log_call(const char *call, int id, int interface, bool ok, const void *data, size_t size) {
-    int used = snprintf(g_line, 128, "%s %d", call, id);
-    if (interface != kNoInterface) {
-        used += snprintf(g_line + used, 32, "@%d.%d", wlan_idx, vwlan_idx);
+// What a call came to.
+struct Result {
+    bool ok;
+    int value;        // which it returns
+    const char *how;  // of its mark of failure; nullptr: as such a call fails
+};
+
+// The result of a call that is possible in this store, or is not; a fault may befall it. `id` is as of find_fault().
+Result result_of(Call call, int id, bool possible = true) {
+    const bool saves = call == Call::kSave;
+    const Fault *fault = find_fault(call, id);
+    if (possible && fault == nullptr) {
+        return {true, saves ? 0 : 1, nullptr};
     }
-    used += snprintf(g_line + used, 32, " %s", ok ? "ok" : "failed");
-    char *end = g_line + used;
-    if (size > 0) {
-        *end++ = ' ';
-        end = put_hex(end, data, size);
+    if (fault != nullptr && fault->how[0] != '\0') {
+        return {false, atoi(fault->how), fault->how};
     }
-    *end++ = '\n';
-    append_event(g_line, static_cast<size_t>(end - g_line));
-    return ok ? 1 : 0;
+    return {false, saves ? -1 : 0, nullptr};
 }
 
-int log_undeclared(const char *call, int id) {
-    const int size = snprintf(g_line, sizeof(g_line), "undeclared %s %d\n", call, id);
-    append_event(g_line, static_cast<size_t>(size));
+// Begins the event of a call on an item. `interface` says only whether what the call found belongs to one.
+void begin_call(EventLine &line, Event event, const Result &result, int id, int interface) {
+    if (!result.ok) {
+        line.mark(EventMark::kFailed, result.how);
+    }
+    line.begin(event);
+    line.item({id, interface != kNoInterface, wlan_idx, vwlan_idx});
+}
+
+int log_read(Event event, const Result &result, int id, int interface) {
+    EventLine line(g_line);
+    begin_call(line, event, result, id, interface);
+    append_event(line);
+    return result.value;
+}
+
+int log_write(Event event, const Result &result, int id, int interface, const void *data, size_t size) {
+    EventLine line(g_line);
+    begin_call(line, event, result, id, interface);
+    line.bytes(data, size);
+    append_event(line);
+    return result.value;
+}
+
+int log_undeclared(Event event, int id) {
+    EventLine line(g_line);
+    line.mark(EventMark::kUndeclared);
+    line.begin(event);
+    line.item({id, false, 0, 0});
+    if (event == Event::kSet) {
+        line.word("-");
+    }
+    append_event(line);
     return 0;
 }
 
-// Calls on the tables; -1 when `id` names none.
-int get_entry(int id, void *value) {
+// Calls on the tables. False: `id` names none; else `returned` is what the call returns.
+bool get_entry(int id, void *value, int *returned) {
     Table *table = find_table(id - kReadEntry);
     if (table == nullptr) {
-        return -1;
+        return false;
     }
     const size_t index = *static_cast<unsigned char *>(value);
-    const bool ok = index >= 1 && index <= table->records && table->record[index - 1] != nullptr && !fails("get", id);
-    if (ok) {
+    const bool there = index >= 1 && index <= table->records && table->record[index - 1] != nullptr;
+    const Result result = result_of(Call::kEntry, table->count_id, there);
+    if (result.ok) {
         memcpy(value, table->record[index - 1], table->size);
     }
-    return log_call("get", id, table->interface, ok, nullptr, 0);
+    *returned = log_read(Event::kEntry, result, table->count_id, table->interface);
+    return true;
 }
 
 // Whether this is the record that a delete means.
@@ -286,105 +331,124 @@ bool is_record(const Table &table, size_t i, const void *value) {
     return table.record[i] != nullptr && memcmp(table.record[i], value, table.key) == 0;
 }
 
-int change_table(int id, const void *value) {
+bool change_table(int id, const void *value, int *returned) {
     if (Table *table = find_table(id - kAddEntry)) {
-        const bool ok = table->records < kMaxRecords && !fails("set", id);
+        const Result result = result_of(Call::kAdd, table->count_id, table->records < kMaxRecords);
         unsigned char *copy = take(table->size);
         memcpy(copy, value, table->size);
-        if (ok) {
+        if (result.ok) {
             table->record[table->records++] = copy;
         }
-        return log_call("set", id, table->interface, ok, copy, table->size);
+        *returned = log_write(Event::kAdd, result, table->count_id, table->interface, copy, table->size);
+        return true;
     }
     if (Table *table = find_table(id - kDeleteEntry)) {
         size_t i = 0;
         while (i < table->records && !is_record(*table, i, value)) {
             ++i;
         }
-        const bool ok = i < table->records && !fails("set", id);
-        log_call("set", id, table->interface, ok, value, table->size);
-        if (ok) {
+        const Result result = result_of(Call::kDelete, table->count_id, i < table->records);
+        *returned = log_write(Event::kDelete, result, table->count_id, table->interface, value, table->size);
+        if (result.ok) {
             --table->records;
             memmove(&table->record[i], &table->record[i + 1], (table->records - i) * sizeof(table->record[0]));
         }
-        return ok ? 1 : 0;
+        return true;
     }
     if (Table *table = find_table(id - kDeleteAll)) {
-        const bool ok = !fails("set", id);
-        table->records = ok ? 0 : table->records;
-        return log_call("set", id, table->interface, ok, value, table->size);
+        const Result result = result_of(Call::kDeleteAll, table->count_id);
+        table->records = result.ok ? 0 : table->records;
+        *returned = log_write(Event::kDeleteAll, result, table->count_id, table->interface, value, table->size);
+        return true;
     }
-    return -1;
+    return false;
 }
 
 // Logs a commit with what an observer had already: whether the reply has left the process (the runner leaves it in the
 // socket until the program has ended) and how many records wait in the daemon's queue.
-void log_commit(const char *call, int type, bool ok) {
+int log_commit(Event event, const Result &result, int type) {
+    constexpr int kUsualType = 4;
     int unread = 0;
     const bool replied = ioctl(STDOUT_FILENO, SIOCOUTQ, &unread) == 0 && unread > 0;
     struct msqid_ds queue = {};
     const int id = msgget(ftok("/dev/null", 117), 0);
     const bool seen = id >= 0 && msgctl(id, IPC_STAT, &queue) == 0;
-    const int size = snprintf(g_line, sizeof(g_line), "%s %d %s replied=%d queued=%lu\n", call, type,
-                              ok ? "ok" : "failed", replied ? 1 : 0, seen ? queue.msg_qnum : 0);
-    append_event(g_line, static_cast<size_t>(size));
+    EventLine line(g_line);
+    if (!result.ok) {
+        line.mark(EventMark::kFailed, result.how);
+    }
+    if (!replied) {
+        line.mark(EventMark::kReplied, "no");
+    }
+    if (seen && queue.msg_qnum > 0) {
+        line.mark(EventMark::kQueued, queue.msg_qnum);
+    }
+    line.begin(event);
+    if (type != kUsualType) {
+        line.number(type);
+    }
+    append_event(line);
+    return result.value;
 }
 
 }  // namespace
 
 int apmib_init(void) {
     load_store();
-    g_ready = !fails("init", 0);
-    return log_call("init", 0, kNoInterface, g_ready, nullptr, 0);
+    const Result result = result_of(Call::kInit, 0);
+    g_ready = result.ok;
+    EventLine line(g_line);
+    if (!result.ok) {
+        line.mark(EventMark::kFailed, result.how);
+    }
+    line.begin(Event::kInit);
+    append_event(line);
+    return result.value;
 }
 
 int apmib_get(int id, void *value) {
     if (!g_ready) {
-        return log_undeclared("get", id);
+        return log_undeclared(Event::kGet, id);
     }
     Item *item = find_item(id);
     if (item == nullptr) {
-        const int result = get_entry(id, value);
-        return result >= 0 ? result : log_undeclared("get", id);
+        int returned = 0;
+        return get_entry(id, value, &returned) ? returned : log_undeclared(Event::kGet, id);
     }
     if (const Table *table = find_table(id)) {
         const int32_t count = static_cast<int32_t>(table->records);
         memcpy(item->value, &count, item->width < sizeof(count) ? item->width : sizeof(count));
     }
-    const bool ok = item->readable && !fails("get", id);
-    if (ok) {
+    const Result result = result_of(Call::kGet, id, item->readable);
+    if (result.ok) {
         memcpy(value, item->value, item->width);
     }
-    return log_call("get", id, item->interface, ok, nullptr, 0);
+    return log_read(Event::kGet, result, id, item->interface);
 }
 
 int apmib_set(int id, void *value) {
     if (!g_ready) {
-        return log_undeclared("set", id);
+        return log_undeclared(Event::kSet, id);
     }
     Item *item = find_item(id);
     if (item == nullptr) {
-        const int result = change_table(id, value);
-        return result >= 0 ? result : log_undeclared("set", id);
+        int returned = 0;
+        return change_table(id, value, &returned) ? returned : log_undeclared(Event::kSet, id);
     }
     static unsigned char copy[kMaxWidth];
     memcpy(copy, value, item->width);
-    const bool ok = !fails("set", id);
-    if (ok) {
+    const Result result = result_of(Call::kSet, id);
+    if (result.ok) {
         memcpy(item->value, copy, item->width);
         item->readable = true;
     }
-    return log_call("set", id, item->interface, ok, copy, item->width);
+    return log_write(Event::kSet, result, id, item->interface, copy, item->width);
 }
 
 int apmib_update(int type) {
-    const bool ok = g_ready && !fails("update", 0);
-    log_commit("commit", type, ok);
-    return ok ? 1 : 0;
+    return log_commit(Event::kCommit, result_of(Call::kCommit, 0, g_ready), type);
 }
 
 int save_cs_to_file(void) {
-    const bool ok = g_ready && !fails("save", 0);
-    log_commit("save", 0, ok);
-    return ok ? 0 : -1;
+    return log_commit(Event::kSave, result_of(Call::kSave, 0, g_ready), 4);
 }

@@ -16,8 +16,10 @@ bool g_duplicate[kArpEntryLimit];
 
 int get_proc_arp_list(const char *bridge, struct ArpEntry *entries) {
     char line[256];
-    const int size = snprintf(line, sizeof(line), "arp %s\n", bridge);
-    append_event(line, static_cast<size_t>(size));
+    EventLine event(line);
+    event.begin(Event::kArp);
+    event.word(bridge);
+    append_event(event);
     FILE *file = fopen("/.runner/arp", "re");
     if (file == nullptr) {
         return 0;

@@ -16,15 +16,14 @@ namespace {
 char g_table[8 << 20];
 char g_line[1 << 20];
 
-void log_command(const char *kind, const char *command) {
-    const size_t length = strlen(command);
-    if (2 * length + 32 > sizeof(g_line)) {
-        __builtin_trap();
+void log_command(const char *command, bool expected) {
+    EventLine event(g_line);
+    if (!expected) {
+        event.mark(EventMark::kUnexpected);
     }
-    char *end = g_line + snprintf(g_line, 32, "%s ", kind);
-    end = put_hex(end, command, length);
-    *end++ = '\n';
-    append_event(g_line, static_cast<size_t>(end - g_line));
+    event.begin(Event::kRun);
+    event.rest(command, strlen(command));
+    append_event(event);
 }
 
 size_t read_table() {
@@ -54,7 +53,7 @@ void answer(const char *text, size_t size) {
 int main(int argc, char **argv) {
     // The C library calls "sh -c COMMAND", newer ones "sh -c -- COMMAND".
     if (argc < 3 || strcmp(argv[1], "-c") != 0) {
-        log_command("unexpected", argc > 1 ? argv[1] : "");
+        log_command(argc > 1 ? argv[1] : "", false);
         return 127;
     }
     const char *command = argv[argc - 1];
@@ -75,7 +74,7 @@ int main(int argc, char **argv) {
         const char *output = text + command_length;
         const char *removed = output + output_length;
         if (command_length == length && memcmp(text, command, length) == 0) {
-            log_command("run", command);
+            log_command(command, true);
             if (removed_length > 0) {
                 char path[256];
                 snprintf(path, sizeof(path), "%.*s", static_cast<int>(removed_length), removed);
@@ -86,6 +85,6 @@ int main(int argc, char **argv) {
         }
         entry = removed + removed_length;
     }
-    log_command("unexpected", command);
+    log_command(command, false);
     return 127;
 }

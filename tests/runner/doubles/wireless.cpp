@@ -1,8 +1,7 @@
 // An interface NAME is a folder /.runner/wireless/NAME; its file "stations" is the driver's answer, as many bytes as
 // there are. Without the file the driver refuses to tell stations, without the folder there is no such interface.
 //
-// Every request is logged as "driver KIND NAME RESULT", and behind it what of the request is not as the driver wants
-// it.
+// Every request is logged, with what of it is not as the driver wants it.
 #include "tests/runner/doubles/wireless.h"
 
 #include <sys/stat.h>
@@ -80,18 +79,15 @@ int give_stations(const char *folder, const WirelessRequest *wanted) {
     return 0;
 }
 
-// Writes what is wrong with a request for stations to `out`, which has room for all of it.
-void put_faults(bool ax, const WirelessRequest *wanted, char *out) {
+// What of a request for stations is not as the driver wants it; nullptr: nothing.
+const char *find_unfit(bool ax, const WirelessRequest *wanted) {
     static const unsigned char kZeros[kTableSize] = {};
-    *out = '\0';
-    if (wanted->table.length != kTableSize) {
-        out += sprintf(out, " length=%u", wanted->table.length);
-    } else if (memcmp(wanted->table.buffer, kZeros, kTableSize) != 0) {
-        out += sprintf(out, " filled");
-    }
+    const bool length = wanted->table.length != kTableSize;
+    const bool filled = !length && memcmp(wanted->table.buffer, kZeros, kTableSize) != 0;
     if (ax && wanted->table.flags != kAxFlags) {
-        sprintf(out, " flags=0x%X", wanted->table.flags);
+        return length ? "length,flags" : filled ? "filled,flags" : "flags";
     }
+    return length ? "length" : filled ? "filled" : nullptr;
 }
 
 }  // namespace
@@ -105,18 +101,28 @@ int answer_wireless_request(unsigned long request, void *argument) {
     const Kind *kind = find_kind(request);
     char folder[48];
     snprintf(folder, sizeof(folder), "/.runner/wireless/%.16s", wanted->name);
-    char faults[64] = "";
+    const char *unfit = nullptr;
     int error;
     if (request == kName) {
         error = give_protocol(folder, wanted);
     } else {
-        put_faults(request == kAxStations, wanted, faults);
+        unfit = find_unfit(request == kAxStations, wanted);
         error = give_stations(folder, wanted);
     }
+    char interface[sizeof(wanted->name) + 1] = "";
+    memcpy(interface, wanted->name, sizeof(wanted->name));
     char line[192];
-    const int size = snprintf(line, sizeof(line), "driver %s %.16s %s%s\n", kind->name, wanted->name,
-                              error == 0 ? "ok" : "failed", faults);
-    append_event(line, static_cast<size_t>(size));
+    EventLine event(line);
+    if (error != 0) {
+        event.mark(EventMark::kFailed);
+    }
+    if (unfit != nullptr) {
+        event.mark(EventMark::kUnfit, unfit);
+    }
+    event.begin(Event::kDriver);
+    event.word(kind->name);
+    event.word(interface);
+    append_event(event);
     errno = error;
     return error == 0 ? 0 : -1;
 }
