@@ -19,7 +19,6 @@ constexpr char kModule[] = "app";
 
 constexpr char kBridge[] = "br0";
 
-constexpr int kDhcpServer = 2;
 constexpr int kLongestLease = 7 * 24 * 60;  // minutes: a week
 
 constexpr char kLeaseTimeInvalid[] = "ERROR:invalid DHCP Lease Time";
@@ -108,7 +107,7 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
             return fail(kSubnetInvalid);
         }
     } else if (integer_value(dhcp) != kDhcpServer) {
-        store_set(MIB_DHCP_MODE, integer_value(dhcp) == 1 ? 1 : 0);
+        store_set(MIB_DHCP_MODE, integer_value(dhcp) == kDhcpClient ? kDhcpClient : kDhcpOff);
     } else {
         // Before the checks: a failed one leaves the mode switched in the working copy, but commits nothing.
         store_set(MIB_DHCP_MODE, kDhcpServer);

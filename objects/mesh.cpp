@@ -31,9 +31,6 @@ constexpr int32_t kBackhaulStation = 128;  // of an agent
 constexpr uint8_t kOn = 0;
 constexpr uint8_t kOff = 1;
 
-// MIB_DHCP_MODE.
-constexpr int32_t kDhcpClient = 1;
-constexpr int32_t kDhcpServer = 2;
 constexpr int32_t kAgentLeaseTime = 480;  // minutes
 
 // MIB_OP_MODE.
