@@ -93,14 +93,14 @@ bool add_entry(const char *what) {
     int id = 0;
     uint8_t entry[kWidestEntry] = {};
     read_entry(what, id, entry);
-    return apmib_set(table_id::add(id), entry) != 0;
+    return apmib_set(id + kTableAdd, entry) != 0;
 }
 
 bool remove_entry(const char *what) {
     int id = 0;
     uint8_t entry[kWidestEntry] = {};
     read_entry(what, id, entry);
-    return apmib_set(table_id::remove(id), entry) != 0;
+    return apmib_set(id + kTableDelete, entry) != 0;
 }
 
 bool replace_last_entry(const char *what) {
@@ -113,8 +113,8 @@ bool replace_last_entry(const char *what) {
         return false;
     }
     last[0] = static_cast<uint8_t>(count);
-    return apmib_get(table_id::entry(id), last) != 0 && apmib_set(table_id::remove(id), last) != 0 &&
-           apmib_set(table_id::add(id), entry) != 0;
+    return apmib_get(id + kTableRead, last) != 0 && apmib_set(id + kTableDelete, last) != 0 &&
+           apmib_set(id + kTableAdd, entry) != 0;
 }
 
 bool post_message(const char *what) {

@@ -153,7 +153,7 @@ int cmnt_getClientList(ClientList *list) {
     }
     list->count = 0;
     ArpEntry entries[kArpEntryLimit] = {};
-    const int count = std::min(get_proc_arp_list(kBridge, entries), kArpEntryLimit);
+    const int count = std::min<int>(get_proc_arp_list(kBridge, entries), kArpEntryLimit);
     if (count <= 0) {
         return 0;  // without clients nothing else needs to be known
     }

@@ -1,11 +1,14 @@
-"""What platform/ says in data files, for programs in Python: the items of the configuration store (items.conf)."""
+"""What platform/ says in data files, for programs in Python: the items of the configuration store (items.conf), the
+records and numbers that the endpoint shares with other programs (records.conf). Their heads describe them."""
 
 import dataclasses
 import pathlib
 import re
+import sys
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 ITEMS = FOLDER / "items.conf"
+RECORDS = FOLDER / "records.conf"
 
 WIDTHS = {"byte": 1, "sbyte": 1, "int32": 4, "ipv4": 4}
 TEXT = re.compile(r"text\[(\d+)\]")
@@ -86,3 +89,70 @@ def read_items(path=ITEMS):
         if twice := sorted({value for value in values if values.count(value) > 1}):
             raise ValueError(f"{path}: there twice: {twice[0]}")
     return items
+
+
+FIELD_LINE = re.compile(r"(\w+)\.([\w.]+)\s+(\d+)\s+(\w+?)(?:\[(\d+)\])?")
+NUMBER_LINE = re.compile(r"(\w+)\s+(?:0x([0-9A-Fa-f]+)|0([0-7]+)|(\d+))")
+FIELD_WIDTHS = {"byte": 1, "text": 1, "uint16": 2, "int32": 4, "uint32": 4, "ipv4": 4, "mac": 6}  # of one
+FIELD_NUMBERS = ("byte", "uint16", "int32", "uint32")
+
+
+@dataclasses.dataclass
+class Field:
+    offset: int
+    kind: str  # without brackets
+    width: int  # bytes
+    several: bool  # the kind has brackets
+
+    @property
+    def end(self):
+        return self.offset + self.width
+
+    def encode(self, value, byteorder):
+        """The field's bytes: of a number, or of bytes, which are filled up with zeros."""
+        if self.kind in FIELD_NUMBERS and not self.several:
+            return value.to_bytes(self.width, byteorder, signed=value < 0)
+        if len(value) > self.width:
+            raise ValueError(f"{len(value)} bytes for a field of {self.width}")
+        return value.ljust(self.width, b"\0")
+
+
+@dataclasses.dataclass
+class Record:
+    name: str
+    fields: dict  # name -> Field
+
+    @property
+    def size(self):
+        return max(field.end for field in self.fields.values())
+
+    def pack(self, values, byteorder=sys.byteorder, filler=b"\0"):
+        """A record with these values, by field name, and the filler wherever else."""
+        data = bytearray(filler * self.size)
+        for name, value in values.items():
+            field = self.fields[name]
+            data[field.offset:field.end] = field.encode(value, byteorder)
+        return bytes(data)
+
+
+def read_records(path=RECORDS):
+    """The records and the numbers of a file in the form of records.conf, both by name. Raises ValueError with the line
+    at fault."""
+    records, numbers = {}, {}
+    for line_number, line in data_lines(path):
+        where = f"{path}:{line_number}"
+        if found := NUMBER_LINE.fullmatch(line):
+            name, *texts = found.groups()
+            if name in numbers:
+                raise ValueError(f"{where}: {name} is there already")
+            numbers[name] = next(int(text, base) for text, base in zip(texts, (16, 8, 10)) if text)
+            continue
+        found = FIELD_LINE.fullmatch(line)
+        if not found or found[4] not in FIELD_WIDTHS:
+            raise ValueError(f"{where}: neither a field nor a number")
+        fields = records.setdefault(found[1], Record(found[1], {})).fields
+        starts = {0} if not fields else {list(fields.values())[-1].end, *(field.offset for field in fields.values())}
+        if found[2] in fields or int(found[3]) not in starts:
+            raise ValueError(f"{where}: {found[2]} is there already, or does not follow the field before")
+        fields[found[2]] = Field(int(found[3]), found[4], FIELD_WIDTHS[found[4]] * int(found[5] or 1), bool(found[5]))
+    return records, numbers

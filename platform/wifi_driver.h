@@ -1,17 +1,18 @@
 // What the Wi-Fi driver answers: which stations are associated with an interface. Requests are made with ioctl() on a
-// socket. Declarations only.
+// socket. Declarations only, for C11 and C++.
 #ifndef PLATFORM_WIFI_DRIVER_H
 #define PLATFORM_WIFI_DRIVER_H
 
+#include <assert.h>
 #include <net/if.h>
-
-#include <cstddef>
-#include <cstdint>
+#include <stdint.h>
 
 // Requests. The first fails for what is no wireless interface.
-constexpr uint16_t kWifiNameRequest = 0x8B01;      // SIOCGIWNAME
-constexpr uint16_t kStationTableRequest = 0x8B30;  // fills the buffer with the station table
-constexpr uint16_t kAxPrivateRequest = 0x89F2;     // of 802.11ax interfaces: the request meant stands in the flags
+enum {
+    kWifiNameRequest = 0x8B01,      // SIOCGIWNAME
+    kStationTableRequest = 0x8B30,  // fills the buffer with the station table
+    kAxPrivateRequest = 0x89F2      // of 802.11ax interfaces: the request meant stands in the flags
+};
 
 struct WifiData {
     void *pointer;
@@ -20,16 +21,21 @@ struct WifiData {
 };
 
 struct WifiRequest {
-    char interface[IFNAMSIZ];  // unterminated when it fills the field
+    char interface[IF_NAMESIZE];  // unterminated when it fills the field
     union {
-        WifiData data;
-        ifmap kernel_room;  // the kernel copies a whole `ifreq` for a private request
+        char protocol[IF_NAMESIZE];  // the answer to the first request
+        struct WifiData data;
+        struct {
+            unsigned long memory[2];
+            uint8_t rest[8];
+        } kernel_room;  // the kernel copies a whole `ifreq` for a private request
     };
 };
-static_assert(sizeof(WifiRequest) == sizeof(ifreq) && offsetof(WifiRequest, data) == IFNAMSIZ,
-              "shared with the kernel");
+#ifdef IFNAMSIZ  // not shown to a strict C11 compiler, and `ifreq` neither
+static_assert(sizeof(struct WifiRequest) == sizeof(struct ifreq), "shared with the kernel");
+#endif
 
-// A station as the driver describes it. All numbers are bytes.
+// A station as the driver describes it, packed. All numbers are bytes.
 struct StaInfoEntry {
     uint8_t association_id[2];  // 0: the slot is empty
     uint8_t mac[6];
@@ -44,27 +50,13 @@ struct StaInfoEntry {
     uint8_t rx_rate;        // code of the rate from the station to the router
     uint8_t reserved_55[8];
 };
-static_assert(sizeof(StaInfoEntry) == 63, "shared with the driver");
-static_assert(offsetof(StaInfoEntry, state) == 20, "shared with the driver");
-static_assert(offsetof(StaInfoEntry, tx_rate) == 22, "shared with the driver");
-static_assert(offsetof(StaInfoEntry, wireless_mode) == 52, "shared with the driver");
-static_assert(offsetof(StaInfoEntry, rx_rate) == 54, "shared with the driver");
+static_assert(sizeof(struct StaInfoEntry) == 63, "shared with the driver");
 
-constexpr uint8_t kStationAssociated = 0x04;
-
-constexpr uint8_t kMode11b = 0x01;
-constexpr uint8_t kMode11g = 0x02;
-constexpr uint8_t kMode11a = 0x04;
-constexpr uint8_t kMode11n = 0x08;
-constexpr uint8_t kMode11ac = 0x40;
-
-constexpr uint8_t kRate40MHz = 0x01;
-constexpr uint8_t kRateShortGuard = 0x02;
-constexpr uint8_t kRate80MHz = 0x04;
+enum { kStationAssociated = 0x04 };
+enum { kMode11b = 0x01, kMode11g = 0x02, kMode11a = 0x04, kMode11n = 0x08, kMode11ac = 0x40 };
+enum { kRate40MHz = 0x01, kRateShortGuard = 0x02, kRate80MHz = 0x04 };
 
 // The driver's table: the first record is unused.
-constexpr int kStationSlots = 65;
-constexpr size_t kStationTableSize = kStationSlots * sizeof(StaInfoEntry);
-static_assert(kStationTableSize == 4095, "shared with the driver");
+enum { kStationSlots = 65, kStationTableSize = kStationSlots * sizeof(struct StaInfoEntry) };
 
 #endif

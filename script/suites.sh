@@ -25,6 +25,7 @@ pages           | cpu  | page | python               |                          
 layers          | cpu  | code | python               |                                       | tests/structure/check_layers
 items           | cpu  | code | python               |                                       | tests/structure/check_items
 vocabulary      | cpu  | code | python               |                                       | tests/structure/check_vocabulary
+platform        | cpu  | code | build python         |                                       | tests/structure/check_platform
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain

@@ -3,8 +3,8 @@
 #ifndef STORE_ITEMS_H
 #define STORE_ITEMS_H
 
+#include "platform/tables.h"
 #include "store/item.h"
-#include "store/records.h"
 
 // Account and sessions.
 constexpr TextItem<32> MIB_USER_NAME{182};

@@ -5,10 +5,6 @@
 #include "base/report.h"
 #include "platform/apmib.h"
 
-namespace {
-constexpr int kCommitWorkingCopy = 4;
-}
-
 bool store_open() {
     if (apmib_init() != 0) {
         return true;

@@ -3,25 +3,9 @@
 #ifndef STORE_TABLE_H
 #define STORE_TABLE_H
 
+#include "platform/tables.h"
 #include "store/item.h"
 #include "store/store.h"
-
-namespace table_id {
-constexpr int entry(int count_id) {
-    return count_id + 1 + 0x8000;
-}
-constexpr int add(int count_id) {
-    return count_id + 2 + 0x10000;
-}
-constexpr int remove(int count_id) {
-    return count_id + 3 + 0x20000;
-}
-constexpr int remove_all(int count_id) {
-    return count_id + 4 + 0x40000;
-}
-}  // namespace table_id
-
-constexpr int kHighestIndex = 255;  // an entry is named by one byte
 
 // The number of entries into `count`. False: it can't be read, and `count` is 0.
 template <typename Record>
@@ -34,11 +18,11 @@ bool table_count(TableItem<Record> table, int32_t &count) {
 template <typename Record>
 bool table_read(TableItem<Record> table, int index, Record &record) {
     record = {};
-    if (index > kHighestIndex) {
+    if (index > kMostTableEntries) {
         return false;  // a damaged count says that there are more
     }
     *reinterpret_cast<uint8_t *>(&record) = static_cast<uint8_t>(index);
-    return store_read_raw(table_id::entry(table.count_id), &record);
+    return store_read_raw(table.count_id + kTableRead, &record);
 }
 
 // Reads the next entry behind entry `index` that can be read, and puts its number into `index`; entries that can't be
@@ -48,7 +32,7 @@ bool table_read(TableItem<Record> table, int index, Record &record) {
 // passes over the entry behind each, and one that also adds meets its own additions if it deleted as many.
 template <typename Record>
 bool table_next(TableItem<Record> table, int32_t count, int &index, Record &record) {
-    while (index < count && index < kHighestIndex) {
+    while (index < count && index < kMostTableEntries) {
         if (table_read(table, ++index, record)) {
             return true;
         }
@@ -70,19 +54,27 @@ bool table_find(TableItem<Record> table, int32_t count, Record &record, Matches 
 // Appends an entry. False: the store refused it.
 template <typename Record>
 bool table_add(TableItem<Record> table, const Record &record) {
-    return store_write_raw(table_id::add(table.count_id), &record);
+    return store_write_raw(table.count_id + kTableAdd, &record);
 }
 
 // Deletes the entry that equals `record`. False: there is none, or the store refused.
 template <typename Record>
 bool table_remove(TableItem<Record> table, const Record &record) {
-    return store_write_raw(table_id::remove(table.count_id), &record);
+    return store_write_raw(table.count_id + kTableDelete, &record);
 }
 
 // Deletes all entries; what `record` has to do with it is for the store to know. False: the store refused.
 template <typename Record>
 bool table_remove_all(TableItem<Record> table, const Record &record) {
-    return store_write_raw(table_id::remove_all(table.count_id), &record);
+    return store_write_raw(table.count_id + kTableDeleteAll, &record);
+}
+
+// A text of a record that was read, as a C string. The last byte of the field is the terminator's, whatever another
+// program left there.
+template <size_t Size>
+const char *field_text(char (&field)[Size]) {
+    field[Size - 1] = '\0';
+    return field;
 }
 
 #endif

@@ -10,6 +10,8 @@ namespace {
 
 constexpr char kModule[] = "app";
 
+static_assert(kRadioCount == kWlanCount && kInterfaceCount == kVwlanCount, "the store has no others");
+
 // "wlan" and the radio's number, then "-va" and a number, or "-vxd".
 constexpr size_t kRadioAt = 4;
 constexpr size_t kSuffixAt = 5;

@@ -1,8 +1,11 @@
 """What the doubles of the shell and of the Wi-Fi driver answer with, in the form in which they read it."""
 
+import seam
 from caseformat import CaseError, expand, to_bytes
 
-STATION_SIZE = 63
+STATION = seam.read_records()[0]["StaInfoEntry"]
+NUMBERS_OF_A_ROW = ("state", "tx_rate", "rssi", "wireless_mode", "rate_flags", "rx_rate")
+NOTHING = b"\xee"
 
 
 def command_table(commands):
@@ -25,16 +28,14 @@ def station_table(rows):
     A row is "AID MAC FLAGS TX SIGNAL MODE RATE RX", numbers as in C, or "-" for an empty slot. Bytes that tell nothing
     are 0xEE, so that whoever takes them for something is seen.
     """
-    table = b"\xee" * STATION_SIZE
+    table = NOTHING * STATION.size
     for row in (line for text in rows for line in expand(text).splitlines()):
-        record = bytearray(b"\0\0" + b"\xee" * (STATION_SIZE - 2))
+        values = {"association_id": b""}
         if row != "-":
             aid, mac, *numbers = row.split()
-            record[0:2] = int(aid, 0).to_bytes(2, "little")
-            record[2:8] = bytes.fromhex(mac.replace(":", ""))
-            for offset, number in zip((20, 22, 23, 52, 53, 54), numbers, strict=True):
-                record[offset] = int(number, 0)
-        if len(record) != STATION_SIZE:
-            raise CaseError(f"what MAC is that? {row}")
-        table += record
+            values = {"association_id": int(aid, 0).to_bytes(2, "little"), "mac": bytes.fromhex(mac.replace(":", ""))}
+            if len(values["mac"]) != STATION.fields["mac"].width:
+                raise CaseError(f"what MAC is that? {row}")
+            values |= zip(NUMBERS_OF_A_ROW, (int(number, 0) for number in numbers), strict=True)
+        table += STATION.pack(values, filler=NOTHING)
     return table

@@ -197,7 +197,9 @@ def parse_json(text):
 class Items:
     """The endpoint's items of the configuration store, as platform/items.conf tells them."""
 
-    INTERFACES = [f"{radio}.{virtual}" for radio in range(2) for virtual in range(6)]
+    NUMBERS = seam.read_records()[1]
+    INTERFACES = [f"{radio}.{virtual}"
+                  for radio, virtual in itertools.product(range(NUMBERS["kWlanCount"]), range(NUMBERS["kVwlanCount"]))]
 
     def __init__(self, path, byteorder="little"):
         self.byteorder = byteorder  # of the processor that the program is built for

@@ -4,16 +4,20 @@ import ctypes
 import os
 import re
 
+import seam
 from caseformat import expand, to_bytes
 from isolation import libc
 
 IPC_RMID, IPC_STAT, IPC_NOWAIT = 0, 2, 0o4000
-QUEUE_FIELDS = {  # of the record, counted from its 32-bit type: offset, width, text or number
-    "url": (4, 128, str), "md5": (132, 33, str), "enable": (229, 1, int), "hour": (230, 1, int),
-    "minute": (231, 1, int), "second": (232, 1, int), "week": (233, 1, int), "sysconf": (236, 128, str),
-    "interval": (236, 4, int), "count": (240, 4, int), "guid": (244, 40, str),
+RECORDS, NUMBERS = seam.read_records()
+RECORD = RECORDS["SysMsgRecord"]
+FIELDS = {  # of a record as a case lists it
+    "type": "msg_type", "url": "firmware_url", "md5": "firmware_md5", "enable": "schedule_enable", "hour": "schedule_hour",
+    "minute": "schedule_minute", "second": "schedule_second", "week": "schedule_week", "sysconf": "sysconfArgv",
+    "interval": "report.interval", "count": "report.count", "guid": "report.guid",
 }
-RECORD_SIZE = 364
+PAYLOAD_SIZE = NUMBERS["kSysMsgPayload"]  # the record without its type, which the queue carries apart
+TYPE_SIZE = RECORD.size - PAYLOAD_SIZE
 FILLER = 0x7fff  # the type of a record that only takes up room in the queue
 BUSY_FOR = 0.3   # seconds from a request's start in which the daemon reads nothing of a full queue
 
@@ -23,7 +27,7 @@ class Queue:
 
     def __init__(self, null):
         status = os.stat(null)
-        self.key = ctypes.c_int(117 << 24 | (status.st_dev & 0xFF) << 16 | status.st_ino & 0xFFFF)
+        self.key = ctypes.c_int(NUMBERS["kSystemQueueProject"] << 24 | (status.st_dev & 0xFF) << 16 | status.st_ino & 0xFFFF)
 
     def find(self):
         return libc.msgget(self.key, 0)
@@ -34,14 +38,14 @@ class Queue:
     def fill(self):
         """Makes the queue, and leaves no room in it."""
         queue = self.create()
-        record = FILLER.to_bytes(8, "little") + bytes(RECORD_SIZE - 4)
-        while libc.msgsnd(queue, record, RECORD_SIZE - 4, IPC_NOWAIT) == 0:
+        record = FILLER.to_bytes(8, "little") + bytes(PAYLOAD_SIZE)
+        while libc.msgsnd(queue, record, PAYLOAD_SIZE, IPC_NOWAIT) == 0:
             pass
 
     def relieve(self):
         """Takes out what fill() put in."""
-        record = ctypes.create_string_buffer(8 + RECORD_SIZE)
-        while libc.msgrcv(self.find(), record, RECORD_SIZE, FILLER, IPC_NOWAIT) >= 0:
+        record = ctypes.create_string_buffer(8 + PAYLOAD_SIZE)
+        while libc.msgrcv(self.find(), record, PAYLOAD_SIZE, FILLER, IPC_NOWAIT) >= 0:
             pass
 
     def drain(self):
@@ -63,19 +67,13 @@ class Queue:
 def show_record(kind, payload):
     """A record as a case lists it: the type, and each run of non-zero bytes with its offset in the record."""
     shown = f"{kind}"
-    if len(payload) != RECORD_SIZE - 4:
+    if len(payload) != PAYLOAD_SIZE:
         shown += f" ({len(payload)} bytes of payload)"
     for match in re.finditer(rb"[^\0]+", payload):
-        shown += f" {match.start() + 4}:{match[0]!r}"
+        shown += f" {match.start() + TYPE_SIZE}:{match[0]!r}"
     return shown
 
 
 def expected_record(fields, byteorder):
-    payload = bytearray(RECORD_SIZE - 4)
-    for name, value in fields.items():
-        if name == "type":
-            continue
-        offset, width, kind = QUEUE_FIELDS[name]
-        data = to_bytes(expand(value)) if kind is str else value.to_bytes(width, byteorder)
-        payload[offset - 4:offset - 4 + len(data)] = data
-    return show_record(fields["type"], bytes(payload))
+    values = {FIELDS[name]: to_bytes(expand(value)) if isinstance(value, str) else value for name, value in fields.items()}
+    return show_record(fields["type"], RECORD.pack(values, byteorder)[TYPE_SIZE:])

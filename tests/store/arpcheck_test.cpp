@@ -67,7 +67,7 @@ TEST(ArpList, IsCutAtItsLimit) {
         table +=
             line("10.0." + std::to_string(i / 200) + "." + std::to_string(i % 200), "0x2", "00:11:22:33:44:55", "br0");
         if (i + 1 == kArpEntryLimit - 1 || i + 1 == kArpEntryLimit || i + 1 == kArpEntryLimit + 1) {
-            expect_count(table, static_cast<size_t>(std::min(i + 1, kArpEntryLimit)));
+            expect_count(table, static_cast<size_t>(std::min<int>(i + 1, kArpEntryLimit)));
         }
     }
     expect_count(table, kArpEntryLimit);

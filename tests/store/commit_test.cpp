@@ -22,15 +22,16 @@
 #include <vector>
 
 #include "platform/apmib.h"
+#include "platform/tables.h"
 #include "tests/store/router.h"
 #include "tests/store/tracer.h"
 
 namespace {
 
-constexpr int kAdd = 2 + 0x10000;
-constexpr int kReadEntry = 1 + 0x8000;
-constexpr int kDelete = 3 + 0x20000;
-constexpr int kDeleteAll = 4 + 0x40000;
+constexpr int kAdd = kTableAdd;
+constexpr int kReadEntry = kTableRead;
+constexpr int kDelete = kTableDelete;
+constexpr int kDeleteAll = kTableDeleteAll;
 
 // ---- Many processes at once -----------------------------------------------------------------------------------------
 

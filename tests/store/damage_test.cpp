@@ -9,10 +9,12 @@
 #include <vector>
 
 #include "platform/apmib.h"
+#include "platform/tables.h"
 #include "tests/store/router.h"
 
 namespace {
 
+constexpr int kOperations[] = {0, kTableRead, kTableAdd, kTableDelete, kTableDeleteAll};
 constexpr char kDefault[] = "MIB_NAME=default\n";
 constexpr char kKept[] = "MIB_NAME=kept\n";
 
@@ -306,7 +308,7 @@ TEST_F(Damage, AnImpossibleDefinitionIsNoItem) {
             std::vector<char> value(1 << 16, 1);
             for (wlan_idx = 0; wlan_idx < 2; wlan_idx++) {
                 for (vwlan_idx = 0; vwlan_idx < 6; vwlan_idx++) {
-                    for (int operation : {0, 1 + 0x8000, 2 + 0x10000, 3 + 0x20000, 4 + 0x40000}) {
+                    for (const int operation : kOperations) {
                         REQUIRE(apmib_get(row.id + operation, value.data()) == 0);
                         REQUIRE(apmib_set(row.id + operation, value.data()) == 0);
                     }

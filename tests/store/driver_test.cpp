@@ -15,14 +15,10 @@
 #include <string>
 
 #include "platform/apmib.h"
+#include "platform/wifi_driver.h"
 #include "tests/store/router.h"
 
 namespace {
-
-constexpr unsigned long kGetName = 0x8B01;
-constexpr unsigned long kGetStations = 0x8B30;
-constexpr unsigned long kAxPrivate = 0x89F2;
-constexpr uint16_t kTableSize = 4095;
 
 // The 5 GHz radio is an 802.11ax one.
 constexpr char kDefinitions[] = R"(
@@ -109,19 +105,19 @@ int ask(unsigned long request, Request *asked) {
 
 int ask_name(const char *interface) {
     Request request = about(interface);
-    return ask(kGetName, &request);
+    return ask(kWifiNameRequest, &request);
 }
 
 // Asks for a table with room for `room` bytes, which get `content`; nothing behind them is touched.
-int ask_table(const char *interface, bool ax, uint16_t room = kTableSize, const std::string &content = "") {
-    char buffer[2 * kTableSize];
+int ask_table(const char *interface, bool ax, uint16_t room = kStationTableSize, const std::string &content = "") {
+    char buffer[2 * kStationTableSize];
     memset(buffer, 0x5a, sizeof(buffer));
     Request request = about(interface);
     request.pointer = buffer;
     request.length = room;
-    request.flags = ax ? kGetStations : 0;
+    request.flags = ax ? kStationTableRequest : 0;
     memset(request.rest, 0x5a, sizeof(request.rest));
-    const int error = ask(ax ? kAxPrivate : kGetStations, &request);
+    const int error = ask(ax ? kAxPrivateRequest : kStationTableRequest, &request);
     REQUIRE(error != 0 || request.length == content.size());
     REQUIRE(memcmp(buffer, content.data(), content.size()) == 0);
     for (size_t i = content.size(); i < sizeof(buffer); i++) {
@@ -134,7 +130,7 @@ int ask_table(const char *interface, bool ax, uint16_t room = kTableSize, const 
 }
 
 TEST_F(DriverTest, KnowsTheInterfacesThatHaveATable) {
-    put("/home/stations/wlan0", table(kTableSize));
+    put("/home/stations/wlan0", table(kStationTableSize));
     put("/home/stations/wlan0-va0", "");
     put("/home/stations/wlan0.refuses", "");
     put("/home/stations/sixteen-letters", "");
@@ -148,36 +144,36 @@ TEST_F(DriverTest, KnowsTheInterfacesThatHaveATable) {
             REQUIRE(ask_name(name) == ENODEV);
         }
         Request request = about("wlan0");
-        REQUIRE(ask(kGetName, &request) == 0);
+        REQUIRE(ask(kWifiNameRequest, &request) == 0);
         REQUIRE(memcmp(&request.pointer, "IEEE 802.11\0\0\0\0\0", 16) == 0);
-        REQUIRE(ask(kGetName, nullptr) == EFAULT);
+        REQUIRE(ask(kWifiNameRequest, nullptr) == EFAULT);
     }),
               0);
 }
 
 TEST_F(DriverTest, HandsOutWhatThereIsAndNoMoreThanFits) {
-    put("/home/stations/wlan1", table(kTableSize));
+    put("/home/stations/wlan1", table(kStationTableSize));
     put("/home/stations/wlan1-va0", table(100));
-    put("/home/stations/wlan1-va1", table(kTableSize + 1000));
+    put("/home/stations/wlan1-va1", table(kStationTableSize + 1000));
     put("/home/stations/wlan1-va2", "");
     EXPECT_EQ(router_.run([] {
-        REQUIRE(ask_table("wlan1", false, kTableSize, table(kTableSize)) == 0);
-        REQUIRE(ask_table("wlan1", false, kTableSize - 1, table(kTableSize - 1)) == 0);
+        REQUIRE(ask_table("wlan1", false, kStationTableSize, table(kStationTableSize)) == 0);
+        REQUIRE(ask_table("wlan1", false, kStationTableSize - 1, table(kStationTableSize - 1)) == 0);
         REQUIRE(ask_table("wlan1", false, 1, table(1)) == 0);
         REQUIRE(ask_table("wlan1", false, 0) == 0);
-        REQUIRE(ask_table("wlan1-va0", false, kTableSize, table(100)) == 0);
-        REQUIRE(ask_table("wlan1-va1", false, kTableSize, table(kTableSize)) == 0);
+        REQUIRE(ask_table("wlan1-va0", false, kStationTableSize, table(100)) == 0);
+        REQUIRE(ask_table("wlan1-va1", false, kStationTableSize, table(kStationTableSize)) == 0);
         REQUIRE(ask_table("wlan1-va2", false) == 0);
         REQUIRE(ask_table("wlan1-va3", false) == ENODEV);
-        Request request = {"wlan1", nullptr, kTableSize, 0, {}};
-        REQUIRE(ask(kGetStations, &request) == EFAULT);
-        REQUIRE(ask(kGetStations, nullptr) == EFAULT);
+        Request request = {"wlan1", nullptr, kStationTableSize, 0, {}};
+        REQUIRE(ask(kStationTableRequest, &request) == EFAULT);
+        REQUIRE(ask(kStationTableRequest, nullptr) == EFAULT);
     }),
               0);
 }
 
 TEST_F(DriverTest, HandsOutNothingWhenItIsToRefuse) {
-    put("/home/stations/wlan1", table(kTableSize));
+    put("/home/stations/wlan1", table(kStationTableSize));
     put("/home/stations/wlan1.refuses", "");
     EXPECT_EQ(router_.run([] {
         REQUIRE(ask_name("wlan1") == 0);
@@ -185,7 +181,8 @@ TEST_F(DriverTest, HandsOutNothingWhenItIsToRefuse) {
     }),
               0);
     std::filesystem::remove(router_.path("/home/stations/wlan1.refuses"));
-    EXPECT_EQ(router_.run([] { REQUIRE(ask_table("wlan1", false, kTableSize, table(kTableSize)) == 0); }), 0);
+    EXPECT_EQ(router_.run([] { REQUIRE(ask_table("wlan1", false, kStationTableSize, table(kStationTableSize)) == 0); }),
+              0);
 }
 
 TEST_F(DriverTest, TakesTheRequestOfTheInterfacesKindOnly) {
@@ -203,31 +200,32 @@ TEST_F(DriverTest, TakesTheRequestOfTheInterfacesKindOnly) {
         {"wlan2",     false}, // which the store does not know
     };
     for (auto &interface : kInterfaces) {
-        put(std::string("/home/stations/") + interface.name, table(kTableSize));
+        put(std::string("/home/stations/") + interface.name, table(kStationTableSize));
     }
     EXPECT_EQ(router_.run([&] {
         for (auto &interface : kInterfaces) {
-            REQUIRE(ask_table(interface.name, interface.ax, kTableSize, table(kTableSize)) == 0);
+            REQUIRE(ask_table(interface.name, interface.ax, kStationTableSize, table(kStationTableSize)) == 0);
             REQUIRE(ask_table(interface.name, !interface.ax) == EOPNOTSUPP);
         }
-        char buffer[kTableSize];
-        Request request = {"wlan0", buffer, kTableSize, 0, {}};
-        REQUIRE(ask(kAxPrivate, &request) == EOPNOTSUPP);  // a private request of another meaning
+        char buffer[kStationTableSize];
+        Request request = {"wlan0", buffer, kStationTableSize, 0, {}};
+        REQUIRE(ask(kAxPrivateRequest, &request) == EOPNOTSUPP);  // a private request of another meaning
     }),
               0);
     ASSERT_EQ(router_.flash({"set", "WLAN0_AX_SUPPORT", "0"}).status, 0);
-    EXPECT_EQ(router_.run([] { REQUIRE(ask_table("wlan0", false, kTableSize, table(kTableSize)) == 0); }), 0);
+    EXPECT_EQ(router_.run([] { REQUIRE(ask_table("wlan0", false, kStationTableSize, table(kStationTableSize)) == 0); }),
+              0);
 }
 
 TEST_F(DriverTest, LeavesTheProgramsOwnSelectionInTheStore) {
     ASSERT_EQ(router_.flash({"boot"}).status, 0);
     ASSERT_EQ(router_.flash({"set", "WLAN1_VA2_SSID", "selected"}).status, 0);
-    put("/home/stations/wlan0", table(kTableSize));
+    put("/home/stations/wlan0", table(kStationTableSize));
     EXPECT_EQ(router_.run([] {
         REQUIRE(apmib_init() != 0);
         wlan_idx = 1;
         vwlan_idx = 3;
-        REQUIRE(ask_table("wlan0", true, kTableSize, table(kTableSize)) == 0);
+        REQUIRE(ask_table("wlan0", true, kStationTableSize, table(kStationTableSize)) == 0);
         REQUIRE(wlan_idx == 1 && vwlan_idx == 3);
         char name[33] = "";
         REQUIRE(apmib_get(1, name) != 0 && strcmp(name, "selected") == 0);

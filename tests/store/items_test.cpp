@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "platform/apmib.h"
+#include "platform/tables.h"
 #include "tests/store/router.h"
 
 namespace {
@@ -40,10 +41,10 @@ constexpr char kDefinitions[] = R"(
 32767 MIB_LAST        byte           global     9
 )";
 
-constexpr int kEntry = 1 + 0x8000;
-constexpr int kAdd = 2 + 0x10000;
-constexpr int kDelete = 3 + 0x20000;
-constexpr int kDeleteAll = 4 + 0x40000;
+constexpr int kEntry = kTableRead;
+constexpr int kAdd = kTableAdd;
+constexpr int kDelete = kTableDelete;
+constexpr int kDeleteAll = kTableDeleteAll;
 
 class Items : public testing::Test {
   protected:

@@ -1,4 +1,4 @@
-#include "store/records.h"
+#include "store/table.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,10 @@
 #include <cstring>
 #include <string>
 
-// Records byte by byte, at offsets written down independently of the structures.
+#include "platform/arpcheck.h"
+#include "platform/wifi_driver.h"
+
+// Records byte by byte, at offsets written down independently of the structures, and numbers likewise.
 
 namespace {
 
@@ -99,6 +102,49 @@ TEST(QosRuleEntry, LiesInMemoryAsTheStoreKeepsIt) {
     EXPECT_EQ(bytes, expected);
     EXPECT_EQ(word_at(bytes, 35), 4294967295U);
     EXPECT_EQ(word_at(bytes, 39), 258U);
+}
+
+// The ids by which the firmware's own programs reach two of the tables.
+TEST(TableIds, AreTheFirmwares) {
+    EXPECT_EQ(123 + kTableRead, 32892);
+    EXPECT_EQ(123 + kTableAdd, 65661);
+    EXPECT_EQ(123 + kTableDelete, 131198);
+    EXPECT_EQ(240 + kTableDeleteAll, 0x400F4);
+}
+
+TEST(StaInfoEntry, LiesInMemoryAsTheDriverFillsIt) {
+    StaInfoEntry station = {};
+    fill(station.association_id, 'a');
+    fill(station.mac, 'm');
+    station.state = 's';
+    station.tx_rate = 't';
+    station.rssi = 'i';
+    station.wireless_mode = 'w';
+    station.rate_flags = 'f';
+    station.rx_rate = 'r';
+    std::string expected(63, '\0');
+    expected.replace(0, 8, "aammmmmm");
+    expected[20] = 's';
+    expected.replace(22, 2, "ti");
+    expected.replace(52, 3, "wfr");
+    EXPECT_EQ(bytes_of(station), expected);
+    EXPECT_EQ(sizeof(StaInfoEntry) * kStationSlots, 4095U);
+}
+
+TEST(WifiRequests, AreTheDrivers) {
+    EXPECT_EQ(kWifiNameRequest, 0x8B01);
+    EXPECT_EQ(kStationTableRequest, 0x8B30);
+    EXPECT_EQ(kAxPrivateRequest, 0x89F2);
+}
+
+TEST(ArpEntry, LiesInMemoryAsTheLibraryFillsIt) {
+    ArpEntry entry = {};
+    inet_pton(AF_INET, "192.168.1.10", &entry.ip);
+    fill(entry.mac, 'm');
+    fill(entry.reserved, 'r');
+    EXPECT_EQ(bytes_of(entry),
+              "\xc0\xa8\x01\x0a"
+              "mmmmmmrr");
 }
 
 TEST(FieldText, EndsWithinTheField) {

@@ -46,11 +46,11 @@ constexpr struct {
     int offset;
     Operation operation;
 } kOperations[] = {
-    {0,           kWhole    },
-    {1 + 0x8000,  kReadEntry},
-    {2 + 0x10000, kAdd      },
-    {3 + 0x20000, kDelete   },
-    {4 + 0x40000, kDeleteAll},
+    {0,               kWhole    },
+    {kTableRead,      kReadEntry},
+    {kTableAdd,       kAdd      },
+    {kTableDelete,    kDelete   },
+    {kTableDeleteAll, kDeleteAll},
 };
 
 // What an id of a call means.
@@ -428,8 +428,7 @@ int apmib_set(int id, void *value) {
 }
 
 int apmib_update(int type) {
-    constexpr int kCommit = 4;
-    return type == kCommit && working.env != nullptr && store::commit(&working) == 0 ? 1 : 0;
+    return type == kCommitWorkingCopy && working.env != nullptr && store::commit(&working) == 0 ? 1 : 0;
 }
 
 int save_cs_to_file() {

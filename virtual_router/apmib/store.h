@@ -24,6 +24,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/apmib.h"
+#include "platform/tables.h"
+
 namespace store {
 
 constexpr char kWorkingPath[] = "/var/mib/working.mdb";
@@ -37,8 +40,8 @@ constexpr mode_t kFileMode = 0600;
 // Upper limit of a copy's file. A full house of items takes about a fiftieth of it.
 constexpr size_t kMapSize = size_t{4} << 20;
 
-constexpr int kRadioCount = 2;
-constexpr int kVirtualCount = 6;  // the main access point and five virtual ones
+constexpr int kRadioCount = kWlanCount;
+constexpr int kVirtualCount = kVwlanCount;  // the main access point and five virtual ones
 constexpr int kInterfaceCount = kRadioCount * kVirtualCount;
 
 // Ids of table operations lie above this one (see resolve_id).
@@ -48,7 +51,7 @@ enum Kind : uint8_t { kByte, kSignedByte, kInt32, kIpv4, kText, kTable };
 constexpr int kKindCount = 6;
 constexpr uint16_t kKindWidths[kKindCount] = {1, 1, 4, 4, 0, 0};  // in bytes; 0: each item has its own
 
-constexpr uint16_t kMostEntries = 255;  // of a table: a read names its entry in one byte
+constexpr uint16_t kMostEntries = kMostTableEntries;
 
 // What a record begins with; `slots` values of slot_size() bytes follow.
 struct Item {

@@ -25,6 +25,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/apmib.h"
+#include "platform/wifi_driver.h"
+
 #define PLAYED extern "C" __attribute__((visibility("default")))
 
 namespace {
@@ -32,27 +35,6 @@ namespace {
 constexpr char kStations[] = "/home/stations/";
 constexpr char kSwitch[] = "/home/rtl865x/";
 constexpr char kSwitchAsSeen[] = "/proc/rtl865x/";
-
-constexpr unsigned long kGetName = 0x8B01;      // SIOCGIWNAME: is it a wireless interface?
-constexpr unsigned long kGetStations = 0x8B30;  // the station table
-constexpr unsigned long kAxPrivate = 0x89F2;    // 802.11ax interfaces take the table's request in the flags of this one
-
-// The caller's buffer.
-struct Buffer {
-    void *pointer;
-    uint16_t length;  // in: of the room at the pointer; out: of what was written there
-    uint16_t flags;
-};
-
-// What these requests are handed, laid out as the kernel lays out a wireless request.
-struct WirelessRequest {
-    char interface[IFNAMSIZ];
-    union {
-        char protocol[IFNAMSIZ];
-        Buffer data;
-    };
-};
-static_assert(offsetof(WirelessRequest, data) == 16 && sizeof(WirelessRequest) == 32, "shared with the kernel");
 
 // The next library's function behind one that is played here. Kept, because the endpoint opens many files.
 template <typename Function>
@@ -72,7 +54,7 @@ struct InterfaceName {
     bool valid;
 };
 
-InterfaceName read_name(const WirelessRequest &request) {
+InterfaceName read_name(const WifiRequest &request) {
     InterfaceName name = {};
     memcpy(name.text, request.interface, sizeof request.interface);
     name.valid = name.text[0] != '\0' && strpbrk(name.text, "./") == nullptr;
@@ -83,7 +65,7 @@ InterfaceName read_name(const WirelessRequest &request) {
 // wlan1.
 bool find_place(const char *name, int &radio, int &access_point) {
     constexpr const char *kSuffixes[] = {"", "-va0", "-va1", "-va2", "-va3", "-va4", "-vxd"};
-    constexpr int kLastPlace = 5;  // the last virtual access point and the repeater interface share it
+    constexpr int kLastPlace = kVwlanCount - 1;  // the last virtual access point and the repeater interface share it
     if (strncmp(name, "wlan0", 5) != 0 && strncmp(name, "wlan1", 5) != 0) {
         return false;
     }
@@ -116,19 +98,20 @@ bool is_ax(const char *name) {
     }
     auto *init = find_symbol<int()>("apmib_init");
     auto *get = find_symbol<int(int, void *)>("apmib_get");
-    auto *wlan_idx = find_symbol<int>("wlan_idx");
-    auto *vwlan_idx = find_symbol<int>("vwlan_idx");
-    if (init == nullptr || get == nullptr || wlan_idx == nullptr || vwlan_idx == nullptr || init() == 0) {
+    auto *radio_selected = find_symbol<int>("wlan_idx");
+    auto *access_point_selected = find_symbol<int>("vwlan_idx");
+    if (init == nullptr || get == nullptr || radio_selected == nullptr || access_point_selected == nullptr ||
+        init() == 0) {
         return false;
     }
     // The program that asks has selected an interface of its own there.
-    const int selected[] = {*wlan_idx, *vwlan_idx};
-    *wlan_idx = radio;
-    *vwlan_idx = access_point;
+    const int selected[] = {*radio_selected, *access_point_selected};
+    *radio_selected = radio;
+    *access_point_selected = access_point;
     unsigned char value = 0;
     const bool read = get(MIB_WLAN_AX_SUPPORT, &value) != 0;
-    *wlan_idx = selected[0];
-    *vwlan_idx = selected[1];
+    *radio_selected = selected[0];
+    *access_point_selected = selected[1];
     return read && value == 1;
 }
 
@@ -140,7 +123,7 @@ int open_of(const InterfaceName &interface, const char *suffix) {
 }
 
 // Hands out as much of the file as there is, and as there is room for. Returns 0 or an error number.
-int hand_out(int file, WirelessRequest &request) {
+int hand_out(int file, WifiRequest &request) {
     auto *to = static_cast<char *>(request.data.pointer);
     size_t done = 0;
     while (done < request.data.length) {
@@ -158,14 +141,14 @@ int hand_out(int file, WirelessRequest &request) {
 }
 
 // Answers a request about the interface whose table is in this open file. Returns 0 or an error number.
-int answer_about(int file, const InterfaceName &interface, unsigned long request, WirelessRequest &asked) {
-    if (request == kGetName) {
+int answer_about(int file, const InterfaceName &interface, unsigned long request, WifiRequest &asked) {
+    if (request == kWifiNameRequest) {
         strncpy(asked.protocol, "IEEE 802.11", sizeof asked.protocol);
         return 0;
     }
     // The two kinds of interface have drivers of their own, which do not know each other's request.
-    const bool asked_as_ax = request == kAxPrivate;
-    if (asked_as_ax != is_ax(interface.text) || (asked_as_ax && asked.data.flags != kGetStations)) {
+    const bool asked_as_ax = request == kAxPrivateRequest;
+    if (asked_as_ax != is_ax(interface.text) || (asked_as_ax && asked.data.flags != kStationTableRequest)) {
         return EOPNOTSUPP;
     }
     const int refuses = open_of(interface, ".refuses");
@@ -178,7 +161,7 @@ int answer_about(int file, const InterfaceName &interface, unsigned long request
 
 // Answers a request to a wireless interface. Returns 0 or an error number. No other interface is wireless, so nothing
 // of this reaches the kernel, which could have the PC's own Wi-Fi there.
-int answer(unsigned long request, WirelessRequest *asked) {
+int answer(unsigned long request, WifiRequest *asked) {
     if (asked == nullptr) {
         return EFAULT;
     }
@@ -235,10 +218,10 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
-    if (request != kGetName && request != kGetStations && request != kAxPrivate) {
+    if (request != kWifiNameRequest && request != kStationTableRequest && request != kAxPrivateRequest) {
         return next("ioctl", next_ioctl)(fd, request, argument);
     }
-    const int error = answer(request, static_cast<WirelessRequest *>(argument));
+    const int error = answer(request, static_cast<WifiRequest *>(argument));
     if (error != 0) {
         errno = error;
         return -1;

@@ -3,8 +3,12 @@
 import json
 import pathlib
 import re
+import sys
 
 import jsonschema
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "platform"))
+import seam  # noqa: E402
 
 SCHEMA = json.loads(pathlib.Path(__file__).with_name("home.schema.json").read_text())
 RADIOS = {"5g": "wlan0", "2g": "wlan1"}  # band -> its radio
@@ -12,8 +16,9 @@ INTERFACES = {  # wireless interface -> its band, in the order in which the rout
     **{radio: band for band, radio in RADIOS.items()},
     **{f"{radio}-va{number}": band for band, radio in RADIOS.items() for number in range(4)},
 }
-MOST_STATIONS = 64  # of one interface: the driver's table has no more records
-MOST_CLIENTS = 256  # the router's ARP list has no more entries
+RECORDS, NUMBERS = seam.read_records()
+MOST_STATIONS = NUMBERS["kStationSlots"] - 1  # of one interface: the first slot of the driver's table is unused
+MOST_CLIENTS = NUMBERS["kArpEntryLimit"]  # the router's ARP list has no more entries
 MOST_AGENTS = 32
 MOST_NAME_BYTES = 63  # of the lease record's 64, one ends the name
 BANDS_OF = {"a": {"5g"}, "b": {"2g"}, "g": {"2g"}, "n": {"2g", "5g"}, "ac": {"2g", "5g"}}

@@ -10,14 +10,12 @@ from model import LEGACY_RATES
 
 LAN_PORTS = ("port2", "port3", "port4", "port5")
 PORT_SPEED = "1000M"
-TABLE_BYTES = 4095
-RECORD_BYTES = 63
-ASSOCIATED = 0x04
-MODE_BITS = {"ac": 0x40, "n": 0x08, "g": 0x02, "b": 0x01, "a": 0x04}
+STATION = homefile.RECORDS["StaInfoEntry"]
+MODE_BITS = {standard: homefile.NUMBERS[f"kMode11{standard}"] for standard in ("ac", "n", "g", "b", "a")}
 # What else a station of a standard speaks.
 OLDER = {("ac", "5g"): "na", ("n", "5g"): "a", ("n", "2g"): "gb", ("g", "2g"): "b"}
-WIDTH_FLAGS = {20: 0x00, 40: 0x01, 80: 0x04}
-SHORT_GUARD = 0x02
+WIDTH_FLAGS = {20: 0, 40: homefile.NUMBERS["kRate40MHz"], 80: homefile.NUMBERS["kRate80MHz"]}
+SHORT_GUARD = homefile.NUMBERS["kRateShortGuard"]
 LEASE = struct.Struct("!16s4sI64sI")
 LEASE_SECONDS = 86400
 # As the store has them.
@@ -69,16 +67,18 @@ def hosts(home, around):
 
 def station_record(number, device):
     link = device.link()
-    record = bytearray(RECORD_BYTES)
-    struct.pack_into("<H6s", record, 0, number, packed_mac(device.mac))
-    record[20] = ASSOCIATED
-    record[22] = link.code(link.down)
-    record[23] = device.signal
     standards = (link.standard, *OLDER.get((link.standard, device.band()), ""))
-    record[52] = sum(MODE_BITS[standard] for standard in standards)
-    record[53] = WIDTH_FLAGS[link.width] | (SHORT_GUARD if link.short_guard and link.standard not in LEGACY_RATES else 0)
-    record[54] = link.code(link.up)
-    return bytes(record)
+    short_guard = link.short_guard and link.standard not in LEGACY_RATES
+    return STATION.pack({
+        "association_id": number.to_bytes(2, "little"),
+        "mac": packed_mac(device.mac),
+        "state": homefile.NUMBERS["kStationAssociated"],
+        "tx_rate": link.code(link.down),
+        "rssi": device.signal,
+        "wireless_mode": sum(MODE_BITS[standard] for standard in standards),
+        "rate_flags": WIDTH_FLAGS[link.width] | (SHORT_GUARD if short_guard else 0),
+        "rx_rate": link.code(link.up),
+    })
 
 
 def stations(interface):
@@ -86,10 +86,10 @@ def stations(interface):
 
     def table(home, _around):
         records = [
-            station_record(number, device) if device else bytes(RECORD_BYTES)
+            station_record(number, device) if device else STATION.pack({})
             for number, device in enumerate(home.tables[interface], 1)
         ]
-        return {f"home/stations/{interface}": (bytes(RECORD_BYTES) + b"".join(records)).ljust(TABLE_BYTES, b"\0")}
+        return {f"home/stations/{interface}": (STATION.pack({}) + b"".join(records)).ljust(homefile.NUMBERS["kStationTableSize"], b"\0")}
 
     return table
 

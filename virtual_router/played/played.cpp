@@ -38,6 +38,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/system_queue.h"
+
 #define PLAYED extern "C" __attribute__((visibility("default")))
 
 namespace {
@@ -47,7 +49,6 @@ constexpr char kNewFactsPath[] = "/etc/played.new";
 constexpr char kAnswersPath[] = "/etc/played-answers";
 constexpr char kRoutesPath[] = "/proc/net/route";
 constexpr char kNewRoutesPath[] = "/proc/net/route.new";
-constexpr int kQueueProject = 117;
 
 struct Interface {
     char name[IFNAMSIZ];
@@ -437,7 +438,7 @@ void answer_echo(in_addr address, const void *request, size_t size) {
 
 PLAYED key_t ftok(const char *path, int project) noexcept {
     key_t key = -1;
-    const bool found = strcmp(path, "/dev/null") == 0 && project == kQueueProject &&
+    const bool found = strcmp(path, SYSTEM_QUEUE_PATH) == 0 && project == kSystemQueueProject &&
                        find_fact([&](const char *keyword, const char *text) {
                            key = static_cast<key_t>(strtol(text, nullptr, 0));
                            return strcmp(keyword, "queue-key") == 0;

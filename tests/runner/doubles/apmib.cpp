@@ -22,6 +22,8 @@
 #include <cstring>
 
 #include "platform/apmib.h"
+#include "platform/system_queue.h"
+#include "platform/tables.h"
 #include "tests/runner/doubles/events.h"
 #include "virtual_router/vocabulary/fault.h"
 
@@ -246,12 +248,6 @@ Table *find_table(int count_id) {
     return nullptr;
 }
 
-// Ids of the calls on a table, counted from its count item.
-constexpr int kReadEntry = 1 + 0x8000;
-constexpr int kAddEntry = 2 + 0x10000;
-constexpr int kDeleteEntry = 3 + 0x20000;
-constexpr int kDeleteAll = 4 + 0x40000;
-
 char g_line[2 * kMaxWidth + 128];
 
 // What a call came to.
@@ -312,7 +308,7 @@ int log_undeclared(Event event, int id) {
 
 // Calls on the tables. False: `id` names none; else `returned` is what the call returns.
 bool get_entry(int id, void *value, int *returned) {
-    Table *table = find_table(id - kReadEntry);
+    Table *table = find_table(id - kTableRead);
     if (table == nullptr) {
         return false;
     }
@@ -332,7 +328,7 @@ bool is_record(const Table &table, size_t i, const void *value) {
 }
 
 bool change_table(int id, const void *value, int *returned) {
-    if (Table *table = find_table(id - kAddEntry)) {
+    if (Table *table = find_table(id - kTableAdd)) {
         const Result result = result_of(Call::kAdd, table->count_id, table->records < kMaxRecords);
         unsigned char *copy = take(table->size);
         memcpy(copy, value, table->size);
@@ -342,7 +338,7 @@ bool change_table(int id, const void *value, int *returned) {
         *returned = log_write(Event::kAdd, result, table->count_id, table->interface, copy, table->size);
         return true;
     }
-    if (Table *table = find_table(id - kDeleteEntry)) {
+    if (Table *table = find_table(id - kTableDelete)) {
         size_t i = 0;
         while (i < table->records && !is_record(*table, i, value)) {
             ++i;
@@ -355,7 +351,7 @@ bool change_table(int id, const void *value, int *returned) {
         }
         return true;
     }
-    if (Table *table = find_table(id - kDeleteAll)) {
+    if (Table *table = find_table(id - kTableDeleteAll)) {
         const Result result = result_of(Call::kDeleteAll, table->count_id);
         table->records = result.ok ? 0 : table->records;
         *returned = log_write(Event::kDeleteAll, result, table->count_id, table->interface, value, table->size);
@@ -367,11 +363,10 @@ bool change_table(int id, const void *value, int *returned) {
 // Logs a commit with what an observer had already: whether the reply has left the process (the runner leaves it in the
 // socket until the program has ended) and how many records wait in the daemon's queue.
 int log_commit(Event event, const Result &result, int type) {
-    constexpr int kUsualType = 4;
     int unread = 0;
     const bool replied = ioctl(STDOUT_FILENO, SIOCOUTQ, &unread) == 0 && unread > 0;
     struct msqid_ds queue = {};
-    const int id = msgget(ftok("/dev/null", 117), 0);
+    const int id = msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), 0);
     const bool seen = id >= 0 && msgctl(id, IPC_STAT, &queue) == 0;
     EventLine line(g_line);
     if (!result.ok) {
@@ -384,7 +379,7 @@ int log_commit(Event event, const Result &result, int type) {
         line.mark(EventMark::kQueued, queue.msg_qnum);
     }
     line.begin(event);
-    if (type != kUsualType) {
+    if (type != kCommitWorkingCopy) {
         line.number(type);
     }
     append_event(line);

@@ -11,39 +11,20 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/wifi_driver.h"
 #include "tests/runner/doubles/events.h"
 
 namespace {
-
-constexpr size_t kTableSize = 4095;
-constexpr uint16_t kAxFlags = 0x8B30;  // by them the driver knows the request among its private ones
-
-// The request: the interface, and for a table the caller's buffer.
-struct WirelessRequest {
-    char name[16];  // need not end with a NUL
-    union {
-        char protocol[16];
-        struct {
-            unsigned char *buffer;
-            uint16_t length;
-            uint16_t flags;
-        } table;
-    };
-};
 
 struct Kind {
     unsigned long request;
     const char *name;
 };
 
-constexpr unsigned long kName = 0x8B01;
-constexpr unsigned long kStations = 0x8B30;
-constexpr unsigned long kAxStations = 0x89F2;
-
 constexpr Kind kKinds[] = {
-    {kName,       "name"       },
-    {kStations,   "stations"   },
-    {kAxStations, "ax-stations"},
+    {kWifiNameRequest,     "name"       },
+    {kStationTableRequest, "stations"   },
+    {kAxPrivateRequest,    "ax-stations"},
 };
 
 const Kind *find_kind(unsigned long request) {
@@ -55,7 +36,7 @@ const Kind *find_kind(unsigned long request) {
     return nullptr;
 }
 
-int give_protocol(const char *folder, WirelessRequest *wanted) {
+int give_protocol(const char *folder, WifiRequest *wanted) {
     struct stat status;
     if (stat(folder, &status) != 0) {
         return ENODEV;
@@ -65,26 +46,26 @@ int give_protocol(const char *folder, WirelessRequest *wanted) {
     return 0;
 }
 
-int give_stations(const char *folder, const WirelessRequest *wanted) {
+int give_stations(const char *folder, const WifiRequest *wanted) {
     char path[64];
     snprintf(path, sizeof(path), "%s/stations", folder);
     FILE *file = fopen(path, "re");
     if (file == nullptr) {
         return EOPNOTSUPP;
     }
-    unsigned char answer[kTableSize];
+    unsigned char answer[kStationTableSize];
     const size_t size = fread(answer, 1, sizeof(answer), file);
     fclose(file);
-    memcpy(wanted->table.buffer, answer, size < wanted->table.length ? size : wanted->table.length);
+    memcpy(wanted->data.pointer, answer, size < wanted->data.length ? size : wanted->data.length);
     return 0;
 }
 
 // What of a request for stations is not as the driver wants it; nullptr: nothing.
-const char *find_unfit(bool ax, const WirelessRequest *wanted) {
-    static const unsigned char kZeros[kTableSize] = {};
-    const bool length = wanted->table.length != kTableSize;
-    const bool filled = !length && memcmp(wanted->table.buffer, kZeros, kTableSize) != 0;
-    if (ax && wanted->table.flags != kAxFlags) {
+const char *find_unfit(bool ax, const WifiRequest *wanted) {
+    static const unsigned char kZeros[kStationTableSize] = {};
+    const bool length = wanted->data.length != kStationTableSize;
+    const bool filled = !length && memcmp(wanted->data.pointer, kZeros, kStationTableSize) != 0;
+    if (ax && wanted->data.flags != kStationTableRequest) {
         return length ? "length,flags" : filled ? "filled,flags" : "flags";
     }
     return length ? "length" : filled ? "filled" : nullptr;
@@ -97,20 +78,20 @@ bool is_wireless_request(unsigned long request) {
 }
 
 int answer_wireless_request(unsigned long request, void *argument) {
-    auto *wanted = static_cast<WirelessRequest *>(argument);
+    auto *wanted = static_cast<WifiRequest *>(argument);
     const Kind *kind = find_kind(request);
     char folder[48];
-    snprintf(folder, sizeof(folder), "/.runner/wireless/%.16s", wanted->name);
+    snprintf(folder, sizeof(folder), "/.runner/wireless/%.16s", wanted->interface);
     const char *unfit = nullptr;
     int error;
-    if (request == kName) {
+    if (request == kWifiNameRequest) {
         error = give_protocol(folder, wanted);
     } else {
-        unfit = find_unfit(request == kAxStations, wanted);
+        unfit = find_unfit(request == kAxPrivateRequest, wanted);
         error = give_stations(folder, wanted);
     }
-    char interface[sizeof(wanted->name) + 1] = "";
-    memcpy(interface, wanted->name, sizeof(wanted->name));
+    char interface[sizeof(wanted->interface) + 1] = "";
+    memcpy(interface, wanted->interface, sizeof(wanted->interface));
     char line[192];
     EventLine event(line);
     if (error != 0) {

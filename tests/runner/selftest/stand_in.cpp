@@ -9,6 +9,7 @@
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +17,8 @@
 #include <ctime>
 
 #include "platform/apmib.h"
+#include "platform/system_queue.h"
+#include "platform/wifi_driver.h"
 
 namespace {
 
@@ -123,20 +126,21 @@ void do_pipe(char *text) {  // prints what the command prints
 void send_message(const char *text, int flags) {
     struct {
         long type;
-        char payload[360];
+        char payload[kSysMsgPayload];
     } record = {};
     record.type = labs(atol(text));
     const char *argument = strchr(text, ' ');
     if (argument != nullptr) {
-        strcpy(record.payload + 232, argument + 1);
+        strcpy(record.payload + offsetof(SysMsgRecord, sysconfArgv) - sizeof(SysMsgRecord::msg_type), argument + 1);
     }
-    const int queue = msgget(ftok("/dev/null", 117), IPC_CREAT | 0666);
-    if (queue < 0 || msgsnd(queue, &record, text[0] == '-' ? 300 : 360, flags) != 0) {
+    const int queue = msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), IPC_CREAT | 0666);
+    if (queue < 0 || msgsnd(queue, &record, text[0] == '-' ? 300 : kSysMsgPayload, flags) != 0) {
         perror("message");
     }
 }
 
-void do_message(char *text) {  // TYPE TEXT: the text is the argument at offset 236; -1 as type sends too short a record
+void do_message(
+    char *text) {  // TYPE TEXT: the text is the argument of MSG_CALL_SYSCONF; -1 as type sends too short a record
     send_message(text, 0);
 }
 
@@ -145,7 +149,7 @@ void do_try_send(char *text) {  // the same, but does not wait for room in the q
 }
 
 void do_queue(char *) {  // makes a queue that others may not use
-    msgget(ftok("/dev/null", 117), IPC_CREAT | 0600);
+    msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), IPC_CREAT | 0600);
 }
 
 void do_uptime(char *format) {  // "json": as a formatted object with one member
@@ -197,43 +201,40 @@ void do_network(char *name) {  // prints the interface's address, netmask and MA
 // said to have that length, and prints them as hexadecimal digits up to the last byte that is not zero. Kinds: "plain",
 // "ax", "ax-bare" (without the flags that the driver wants), "filled" (with a buffer that is not zeroed).
 void do_stations(char *text) {
-    struct {
-        char name[16];
-        unsigned char *buffer;
-        uint16_t length;
-        uint16_t flags;
-        uint32_t padding;
-    } wanted = {};
+    WifiRequest wanted = {};
     char kind[16];
     unsigned size = 0;
     unsigned length = 0;
     const int file = socket(AF_INET, SOCK_DGRAM, 0);
-    if (sscanf(text, "%15s %15s %u %u", wanted.name, kind, &size, &length) != 4 || ioctl(file, 0x8B01, &wanted) != 0) {
+    if (sscanf(text, "%15s %15s %u %u", wanted.interface, kind, &size, &length) != 4 ||
+        ioctl(file, kWifiNameRequest, &wanted) != 0) {
         perror("name");
         close(file);
         return;
     }
-    wanted.buffer = static_cast<unsigned char *>(calloc(1, size));
-    wanted.length = static_cast<uint16_t>(length);
-    wanted.flags = strcmp(kind, "ax") == 0 ? 0x8B30 : 0;
-    if (strcmp(kind, "filled") == 0) {
-        wanted.buffer[size - 1] = 1;
+    auto *buffer = static_cast<unsigned char *>(calloc(1, size));
+    wanted.data = {buffer, static_cast<uint16_t>(length), 0};
+    if (strcmp(kind, "ax") == 0) {
+        wanted.data.flags = kStationTableRequest;
     }
-    if (ioctl(file, kind[0] == 'a' ? 0x89F2 : 0x8B30, &wanted) != 0) {
+    if (strcmp(kind, "filled") == 0) {
+        buffer[size - 1] = 1;
+    }
+    if (ioctl(file, kind[0] == 'a' ? kAxPrivateRequest : kStationTableRequest, &wanted) != 0) {
         perror("stations");
-        free(wanted.buffer);
+        free(buffer);
         close(file);
         return;
     }
-    while (size > 0 && wanted.buffer[size - 1] == 0) {
+    while (size > 0 && buffer[size - 1] == 0) {
         --size;
     }
     for (unsigned i = 0; i < size; ++i) {
-        printf("%02x", wanted.buffer[i]);
+        printf("%02x", buffer[i]);
     }
     puts("");
     fflush(stdout);
-    free(wanted.buffer);
+    free(buffer);
     close(file);
 }
 
