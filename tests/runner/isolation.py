@@ -32,6 +32,38 @@ def unshare(flags):
     return False
 
 
+def keep_mounts():
+    """Makes all mounts of a new mount name space private, so that nobody else sees what is mounted in it.
+
+    In a chroot the root may be no mount point, and the mount that holds it cannot be named. Entering the name space once
+    more leads to its own root, and from there back again.
+    """
+    root = os.open("/", os.O_DIRECTORY)
+    space = os.open("/proc/self/ns/mnt", os.O_RDONLY)
+    try:
+        call("setns", space, CLONE_NEWNS)
+        call("mount", b"none", b"/", None, MS_REC | MS_PRIVATE, None)
+    finally:
+        os.fchdir(root)
+        os.chroot(".")
+        os.close(space)
+        os.close(root)
+
+
+def enter_spaces(flags):
+    """As unshare(); and of a mount name space nothing gets out."""
+    folder = os.getcwd()
+    if not unshare(flags):
+        return False
+    if flags & CLONE_NEWNS:
+        try:
+            keep_mounts()
+        except OSError:
+            return False
+        os.chdir(folder)
+    return True
+
+
 def in_child(question):
     """The answer that a child process gives: asking changes the process that asks."""
     child = os.fork()
@@ -49,10 +81,13 @@ def can_chroot():
 
 def missing_right(mode):
     """What this machine lacks to run cases in `mode`; None if it lacks nothing."""
-    spaces = in_child(lambda: unshare(CLONE_NEWIPC | CLONE_NEWNS))
+    watched = mode not in ("plain", "target")
+    if watched and not os.path.isdir("/proc/self"):
+        return f"{mode} reads /proc, which is not mounted here: mount -t proc proc /proc"
+    spaces = in_child(lambda: enter_spaces(CLONE_NEWIPC | CLONE_NEWNS))
     if mode == "valgrind" and not spaces:
         return "valgrind reads /proc, which takes a mount name space here, and this process may not make one"
-    if not spaces and (mode not in ("plain", "target") or not can_chroot()) and shutil.which("proot") is None:
+    if not spaces and (watched or not can_chroot()) and shutil.which("proot") is None:
         return "neither a name space nor another root folder may be made, and proot is not installed"
     return None
 
@@ -62,7 +97,7 @@ class Isolation:
 
     def __init__(self, mode):
         self.needs_proc = mode not in ("plain", "target")  # valgrind and the sanitizers look into /proc/self
-        self.own_space = unshare(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
+        self.own_space = enter_spaces(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
         self.proot = not can_chroot() or self.needs_proc and not self.own_space
 
     def supply_proc(self, root):
@@ -70,7 +105,6 @@ class Isolation:
         if self.needs_proc:
             root.path("/proc/self").symlink_to("/.runner/proc/self")
             if not self.proot:
-                call("mount", b"none", b"/", None, MS_REC | MS_PRIVATE, None)
                 call("mount", b"/proc", bytes(root.path("/.runner/proc")), None, MS_BIND | MS_REC, None)
 
     def launcher(self, root, tools):
