@@ -72,7 +72,7 @@ def expand(text):
             return os.strerror(getattr(errno, argument))
         return {"NUL": "\0", "NL": "\n"}[kind]
 
-    return STATIC_MACRO.sub(value, text)
+    return STATIC_MACRO.sub(value, text) if "%" in text else text
 
 
 TIME_MACRO = re.compile(r"%TIME\((-?\d+)?\)%")
@@ -80,7 +80,7 @@ TIME_MACRO = re.compile(r"%TIME\((-?\d+)?\)%")
 
 def at_second(text, second):
     """Fills in %TIME()%, that second, and %TIME(-90)%, 90 seconds before it."""
-    return TIME_MACRO.sub(lambda match: str(second + int(match[1] or 0)), text)
+    return TIME_MACRO.sub(lambda match: str(second + int(match[1] or 0)), text) if "%" in text else text
 
 
 SERIES_MACRO = re.compile(r"%(EACH|LIST)\((\d+),(\d+),")
@@ -98,7 +98,7 @@ def series(node, lists):
         return {series(key, lists): series(value, lists) for key, value in node.items()}
     if isinstance(node, list):
         return [series(value, lists) for value in node]
-    if not isinstance(node, str):
+    if not isinstance(node, str) or "%" not in node:
         return node
     while head := SERIES_MACRO.search(node):
         depth = 1
@@ -184,8 +184,11 @@ def format_json(node, depth=1):
 ESCAPES = {'"': '\\"', "\\": "\\\\", "\b": "\\b", "\f": "\\f", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
 
 
+ESCAPED = re.compile('[\0-\x1f"\\\\]')
+
+
 def quote(text):
-    return '"' + re.sub('[\0-\x1f"\\\\]', lambda m: ESCAPES.get(m[0]) or f"\\u{ord(m[0]):04x}", text) + '"'
+    return '"' + ESCAPED.sub(lambda m: ESCAPES.get(m[0]) or f"\\u{ord(m[0]):04x}", text) + '"'
 
 
 def parse_json(text):
@@ -343,7 +346,7 @@ def substitute(node, variables, used):
         return {substitute(key, variables, used): substitute(value, variables, used) for key, value in node.items()}
     if isinstance(node, list):
         return [substitute(value, variables, used) for value in node]
-    if not isinstance(node, str):
+    if not isinstance(node, str) or "%" not in node:
         return node
     whole = VARIABLE.fullmatch(node)
     if whole and whole[1] in variables:

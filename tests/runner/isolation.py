@@ -4,6 +4,7 @@ import contextlib
 import ctypes
 import os
 import pathlib
+import resource
 import shutil
 
 libc = ctypes.CDLL(None, use_errno=True)
@@ -99,6 +100,7 @@ class Isolation:
         self.needs_proc = mode not in ("plain", "target")  # valgrind and the sanitizers look into /proc/self
         self.own_space = enter_spaces(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
         self.proot = not can_chroot() or self.needs_proc and not self.own_space
+        self.inside = False
 
     def supply_proc(self, root):
         """Puts /proc into the root for those who need it; with proot the launcher's line does."""
@@ -107,14 +109,31 @@ class Isolation:
             if not self.proot:
                 call("mount", b"/proc", bytes(root.path("/.runner/proc")), None, MS_BIND | MS_REC, None)
 
-    def launcher(self, root, tools):
-        """The beginning of a command line that runs a program in the root."""
+    def enter(self, root):
+        """Goes into the root for good where that is enough, so that a program can be started there without the launcher:
+        starting that takes as long as starting the program."""
+        if not self.proot and not self.needs_proc:
+            os.chroot(root.folder)
+            os.chdir("/")
+            root.folder = pathlib.Path("/")
+            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+            self.inside = True
+
+    def launcher(self, root, tools, arguments, folder):
+        """The beginning of a command line that runs a program in the root and the folder there, with these arguments of the
+        launcher; and the folder in which to start it."""
+        if self.inside and not arguments:
+            return [], folder
+        line = self.way_in(root, tools) + (["-p"] if self.needs_proc else [])
+        return line + ["-w", folder, *arguments], None
+
+    def way_in(self, root, tools):
+        if self.inside:
+            return ["/.runner/launch"]
         if self.proot:
             binds = ["-b", "/proc:/.runner/proc"] if self.needs_proc else []
-            line = ["proot", "-r", str(root.folder), "-w", "/", *binds, "/.runner/launch"]
-        else:
-            line = [str(tools / "launch"), "-r", str(root.folder)]
-        return line + ["-p"] if self.needs_proc else line
+            return ["proot", "-r", str(root.folder), "-w", "/", *binds, "/.runner/launch"]
+        return [str(tools / "launch"), "-r", str(root.folder)]
 
     def environment(self, root):
         return {"PROOT_TMP_DIR": str(root.path(".runner"))} if self.proot else {}

@@ -15,7 +15,7 @@ from isolation import Isolation
 from message_queue import BUSY_FOR, Queue, show_record
 from observe import Console, Openings, exchange, make_room, messages
 from root import EMULATOR, PROGRAM, Root
-from store import Store
+from store import Layout, Store
 from vocabulary import parse_event, parse_fault
 from watch import Watch
 
@@ -25,26 +25,27 @@ class Sandbox:
 
     def __init__(self, folder, binary, tools, items, mode, target=None):
         self.tools = pathlib.Path(tools)
-        self.items = items
+        self.layout = Layout(items)
         self.target = target
         self.watch = Watch(mode)
         self.isolation = Isolation(mode)
         self.root = Root(folder, binary, self.tools, target, self.watch.files)
         self.isolation.supply_proc(self.root)
         self.root.finish()
+        self.isolation.enter(self.root)
         self.openings = Openings()
 
     def prepare(self, world):
         """Lays out a case's world."""
         self.world = world
         self.root.reset()
-        self.store = Store(world, self.items)
+        self.store = Store(world, self.layout)
         self.root.laid_out = int(time.time())
         for path, content in {"/dev/null": "", "/dev/console": {"type": "fifo"}, **world.get("files", {})}.items():
             self.root.put(path, content)
         if world.get("shell", True):
             os.link(self.root.path("/.runner/shell"), self.root.path("/bin/sh"))
-        self.root.path("/.runner/arp").write_text("\n".join(expand(line) for line in world.get("arp", [])))
+        self.root.write("/.runner/arp", to_bytes("\n".join(expand(line) for line in world.get("arp", []))))
         self.put_stations(world.get("stations", {}))
         self.queue = self.find_queue()
         if world.get("queue_exists"):
@@ -80,37 +81,37 @@ class Sandbox:
         return self.root.files()
 
     def command_line(self, step):
-        """The launcher's arguments and the environment of a step."""
+        """The command line, the folder and the environment of a step."""
         memory = self.world.get("memory")
-        line = self.isolation.launcher(self.root, self.tools)
-        line += ["-w", str(pathlib.Path(PROGRAM).parent), *self.watch.limits(memory)]
+        arguments = self.watch.limits(memory)
         for fault in map(parse_fault, self.world.get("fail", [])):
-            line += ["-f", str(fault)] if fault.of_the_kernel else []
+            arguments += ["-f", str(fault)] if fault.of_the_kernel else []
+        line, folder = self.isolation.launcher(self.root, self.tools, arguments, os.path.dirname(PROGRAM))
         line += self.watch.command()
         if self.target:
             line.append(EMULATOR)
         env = {**step.get("env", {}), **self.isolation.environment(self.root),
                **self.watch.environment(memory, self.isolation.proot)}
-        return line + [PROGRAM, *map(expand, step.get("args", []))], env
+        return line + [PROGRAM, *map(expand, step.get("args", []))], folder, env
 
     def run(self, step, body):
         """Runs the program once and returns what was seen of it."""
-        line, env = self.command_line(step)
+        line, folder, env = self.command_line(step)
         length = step.get("content_length", str(len(body)))
         if length is not False:
             env["CONTENT_LENGTH"] = expand(length)
         if step.get("remote_addr", False) is not False:
             env["REMOTE_ADDR"] = expand(step["remote_addr"])
-        self.root.path("/.runner/store").write_text(self.store.text())
-        self.root.path("/.runner/events").write_bytes(b"")
-        self.root.path("/.runner/commands").write_bytes(command_table(step.get("commands", {})))
+        self.root.write("/.runner/store", self.store.text().encode())
+        self.root.write("/.runner/events", b"")
+        self.root.write("/.runner/commands", command_table(step.get("commands", {})))
         seen = {"laid_out": self.root.laid_out, "started": time.time()}
         with Console(self.root.path("/dev/console"), self.openings) as console, contextlib.ExitStack() as stack:
             replies, stdout = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
             stack.enter_context(replies)
             make_room(stdout)
             with stdout:
-                process = subprocess.Popen(line, env=env, stdin=subprocess.PIPE, stdout=stdout.fileno(),
+                process = subprocess.Popen(line, cwd=folder, env=env, stdin=subprocess.PIPE, stdout=stdout.fileno(),
                                            stderr=subprocess.PIPE, pass_fds=(), close_fds=True)
             stack.callback(process.wait)
             if self.world.get("queue_full"):

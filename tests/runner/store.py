@@ -8,18 +8,37 @@ from vocabulary import parse_fault, words
 CHANGES = SET, ADD, DELETE, _ = words("set", "add", "delete", "delete-all")
 
 
+class Layout:
+    """What all cases' stores have in common: made once, since there are many items, of which a case uses few."""
+
+    def __init__(self, items):
+        self.items = items
+        self.values = {}       # (item id, interface or None) -> the first value
+        self.tables = []       # (count item id, interface or None)
+        self.value_lines = {}  # (item id, interface or None) -> how its line in the double's file begins
+        self.table_lines = {}  # the same of a table
+        for item in items.by_name.values():
+            for interface in items.interfaces(item):
+                place = item.id, interface
+                self.values[place] = items.encode(item, 0) if item.is_table else None
+                self.tables += [place] if item.is_table else []
+                self.add_lines(item, interface)
+
+    def add_lines(self, item, interface):
+        where = f"{item.id}@{interface}" if interface else f"{item.id}"
+        self.value_lines[item.id, interface] = f"item {where} {item.value_width} "
+        if item.is_table:
+            self.table_lines[item.id, interface] = f"table {where} {item.width} {item.match} "
+
+
 class Store:
     """The store of a case, carried over from request to request."""
 
-    def __init__(self, world, items):
-        self.items = items
-        self.values = {}   # (item id, interface or None) -> bytes, None when reading fails
-        self.tables = {}   # (count item id, interface or None) -> records, None for one that cannot be read
-        for item in items.by_name.values():
-            for interface in items.interfaces(item):
-                if item.is_table:
-                    self.tables[item.id, interface] = []
-                self.values[item.id, interface] = items.encode(item, 0) if item.is_table else None
+    def __init__(self, world, layout):
+        self.layout = layout
+        self.items = items = layout.items
+        self.values = dict(layout.values)                    # None: reading fails
+        self.tables = {place: [] for place in layout.tables}  # None in a table: a record that cannot be read
         for name, value in sorted(world.get("store", {}).items()):  # "ITEM" for all interfaces, then "ITEM@W.V"
             for item, interface in self.places(name):
                 if item.is_table:
@@ -35,6 +54,8 @@ class Store:
     def places(self, name):
         """What a case names: an item with each of its interfaces, or with the one behind "@"."""
         item, interface = self.items.find(name)
+        if interface and (item.id, interface) not in self.layout.value_lines:  # a value of its own, though others share one
+            self.layout.add_lines(item, interface)
         return [(item, interface)] if interface else [(item, each) for each in self.items.interfaces(item)]
 
     @staticmethod
@@ -54,15 +75,10 @@ class Store:
 
     def text(self):
         lines = list(self.faults)
-        for (number, interface), value in self.values.items():
-            where = f"{number}@{interface}" if interface else f"{number}"
-            width = self.items.by_id[number].value_width
-            lines.append(f"item {where} {width} {'-' if value is None else value.hex()}")
-        for (number, interface), records in self.tables.items():
-            where = f"{number}@{interface}" if interface else f"{number}"
-            item = self.items.by_id[number]
-            shown = ["-" if record is None else record.hex() for record in records]
-            lines.append(" ".join([f"table {where} {item.width} {item.match}", *shown]))
+        for place, value in self.values.items():
+            lines.append(self.layout.value_lines[place] + ("-" if value is None else value.hex()))
+        for place, records in self.tables.items():
+            lines.append(self.layout.table_lines[place] + " ".join("-" if record is None else record.hex() for record in records))
         return "\n".join(lines) + "\n"
 
     def apply(self, log):

@@ -30,6 +30,8 @@ def at_time(text, second, uptime=0, laid_out=0):
             return str(uptime)
         return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
 
+    if "%" not in text:
+        return text
     return DRAWN_MACRO.sub(lambda match: drawn(second, *match.groups()), CLOCK_MACRO.sub(value, at_second(text, second)))
 
 
