@@ -54,11 +54,14 @@ struct PortLine {
     char name[512];  // the first two words; what is missing is empty
     char link[512];
     int words;
+    // The character that stands for the port; none in a shorter name.
+    uint8_t port() const { return static_cast<uint8_t>(name[kPortCharacter]); }
 };
 
 // False: there is no more line.
 bool read_port_line(FILE *file, PortLine &line) {
-    line = {};
+    memset(line.name, 0, kPortCharacter + 1);  // the rest is looked at behind these only
+    line.link[0] = '\0';
     if (!read_line(file, line.text)) {
         return false;
     }
@@ -90,7 +93,7 @@ void take_link(const PortLine &line, SwitchPorts &ports) {
     if (line.words != 2) {
         return;
     }
-    SwitchPorts::Port &port = ports.ports[static_cast<uint8_t>(line.name[kPortCharacter])];
+    SwitchPorts::Port &port = ports.ports[line.port()];
     if (port.link != SwitchPorts::Link::kUnknown) {
         return;
     }
