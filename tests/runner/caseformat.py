@@ -7,6 +7,7 @@ import os
 import re
 import tomllib
 
+import macros
 import seam
 from vocabulary import parse_fault
 
@@ -134,35 +135,6 @@ def read_lists(texts):
     return lists
 
 
-ANY_MACRO = re.compile(r"%ANY\((\w+),(\d+),(.*?)\)%")
-
-
-def resolve(wanted, seen):
-    """Fills in %ANY(NAME,COUNT,SET)%: COUNT characters out of SET ("A-Z" is a range), the same ones wherever NAME is.
-
-    `wanted` and `seen` are lists of lines; a wanted line that fits the one seen in its place becomes that line.
-    """
-    found, lines = {}, list(wanted)
-    for number, line in enumerate(lines[:len(seen)]):
-        pattern, names = "", []
-        for at, part in enumerate(ANY_MACRO.split(line)):
-            if at % 4 == 0:
-                pattern += re.escape(part)
-            elif at % 4 == 1:
-                known = re.escape(found[part]) if part in found else f"(?P={part})" if part in names else ""
-                names.append(part)
-            elif at % 4 == 2:
-                count = part
-            else:
-                some = re.sub(r"(\w)-(\w)|(.)", lambda m: f"{m[1]}-{m[2]}" if m[1] else re.escape(m[3]), part)
-                pattern += known or f"(?P<{names[-1]}>[{some}]{{{count}}})"
-        match = re.fullmatch(pattern, seen[number], re.S) if names else None
-        if match:
-            found |= match.groupdict()
-            lines[number] = seen[number]
-    return lines
-
-
 # ---- replies: compact JSON in the case, the product's formatted print on the wire
 
 def format_json(node, depth=1):
@@ -284,6 +256,7 @@ def load_file(path, relative, items):
         raise CaseError(f"unknown tables: {', '.join(sorted(unknown))}")
     check_keys(head["defaults"], CASE_KEYS, "defaults")
     lists = read_lists(head["lists"])
+    own = macros.of_file(path)
     named = series({key: head[key] for key in ("replies", "events")}, lists)
     cases = []
     for raw in head["case"]:
@@ -292,7 +265,7 @@ def load_file(path, relative, items):
             own_name = json.dumps(case.pop("name"), ensure_ascii=False)[1:-1].replace('\\"', '"')  # one line, whatever it holds
             name = f"{area}: {own_name}" if own_name else str(area)
             try:
-                cases.append({"row": number, **finish(name, case, **named, items=items)})
+                cases.append({"row": number, **finish(name, case, **named, items=items, own=own)})
             except (CaseError, ValueError, KeyError) as error:
                 raise CaseError(f"{name}: {error}") from error
     return cases
@@ -380,7 +353,7 @@ def check_keys(table, known, where):
             raise CaseError(f"{where}: {key} has the wrong type")
 
 
-def finish(name, case, replies, events, items):
+def finish(name, case, replies, events, items, own):
     """Checks a case after all filling in, and makes the list of its steps."""
     check_keys(case, CASE_KEYS, name)
     for mode, reason in case.get("skip", {}).items():
@@ -403,9 +376,9 @@ def finish(name, case, replies, events, items):
             raise CaseError("no expectation: what is the reply?")
         if step.get("stdin", "close") not in ("close", "open"):
             raise CaseError("stdin is close or open")
-        step["reply"] = wire_reply(step["reply"], replies)
+        step["reply"] = wire_reply(step["reply"], replies, own)
         step["events"] = splice(step.get("events", []), events)
-    return {"name": name, "world": world, "steps": steps, "skip": case.get("skip", {})}
+    return {"name": name, "world": world, "steps": steps, "skip": case.get("skip", {}), "macros": own}
 
 
 def splice(lines, named):
@@ -418,11 +391,7 @@ def splice(lines, named):
     return filled
 
 
-# A text in the case, so that the case is JSON; a number on the wire.
-NUMBER_MACRO = re.compile(r'"(%(?:UPTIME|SINCE)\([^)]*\)%)"')
-
-
-def wire_reply(reply, replies):
+def wire_reply(reply, replies, own):
     """The text that must be seen on standard output: None for nothing. Macros of the time are still in it."""
     if reply.startswith("@"):
         if reply[1:] not in replies:
@@ -432,4 +401,4 @@ def wire_reply(reply, replies):
         return None
     if reply.startswith("text:"):
         return expand(reply.removeprefix("text:"))
-    return NUMBER_MACRO.sub(r"\1", format_json(parse_json(expand(reply)))) + "\n"
+    return own.bare_numbers(format_json(parse_json(expand(reply)))) + "\n"

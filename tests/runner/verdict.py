@@ -1,6 +1,5 @@
 """Compares what was seen of a request with what its case expects."""
 
-import ctypes
 import difflib
 import hashlib
 import itertools
@@ -8,39 +7,26 @@ import math
 import re
 import time
 
-from caseformat import at_second, expand, resolve, to_bytes, to_text
-from isolation import libc
+from caseformat import at_second, expand, to_bytes, to_text
+from macros import Moment
 from message_queue import expected_record
 from vocabulary import EVENT_MARKS, EVENTS, Event, show_mark, take_marks, words
 
-CLOCK_MACRO = re.compile(r"%(SESSION|SINCE|UPTIME)\(([^)]*)\)%")
-DRAWN_MACRO = re.compile(r"%DRAWN\((\d+),(\d+),(\d+),(\d+),(.*?)\)%")
+SESSION_MACRO = re.compile(r"%SESSION\(([^)]*)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
 
 
-def at_time(text, second, uptime=0, laid_out=0):
-    """Fills in what depends on the time: %TIME()% and %TIME(-90)%, the session id %SESSION(user)% of that second,
-    %SINCE(-90)%, which are the seconds since what the case's files name %TIME(-90)%, and %UPTIME()%."""
-
-    def value(match):
-        if match[1] == "SINCE":
-            return str(second - laid_out - int(match[2]))
-        if match[1] == "UPTIME":
-            return str(uptime)
-        return "Us" + hashlib.md5(to_bytes(match[2]) + str(second).encode()).hexdigest()
-
+def at_time(text, moment, own):
+    """Fills in what depends on the time: %TIME()% and %TIME(-90)%, the session id %SESSION(user)% of that second, and the
+    case file's own macros."""
     if "%" not in text:
         return text
-    return DRAWN_MACRO.sub(lambda match: drawn(second, *match.groups()), CLOCK_MACRO.sub(value, at_second(text, second)))
 
+    def session(match):
+        return "Us" + hashlib.md5(to_bytes(match[1]) + str(moment.second).encode()).hexdigest()
 
-def drawn(second, add, factor, skip, count, characters):
-    """%DRAWN(ADD,FACTOR,SKIP,COUNT,CHARACTERS)%: what rand() picks once srand() got (second + ADD) * FACTOR."""
-    libc.srand(ctypes.c_uint((second + int(add)) * int(factor)))
-    for _ in range(int(skip)):
-        libc.rand()
-    return "".join(characters[libc.rand() % len(characters)] for _ in range(int(count)))
+    return own.fill(SESSION_MACRO.sub(session, at_second(text, moment.second)), moment)
 
 
 def seconds_of(seen):
@@ -58,7 +44,8 @@ def judge(case, step, before, seen, items):
     """(second, problems): the second that fits, and a list of (aspect, expected, seen) with all that differs."""
     found = None
     for second, uptime in itertools.product(seconds_of(seen), uptimes_of(seen)):
-        problems = list(compare(step, case["world"], before, seen, items, second, uptime))
+        moment = Moment(second, uptime, seen["laid_out"])
+        problems = list(compare(step, case["macros"], before, seen, items, moment))
         if not problems:
             return second, []
         if found is None or len(problems) < len(found[1]):
@@ -66,9 +53,9 @@ def judge(case, step, before, seen, items):
     return found
 
 
-def compare(step, world, before, seen, items, second, uptime):
+def compare(step, own, before, seen, items, moment):
     def fill(text):
-        return at_time(expand(text), second, uptime, seen["laid_out"])
+        return at_time(expand(text), moment, own)
 
     if seen["timeout"]:
         yield "time", "the program ends", "it had to be killed"
@@ -100,7 +87,7 @@ def compare(step, world, before, seen, items, second, uptime):
 
     told = [named(event, items) for event in seen["log"]]
     events = [str(event) for event in told if is_deed(event)]
-    wanted = resolve([fill(event) for event in step.get("events", [])], events)
+    wanted = own.resolve([fill(event) for event in step.get("events", [])], events)
     if events != wanted:
         yield "events", "\n".join(wanted), "\n".join(events)
     for key, word, others in OF_ONE_KIND:

@@ -61,10 +61,8 @@ void do_entry(char *text) {  // ID INDEX: prints the table entry
     fflush(stdout);
 }
 
-void do_random(char *) {  // writes what the second draw picks out of "ABCDEFG"
-    srand((static_cast<unsigned>(time(nullptr)) + 5) * 3);
-    rand();
-    char value[8] = {"ABCDEFG"[rand() % 7]};
+void do_moment(char *) {  // writes the one of "ABCDEFG" whose turn it is five seconds from now
+    char value[8] = {"ABCDEFG"[(time(nullptr) + 5) % 7]};
     apmib_set(10, value);
 }
 
@@ -324,7 +322,7 @@ constexpr Statement kStatements[] = {
     {"short",     do_short    },
     {"interface", do_interface},
     {"entry",     do_entry    },
-    {"random",    do_random   },
+    {"moment",    do_moment   },
     {"commit",    do_commit   },
     {"save",      do_save     },
     {"try-save",  do_try_save },

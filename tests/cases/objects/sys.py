@@ -1,0 +1,6 @@
+"""Macros of sys.toml."""
+
+
+def UPTIME(moment) -> int:
+    """The seconds since the kernel's start."""
+    return moment.uptime
