@@ -13,6 +13,7 @@ packages_of() {
     router) echo lighttpd busybox proot iproute2 nftables util-linux mount curl ;;
     home) echo python3 python3-jsonschema ;;
     python) echo python3 ;;
+    contract) echo python3 python3-yaml python3-jsonschema ;;
     cases) echo python3 proot ;;
     valgrind) echo valgrind libc6-dbg ;;
     lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;

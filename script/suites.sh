@@ -29,6 +29,9 @@ platform        | cpu  | code | build python         |                          
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
+contract-made   | cpu  | page | contract             |                                       | contract/make --check
+contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
+contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test
 lint            | cpu  | -    | build lint python    | clang:                                | script/lint
 structure       | cpu  | -    | python               |                                       | tests/structure/selftest
 unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests                  | build/sanitize/unit_tests --gtest_brief=1

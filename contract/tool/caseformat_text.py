@@ -1,0 +1,19 @@
+"""The macros of the cases, which the requests of the contract use too."""
+
+import sys
+
+from contract import PROJECT
+
+sys.path[:0] = [str(PROJECT / folder) for folder in ("tests/runner", "platform", "virtual_router/vocabulary")]
+
+import caseformat  # noqa: E402
+from vocabulary import parse_event  # noqa: E402, F401 - of virtual_router/vocabulary
+
+
+def expand(node):
+    """Fills in the macros in all texts of a value."""
+    if isinstance(node, dict):
+        return {key: expand(value) for key, value in node.items()}
+    if isinstance(node, list):
+        return [expand(value) for value in node]
+    return caseformat.expand(node) if isinstance(node, str) else node

@@ -1,0 +1,64 @@
+"""The contract as it is read from its files, checked by the form of contract/form.schema.json."""
+
+import json
+import pathlib
+
+import yaml
+
+FOLDER = pathlib.Path(__file__).resolve().parents[1]
+PROJECT = FOLDER.parent
+
+
+class Loader(yaml.CSafeLoader):
+    """YAML whose words are words: "on" and "no" are texts, not switches."""
+
+
+Loader.yaml_implicit_resolvers = {
+    letter: [(tag, expression) for tag, expression in rows if tag != "tag:yaml.org,2002:timestamp"]
+    for letter, rows in yaml.CSafeLoader.yaml_implicit_resolvers.items()
+}
+
+
+class Contract:
+    """All files of a contract folder: `protocol`, and `objects` by name in the order of the protocol."""
+
+    def __init__(self, folder=FOLDER):
+        self.folder = pathlib.Path(folder)
+        self.protocol = self.read("protocol.yaml")
+        self.order = self.protocol["objects"]
+        self.objects = {name: self.read(f"objects/{name}.yaml") for name in self.order}
+
+    def read(self, name):
+        with open(self.folder / name, encoding="utf-8") as file:
+            return yaml.load(file, Loader)
+
+    def steps(self):
+        """(object, action, step) of every step, those within "each" too."""
+        for name, spec in self.objects.items():
+            for action in ("get", "set"):
+                for step in flat(spec.get(action, {}).get("steps", [])):
+                    yield name, action, step
+
+    def refusals(self):
+        """(object, action, step) of every refusal."""
+        return [row for row in self.steps() if "refuse" in row[2]]
+
+
+def flat(steps):
+    for step in steps:
+        yield step
+        yield from flat(step.get("steps", []))
+
+
+def check_form(contract):
+    """What the files say that no file of a contract may say, as lines."""
+    import jsonschema
+
+    form = json.loads((FOLDER / "form.schema.json").read_text())
+    found = []
+    for name, document in [("protocol", contract.protocol), *((f"objects/{name}", spec) for name, spec in contract.objects.items())]:
+        schema = {**form, "$ref": "#/$defs/" + ("protocol" if name == "protocol" else "object")}
+        plain = json.loads(json.dumps(document))  # keys that are numbers become texts
+        for error in jsonschema.Draft202012Validator(schema).iter_errors(plain):
+            found.append(f"contract/{name}.yaml: {'.'.join(str(part) for part in error.absolute_path)}: {error.message[:200]}")
+    return found

@@ -1,0 +1,33 @@
+"""All files that are made from the contract, as path -> text."""
+
+import json
+
+import catalogue
+import openapi
+import requests_collection
+import schemas
+import tables
+
+
+def as_json(document):
+    return json.dumps(document, indent=2, ensure_ascii=False) + "\n"
+
+
+def all_files(contract, project):
+    folder = project / "contract"
+    made = schemas.Schemas(contract, ref=lambda name: {"$ref": name}).files()
+    files = {folder / "schema" / name: as_json(schema) for name, schema in made.items()}
+    files[folder / "openapi.json"] = as_json(openapi.document(contract, project))
+    for name, spec in contract.objects.items():
+        page = project / f"docs/objects/{name}.md"
+        files[page] = tables.splice(page.read_text(), tables.tables_of(spec))
+    files[project / "docs/messages.md"] = catalogue.page(contract)
+    files |= {folder / "requests" / name: text for name, text in requests_collection.files(contract).items()}
+    return files
+
+
+def stale_files(project, wanted):
+    """Files that stand where only made ones do, and that are no longer made."""
+    folder = project / "contract"
+    found = [*folder.glob("schema/*.json"), *folder.glob("requests/*.http")]
+    return sorted(path for path in found if path not in wanted)

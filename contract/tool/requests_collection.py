@@ -1,0 +1,32 @@
+"""A collection of requests for HTTP clients: a file for each object, in the form of .http files."""
+
+import json
+
+HEAD = """# {about}
+# Made from contract/objects/{name}.yaml by contract/make: do not edit.
+
+@router = http://127.0.0.1:8080
+
+# @name login
+POST {{{{router}}}}/app/app.cgi
+Content-Type: application/json
+
+{{"action": "login", "info": {{"user": "admin", "pwd": "admin"}}}}
+
+@session = {{{{login.response.body.info.sessionid}}}}
+"""
+
+
+def files(contract):
+    found = {}
+    for name, spec in contract.objects.items():
+        parts = [HEAD.format(about=spec["about"], name=name)]
+        for action in ("get", "set"):
+            if action in spec:
+                parts.append(request(f"{action} {name}", {"action": action, "sessionid": "{{session}}", name: spec[action].get("example", {})}))
+        found[f"{name}.http"] = "\n".join(parts)
+    return found
+
+
+def request(title, body):
+    return f"### {title}\nPOST {{{{router}}}}/app/app.cgi\nContent-Type: application/json\n\n{json.dumps(body, indent=2, ensure_ascii=False)}\n"

@@ -1,0 +1,190 @@
+"""The tables of the pages: keys with their limits, messages with their causes. They stand between marks in docs/objects."""
+
+import re
+
+from contract import flat
+from dryrun import listed
+
+FORMS = {
+    "mac": "12 hexadecimal digits", "mac upper": "12 hexadecimal digits in upper case", "mac or empty": "12 hexadecimal digits",
+    "mac with colons": "six pairs of hexadecimal digits, in lower case with colons", "ipv4": "an IPv4 address",
+    "ipv4 or empty": "an IPv4 address", "range": "START-END", "url": "", "clock": "HH:MM:SS",
+    "week": "seven characters 0 or 1", "number": "a decimal number", "decimal": "a decimal number", "session": '"Us" and 32 hexadecimal digits',
+}
+MARK = re.compile(r"<!-- contract: ([\w.]+) -->\n.*?<!-- /contract -->", re.S)
+
+
+def table(head, rows):
+    if not rows:
+        return ""
+    used = [at for at in range(len(head)) if at < 2 or any(row[at] for row in rows)]
+    lines = [[head[at] for at in used], ["---"] * len(used), *([row[at] for at in used] for row in rows)]
+    return "".join("|" + "|".join(cell if cell == "---" else f" {cell} " if cell else " " for cell in line) + "|\n" for line in lines)
+
+
+def type_name(spec):
+    kinds = " or ".join(listed(spec["type"]))
+    return "anything" if kinds == "any" else kinds
+
+
+def rows_of(keys, path=""):
+    """(path, description) of every key, those within objects and lists too."""
+    for key, spec in keys.items():
+        yield from rows_of_value(f'{path}"{key}"', spec)
+
+
+def rows_of_value(path, spec):
+    yield path, spec
+    if "keys" in spec:
+        yield from rows_of(spec["keys"], path + ".")
+    if "usual" in spec:
+        yield from rows_of(spec["usual"], path + ".")
+    for number, each in enumerate(spec.get("each", [])):
+        yield from rows_of_value(f"{path}[{number}]", each)
+    if "of" in spec and "numbered" not in spec:
+        below = spec["of"]
+        if "keys" in below:
+            yield from rows_of(below["keys"], path + "[].")
+        elif "each" in below:
+            for number, each in enumerate(below["each"]):
+                yield from rows_of_value(f"{path}[][{number}]", each)
+
+
+def limits(spec):
+    parts = []
+    if "bytes" in spec:
+        low, high = spec["bytes"]
+        parts.append(f"{high} bytes" if low == high else f"{low} to {high} bytes" if low else f"at most {high} bytes")
+    if "range" in spec:
+        parts.append(f"{spec['range'][0]} to {spec['range'][1]}")
+    if "least" in spec:
+        parts.append(f"at least {spec['least']}")
+    parts += [f"{row['name']}: {row['range'][0]} to {row['range'][1]}" for row in spec.get("range_by", [])]
+    if FORMS.get(spec.get("form", ""), ""):
+        parts.append(FORMS[spec["form"]])
+    if "of" in spec and "form" in spec["of"]:
+        parts.append(f"each {FORMS[spec['of']['form']]}")
+    if "entries" in spec:
+        parts.append(f"at most {spec['entries']}")
+    if "beyond" in spec:
+        parts.append(f"else {spec['beyond'][0].lower() + spec['beyond'][1:]}")
+    return "; ".join(parts)
+
+
+def meaning(spec, is_reply):
+    parts = [spec.get("is", "")]
+    if "values" in spec and list(spec["values"].values()) != ["always"]:
+        parts.append(", ".join(f"{quoted(value, spec)} {text}" for value, text in spec["values"].items()))
+    if "unit" in spec:
+        parts.append(spec["unit"] if spec["unit"].startswith("as ") else "in " + spec["unit"])
+    if "only" in spec and is_reply:
+        parts.append("only " + spec["only"])
+    if "default" in spec:
+        parts.append(f"if missing: {spec['default']}")
+    return ". ".join(part[0].upper() + part[1:] if at and part[0] != '"' else part for at, part in enumerate(filter(None, parts)))
+
+
+def quoted(value, spec):
+    return f'"{value}"' if "string" in listed(spec["type"]) and "number" not in listed(spec["type"]) else f"{value}"
+
+
+def reply_table(keys):
+    return table(["key", "type", "form", "meaning"], [(path, type_name(spec), limits(spec), meaning(spec, True)) for path, spec in rows_of(keys)])
+
+
+def request_table(keys):
+    rows = []
+    for path, spec in rows_of(keys):
+        needed = "yes" if spec.get("needed") is True else spec.get("needed", "no")
+        rows.append((path, type_name(spec), needed, limits(spec), meaning(spec, False)))
+    return table(["key", "type", "needed", "limits", "meaning"], rows)
+
+
+def shown(message):
+    return f"`{message}`".replace("\n", "\\n") if message else "empty"
+
+
+def stored_before(spec, action, last):
+    """What may have been stored before a refusal: the keys whose items were written, and whether that is committed."""
+    side = spec[action]
+    owner = {}
+    for path, key in rows_of(side.get("keys", {})):
+        for item in listed(key.get("store", [])):
+            owner.setdefault(item, []).append(path.split(".")[0].split("[")[0])
+    keys, committed = [], False
+
+    def note(key):
+        if key not in keys:
+            keys.append(key)
+
+    for step in side.get("steps", []):
+        inside = any(below is last for below in flat(step.get("steps", [])))
+        if step is last:
+            break
+        if "each" in step:
+            if any("write" in below for below in step["steps"]):
+                note(f'elements of "{step["each"]}"' if inside else f'"{step["each"]}"')
+            if inside:
+                break
+        for item in listed(step.get("write", [])):
+            for key in owner.get(item, []):
+                note(key)
+        committed = committed or "commit" in step
+    return ", ".join(keys) + (" (committed)" if committed and keys else "")
+
+
+def message_rows(spec):
+    """(action, code, text, causes, stored before) of every message of an object, in the order of the checks."""
+    rows = {}
+    for action in ("get", "set"):
+        for step in flat(spec.get(action, {}).get("steps", [])):
+            if "refuse" in step:
+                row = rows.setdefault((action, step.get("code", -1), step["refuse"]), ([], []))
+                if step["cause"] not in row[0]:
+                    row[0].append(step["cause"])
+                before = stored_before(spec, action, step)
+                if before not in row[1]:
+                    row[1].append(before)
+    if "set" not in spec:
+        rows["set", -1, "ERROR:not support set"] = (["a set"], [""])
+    return [(action, code, text, "; ".join(causes), "; or ".join(each or "nothing" for each in before) if any(before) else "")
+            for (action, code, text), (causes, before) in rows.items()]
+
+
+def messages_table(spec):
+    rows = message_rows(spec)
+    actions = {row[0] for row in rows}
+    codes = {row[1] for row in rows}
+    return table(
+        ['"msg"', "cause", "in" if len(actions) > 1 else "", '"error"' if len(codes) > 1 else "", "stored before it"],
+        [(shown(text), cause, action if len(actions) > 1 else "", str(code) if len(codes) > 1 else "", before)
+         for action, code, text, cause, before in rows],
+    )
+
+
+def tables_of(spec):
+    """mark -> table, of a page."""
+    found = {"messages": messages_table(spec)}
+    if "get" in spec:
+        found["get.reply"] = reply_table(spec["get"]["reply"])
+        if "ask" in spec["get"]:
+            found["get.request"] = request_table(spec["get"]["ask"])
+    if "set" in spec:
+        keys = spec["set"].get("keys") or {spec["object"]: spec["set"]["value"]}
+        found["set.request"] = request_table(keys)
+    return found
+
+
+def splice(page, tables):
+    """The page with the tables between its marks. A mark that the contract has no table for is an error."""
+    seen = []
+
+    def fill(match):
+        seen.append(match[1])
+        return f"<!-- contract: {match[1]} -->\n{tables[match[1]]}<!-- /contract -->"
+
+    page = MARK.sub(fill, page)
+    missing = set(tables) - set(seen)
+    if missing:
+        raise KeyError("no mark for " + ", ".join(sorted(missing)))
+    return page
