@@ -20,15 +20,18 @@ struct WifiData {
     uint16_t flags;
 };
 
+// The kernel copies a whole `ifreq` for a private request, whose widest part has this form.
+struct WifiKernelRoom {
+    unsigned long memory[2];
+    uint8_t rest[8];
+};
+
 struct WifiRequest {
     char interface[IF_NAMESIZE];  // unterminated when it fills the field
     union {
         char protocol[IF_NAMESIZE];  // the answer to the first request
         struct WifiData data;
-        struct {
-            unsigned long memory[2];
-            uint8_t rest[8];
-        } kernel_room;  // the kernel copies a whole `ifreq` for a private request
+        struct WifiKernelRoom kernel_room;
     };
 };
 #ifdef IFNAMSIZ  // not shown to a strict C11 compiler, and `ifreq` neither
