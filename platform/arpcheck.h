@@ -1,5 +1,5 @@
-// The ARP list of a bridge, which the firmware supplies as libarpcheck.so. Declarations only, for C11
-// and C++, bound at run time.
+// The ARP list of a bridge, which the firmware supplies as libarpcheck.so. Declarations only, for C11 and C++, bound at
+// run time.
 #ifndef PLATFORM_ARPCHECK_H
 #define PLATFORM_ARPCHECK_H
 
