@@ -16,11 +16,12 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/arpcheck.h"
+#include "platform/wifi_driver.h"
+
 namespace {
 
-constexpr int kMostClients = 256;
-constexpr int kStationSize = 63;
-constexpr size_t kTableSize = 4095;
+constexpr int kMostClients = kArpEntryLimit;
 constexpr int kClientsPerStation = 4;  // of a table
 
 const char *const kInterfaces[] = {"wlan0",     "wlan1",     "wlan0-va0", "wlan0-va1", "wlan0-va2",
@@ -88,16 +89,16 @@ bool is_behind_mesh(int client) {
 }
 
 std::string station(int number, const Mac &mac) {
-    std::string record(kStationSize, '\0');
-    record[0] = static_cast<char>(number);
-    memcpy(record.data() + 2, mac.data(), mac.size());
-    record[20] = 4;                        // associated
-    record[22] = static_cast<char>(169);   // sends at 160 + MCS 9
-    record[23] = 55;                       // signal
-    record[52] = 0x48;                     // 11ac and 11n
-    record[53] = 6;                        // 80 MHz, short guard interval
-    record[54] = static_cast<char>(0x8F);  // receives at HT MCS 15
-    return record;
+    StaInfoEntry record = {};
+    record.association_id[0] = static_cast<uint8_t>(number);
+    memcpy(record.mac, mac.data(), mac.size());
+    record.state = kStationAssociated;
+    record.tx_rate = 169;  // 160 + MCS 9
+    record.rssi = 55;
+    record.wireless_mode = kMode11ac | kMode11n;
+    record.rate_flags = kRate80MHz | kRateShortGuard;
+    record.rx_rate = 0x8F;  // HT MCS 15
+    return {reinterpret_cast<const char *>(&record), sizeof record};
 }
 
 // Every fourth client is in the last table. The other tables hold as many stations, which are no clients.
@@ -110,13 +111,13 @@ void fill_station_tables(const Home &home) {
     uint8_t table_number = 0;
     for (const char *interface : kInterfaces) {
         ++table_number;
-        std::string table(kStationSize, '\0');
+        std::string table(sizeof(StaInfoEntry), '\0');
         for (int client = 0; client < home.clients; client += kClientsPerStation) {
             const int number = client / kClientsPerStation + 1;
             const Mac stranger = {2, 0, 0, 1, table_number, static_cast<uint8_t>(number)};
             table += station(number, interface == last ? client_mac(client) : stranger);
         }
-        table.resize(kTableSize);
+        table.resize(kStationTableSize);
         write_file(std::string("/home/stations/") + interface, table);
     }
 }

@@ -62,7 +62,7 @@ lay_out_root() {
     cp "$build/app.cgi" "$root/web/app"
     : >"$root/web/status-500.html"
     cp "$here"/web/* "$root/web/pages"
-    cp "$here/lighttpd.conf" "$here/../platform/items.conf" "$root/etc"
+    cp "$here/lighttpd.conf" "$here"/../platform/{items,records}.conf "$root/etc"
     echo 'root:x:0:0:root:/:/bin/sh' >"$root/etc/passwd"
     echo 'root:x:0:' >"$root/etc/group"
     echo '127.0.0.1 localhost' >"$root/etc/hosts"

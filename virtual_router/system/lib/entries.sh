@@ -6,22 +6,56 @@ entries() {
     echo "$1" | tr ',' ' '
 }
 
-# entry_bytes ENTRY OFFSET SIZE: prints the bytes' digits.
+entry_records=$(cat /etc/records.conf)
+
+# find_field FIELD: gives field_at the place and field_size the size, both in digits, of a field of a record, RECORD.FIELD
+# (platform/records.conf).
+find_field() {
+    field_line=${entry_records#*"
+$1 "}
+    if [ "$field_line" = "$entry_records" ]; then
+        echo "no record has a field $1" >&2
+        return 1
+    fi
+    # shellcheck disable=SC2086  # the place and the kind
+    set -- ${field_line%%"
+"*}
+    case "$2" in
+    byte* | text*) field_size=2 ;;
+    uint16*) field_size=4 ;;
+    mac) field_size=12 ;;
+    *) field_size=8 ;;
+    esac
+    case "$2" in *\[*)
+        field_line=${2#*[}
+        field_size=$((field_size * ${field_line%]}))
+        ;;
+    esac
+    field_at=$(($1 * 2))
+}
+
+# entry_bytes ENTRY FIELD: prints the bytes' digits.
 entry_bytes() {
-    echo "${1:$(($2 * 2)):$(($3 * 2))}"
+    find_field "$2" && echo "${1:$field_at:$field_size}"
 }
 
-# entry_number ENTRY OFFSET: prints an unsigned number of 4 bytes, the low byte first.
+# entry_number ENTRY FIELD: prints an unsigned number, the low byte first.
 entry_number() {
-    echo $((0x${1:$(($2 * 2 + 6)):2}${1:$(($2 * 2 + 4)):2}${1:$(($2 * 2 + 2)):2}${1:$(($2 * 2)):2}))
+    entry_number_digits=$(entry_bytes "$@") || return 1
+    entry_number_value=
+    while [ -n "$entry_number_digits" ]; do
+        entry_number_value=${entry_number_digits:0:2}$entry_number_value
+        entry_number_digits=${entry_number_digits:2}
+    done
+    echo $((0x$entry_number_value))
 }
 
-# entry_address ENTRY OFFSET: prints an IPv4 address.
+# entry_address ENTRY FIELD: prints an IPv4 address.
 entry_address() {
-    number_to_address $((0x${1:$(($2 * 2)):8}))
+    number_to_address $((0x$(entry_bytes "$@")))
 }
 
-# entry_text ENTRY OFFSET SIZE: prints a text up to its NUL, with "?" for control characters.
+# entry_text ENTRY FIELD: prints a text up to its NUL, with "?" for control characters.
 entry_text() {
     entry_text_digits=$(entry_bytes "$@")
     entry_text_codes=
