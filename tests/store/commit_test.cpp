@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <lmdb.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -286,13 +288,15 @@ TEST_F(Readers, SeeAValueOfOneWrite) {
 }
 
 TEST_F(Readers, CommitOneMoment) {
-    // The settings file as another router's working copy.
-    Router other("");
-    std::filesystem::create_directories(other.path("/var/mib"));
+    // The settings file as another router's committed copy.
+    Router other(wide_definitions());
+    ASSERT_EQ(other.flash({"boot"}).status, 0);
     auto look = [&] {
         ASSERT_EQ(router.run([] { REQUIRE(apmib_init() != 0 && apmib_update(4) != 0 && save_cs_to_file() == 0); }), 0);
-        std::filesystem::copy_file(router.path(kSettings), other.path(kWorking),
+        std::filesystem::copy_file(router.path(kSettings), other.path(kCommitted),
                                    std::filesystem::copy_options::overwrite_existing);
+        Outcome boot = other.flash({"boot"});
+        ASSERT_EQ(boot.output, "");
         ASSERT_EQ(other.run([] {
             int32_t oldest = 0;
             int32_t newest = 0;
@@ -306,6 +310,51 @@ TEST_F(Readers, CommitOneMoment) {
     Outcome boot = router.flash({"boot"});
     EXPECT_EQ(boot.status, 0);
     EXPECT_EQ(boot.output, "");
+}
+
+// A process that reads the working copy and is stopped there, until `file` exists.
+void read_until(const char *file) {
+    MDB_env *env = nullptr;
+    MDB_txn *txn = nullptr;
+    REQUIRE(mdb_env_create(&env) == 0 && mdb_env_set_mapsize(env, size_t{16} << 20) == 0);
+    REQUIRE(mdb_env_open(env, kWorking, MDB_NOSUBDIR | MDB_RDONLY, 0) == 0);
+    REQUIRE(mdb_txn_begin(env, nullptr, MDB_RDONLY, &txn) == 0);
+    write_file("/etc/reads", "");
+    while (access(file, F_OK) != 0) {
+        usleep(1000);
+    }
+    mdb_txn_abort(txn);
+    pause();
+}
+
+// Nobody can write over what a reader may still look at, so that the file fills up; who writes waits then.
+TEST_F(Readers, ThatAreStoppedOrKilledFailNoWrite) {
+    for (bool is_killed : {false, true}) {
+        SCOPED_TRACE(is_killed ? "killed" : "stopped for a while");
+        std::filesystem::remove(router.path("/etc/reads"));
+        std::filesystem::remove(router.path("/etc/go"));
+        pid_t reader = router.start([] { read_until("/etc/go"); });
+        while (!std::filesystem::exists(router.path("/etc/reads"))) {
+            usleep(1000);
+        }
+        pid_t writer = router.start([] {
+            REQUIRE(apmib_init() != 0);
+            for (int32_t i = 0; i < 6000; i++) {
+                REQUIRE(apmib_set(kOldest, &i) != 0);
+            }
+        });
+        usleep(is_killed ? 1000 : 1200000);
+        if (is_killed) {
+            kill(reader, SIGKILL);
+        } else {
+            EXPECT_EQ(waitpid(writer, nullptr, WNOHANG), 0) << "nothing has filled up";
+            write_file(router.path("/etc/go"), "");
+        }
+        EXPECT_EQ(wait_for(writer), 0);
+        kill(reader, SIGKILL);
+        wait_for(reader);
+        EXPECT_LE(std::filesystem::file_size(router.path(kWorking)), size_t{16} << 20);
+    }
 }
 
 // ---- What a process does to the committed copy ----------------------------------------------------------------------
@@ -388,9 +437,6 @@ class FileRecorder {
 
     void done(size_t result) {
         switch (entry_.number) {
-            case SYS_sendfile:
-                add(read_before(static_cast<int>(entry_.arguments[1]), entry_.arguments[2], result));
-                break;
             case SYS_write:
                 add(read_memory(process_, entry_.arguments[1], result));
                 break;
@@ -401,19 +447,26 @@ class FileRecorder {
                 new_ = -1;
                 break;
             default:
-                strange = true;
+                strange |= !only_looks(entry_.number);
                 break;
         }
     }
 
-    // Reads what a sendfile() took from a file: the bytes before the offset that it left.
-    std::string read_before(int fd, unsigned long offset_address, size_t size) {
-        off_t offset = 0;
-        std::string raw = read_memory(process_, offset_address, sizeof(offset));
-        strange |= raw.size() != sizeof(offset);
-        memcpy(&offset, raw.data(), raw.size());
-        std::string file = read_file("/proc/" + std::to_string(process_) + "/fd/" + std::to_string(fd));
-        return file.substr(static_cast<size_t>(offset) - size, size);
+    static bool only_looks(unsigned long call) {
+        for (unsigned long looking : {
+                 static_cast<unsigned long>(SYS_fcntl),
+#ifdef SYS_newfstatat
+                 static_cast<unsigned long>(SYS_newfstatat),
+#endif
+#ifdef SYS_fstat
+                 static_cast<unsigned long>(SYS_fstat),
+#endif
+             }) {
+            if (call == looking) {
+                return true;
+            }
+        }
+        return false;
     }
 
     void add(const std::string &bytes) {
@@ -599,7 +652,7 @@ TEST_F(State, IsOldOrNewWhereverACommitIsKilled) {
         places += kill_everywhere(last - 1, last, 1, [=] { return start_commits(base, last); });
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(places, 30 * std::size(kStates));
+    EXPECT_GT(places, 25 * std::size(kStates));
     printf("killed at %zu places\n", places);
 }
 

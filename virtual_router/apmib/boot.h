@@ -6,6 +6,13 @@
 
 namespace store {
 
+// Reads a committed copy, or a settings file, which may be damaged in any way. Returns what is wrong with it, or an
+// empty text; then `records` are all that were committed. Throws std::runtime_error when there is no such file.
+std::string read_committed(const char *path, Records *records);
+
+// All that a transaction on the working copy sees. Throws std::runtime_error when there is what is no record.
+Records read_working(const Copy &copy, MDB_txn *txn);
+
 // Makes both copies ready: checks the committed copy, gives new items their default, and lays out the working copy from
 // it. What was not committed is gone. A committed copy that is damaged is reported on standard error, set aside under a
 // name with the time, and replaced by the definitions' defaults, as it is with `fresh` or when there is none.

@@ -1,7 +1,6 @@
 // The `flash` command: looks into the configuration store, and starts it.
 
 #include <getopt.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -114,50 +113,28 @@ Options parse_options(int argc, char **argv) {
     return options;
 }
 
-void open_started(Copy *copy, const char *path, unsigned flags) {
-    store::check(store::open_copy(copy, path, flags), std::string(path) + " (was the router started? flash boot does)");
+void open_started(Copy *working) {
+    store::check(store::open_working(working, false),
+                 std::string(store::kWorkingPath) + " (was the router started? flash boot does)");
 }
 
-// A transaction on a copy, the working one if it is to write, with its lock held.
+// A transaction on the working copy. `flags`: MDB_RDONLY, or 0 if it is to write.
 class Session {
   public:
-    explicit Session(unsigned flags, const char *path = store::kWorkingPath) {
-        open_started(&copy_, path, MDB_RDONLY);  // which does not make a file where there is none
-        if ((flags & MDB_RDONLY) == 0) {
-            store::close_copy(&copy_);
-            open_started(&copy_, path, MDB_NOSYNC);
-        }
-        store::check(store::lock_copy(copy_, (flags & MDB_RDONLY) != 0 ? LOCK_SH : LOCK_EX) ? 0 : errno, "lock");
+    explicit Session(unsigned flags) {
+        open_started(&copy_);
         store::check(store::begin(&copy_, flags, &txn_), "begin");
     }
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
     ~Session() {
         mdb_txn_abort(txn_);
-        store::close_copy(&copy_);  // and its lock with it
+        store::close_working(&copy_);
     }
 
-    store::Records read() {
-        store::Records records;
-        MDB_cursor *cursor = nullptr;
-        store::check(mdb_cursor_open(txn_, copy_.dbi, &cursor), "read");
-        MDB_val key = {};
-        MDB_val data = {};
-        while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) {
-            uint32_t id = 0;
-            Item item;
-            const uint8_t *slots = nullptr;
-            store::check(key.mv_size == sizeof(id) && store::read_record(data, &item, &slots) ? 0 : MDB_CORRUPTED,
-                         "read");
-            memcpy(&id, key.mv_data, sizeof(id));
-            records[id].assign(static_cast<const char *>(data.mv_data), data.mv_size);
-        }
-        mdb_cursor_close(cursor);
-        return records;
-    }
+    store::Records read() { return store::read_working(copy_, txn_); }
 
     void write(uint32_t id, std::string *record) {
-        store::seal_record(id, record->data());
         MDB_val key = {sizeof(id), &id};
         MDB_val data = {record->size(), record->data()};
         store::check(mdb_put(txn_, copy_.dbi, &key, &data, 0), "write");
@@ -231,14 +208,19 @@ void print_all(const Options &) {
 }
 
 void print_settings(const Options &) {
-    std::cout << store::print_items(Session(MDB_RDONLY, store::kSettingsPath).read());
+    store::Records records;
+    std::string fault = store::read_committed(store::kSettingsPath, &records);
+    if (!fault.empty()) {
+        throw std::runtime_error(std::string(store::kSettingsPath) + " is damaged: " + fault);
+    }
+    std::cout << store::print_items(records);
 }
 
 void commit(const Options &) {
     Copy working;
-    open_started(&working, store::kWorkingPath, MDB_RDONLY);
+    open_started(&working);
     store::check(store::commit(&working), "commit");
-    store::close_copy(&working);
+    store::close_working(&working);
     store::check(store::save_settings(), store::kSettingsPath);
 }
 

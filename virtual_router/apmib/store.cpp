@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/sendfile.h>
 #include <unistd.h>
 
 namespace store {
@@ -42,73 +41,46 @@ size_t entry_count(const Item &item, const uint8_t *slot) {
     return count < 0 ? 0 : count > item.limit ? item.limit : static_cast<size_t>(count);
 }
 
-uint64_t add_to_sum(uint64_t sum, uint64_t word) {
-    // Each step can be undone, so that one changed word always changes the sum.
-    sum = (sum ^ word) * 0x9e3779b97f4a7c15;
-    return sum ^ (sum >> 32);
-}
-
-namespace {
-
-uint64_t add_bytes(uint64_t sum, const uint8_t *bytes, size_t size) {
-    uint64_t word = 0;
-    for (; size >= sizeof(word); size -= sizeof(word), bytes += sizeof(word)) {
-        memcpy(&word, bytes, sizeof(word));
-        sum = add_to_sum(sum, word);
+int open_working(Copy *copy, bool create) {
+    if (!create && access(kWorkingPath, F_OK) != 0) {
+        return errno;
     }
-    word = 0;
-    memcpy(&word, bytes, size);
-    return add_to_sum(sum, word);
-}
-
-}  // namespace
-
-uint64_t sum_slot(const Item &item, int number, const uint8_t *slot) {
-    return add_bytes(add_to_sum(0, static_cast<uint64_t>(number) + 1), slot, used_size(item, slot));
-}
-
-uint64_t sum_record(uint32_t id, const void *record) {
-    Item item;
-    memcpy(&item, record, sizeof(item));
-    auto slot = static_cast<const uint8_t *>(record) + sizeof(item);
-    uint64_t sum = add_bytes(add_to_sum(0, id), static_cast<const uint8_t *>(record), offsetof(Item, sum));
-    for (int i = 0; i < item.slots; i++, slot += slot_size(item)) {
-        sum ^= sum_slot(item, i, slot);
-    }
-    return sum;
-}
-
-void seal_record(uint32_t id, void *record) {
-    uint64_t sum = sum_record(id, record);
-    memcpy(static_cast<uint8_t *>(record) + offsetof(Item, sum), &sum, sizeof(sum));
-}
-
-int open_copy(Copy *copy, const char *path, unsigned flags) {
     int error = mdb_env_create(&copy->env);
     if (error != 0) {
         return error;
     }
     error = mdb_env_set_mapsize(copy->env, kMapSize);
     if (error == 0) {
-        // MDB_NOMEMINIT: to clear what is unused in pages would cost a request that commits 30,000 instructions. What
-        // is left there is the process's own, and only its owner reads the files.
-        error = mdb_env_open(copy->env, path, MDB_NOSUBDIR | MDB_NOLOCK | MDB_NOMEMINIT | flags, kFileMode);
+        // A power cut takes the file with it, which lies in the router's memory: it is never written to a disk in
+        // haste.
+        error = mdb_env_open(copy->env, kWorkingPath, MDB_NOSUBDIR | MDB_NOSYNC, kFileMode);
     }
     int fd = -1;
     if (error == 0) {
         error = mdb_env_get_fd(copy->env, &fd);
     }
-    // A command that outlives a killed writer must not keep the writer's lock with an inherited descriptor.
+    // LMDB leaves this one, and only this one, to the commands that its process runs.
     if (error == 0 && fcntl(fd, F_SETFD, FD_CLOEXEC) != 0) {
         error = errno;
     }
+    if (error == 0) {
+        // Processes end without a farewell: what they held as readers is set free here.
+        error = mdb_reader_check(copy->env, nullptr);
+    }
+    MDB_stat stat = {};
+    if (error == 0) {
+        error = mdb_env_stat(copy->env, &stat);
+    }
+    if (error == 0 && !create && stat.ms_entries == 0) {
+        error = ENOENT;  // a file that was never laid out
+    }
     if (error != 0) {
-        close_copy(copy);
+        close_working(copy);
     }
     return error;
 }
 
-void close_copy(Copy *copy) {
+void close_working(Copy *copy) {
     mdb_env_close(copy->env);
     *copy = {};
 }
@@ -126,22 +98,38 @@ int begin(Copy *copy, unsigned flags, MDB_txn **txn) {
     return error;
 }
 
-bool lock_file(int fd, int operation) {
-    int result = 0;
-    do {
-        result = flock(fd, operation);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
+namespace {
+
+// Each step can be undone, so that one changed word always changes the sum.
+uint64_t add_word(uint64_t sum, uint64_t word) {
+    sum = (sum ^ word) * 0x9e3779b97f4a7c15;
+    return sum ^ (sum >> 32);
 }
 
-bool lock_copy(const Copy &copy, int operation) {
-    int fd = -1;
-    return mdb_env_get_fd(copy.env, &fd) == 0 && lock_file(fd, operation);
+}  // namespace
+
+uint64_t add_to_sum(uint64_t sum, RecordHead head, const void *record) {
+    uint64_t word = 0;
+    static_assert(sizeof(head) == sizeof(word));
+    memcpy(&word, &head, sizeof(word));
+    sum = add_word(sum, word);
+    auto bytes = static_cast<const uint8_t *>(record);
+    size_t size = head.size;
+    for (; size >= sizeof(word); size -= sizeof(word), bytes += sizeof(word)) {
+        memcpy(&word, bytes, sizeof(word));
+        sum = add_word(sum, word);
+    }
+    word = 0;
+    memcpy(&word, bytes, size);
+    return add_word(sum, word);
 }
 
 int take_commit_lock() {
     int fd = open(kCommitLockPath, O_RDWR | O_CREAT | O_CLOEXEC, kFileMode);
-    if (fd >= 0 && !lock_file(fd, LOCK_EX)) {
+    int result = -1;
+    while (fd >= 0 && (result = flock(fd, LOCK_EX)) != 0 && errno == EINTR) {
+    }
+    if (fd >= 0 && result != 0) {
         close(fd);
         fd = -1;
     }
@@ -150,64 +138,48 @@ int take_commit_lock() {
 
 namespace {
 
-// Sums up the checksums of a copy, whose lock is held. Returns 0 or an error for mdb_strerror().
-int sum_copy(Copy *copy, uint64_t *sum) {
+// Writes the working copy's records as they are at one moment, and their End. A record that is none ends it: the
+// committed copy is not to take over damage. Returns 0 or an error for mdb_strerror().
+int write_working(FILE *to, Copy *working) {
     MDB_txn *txn = nullptr;
-    MDB_cursor *cursor = nullptr;
-    int error = begin(copy, MDB_RDONLY, &txn);
+    int error = begin(working, MDB_RDONLY, &txn);
     if (error != 0) {
         return error;
     }
-    error = mdb_cursor_open(txn, copy->dbi, &cursor);
-    *sum = 0;
+    MDB_cursor *cursor = nullptr;
+    error = mdb_cursor_open(txn, working->dbi, &cursor);
+    End end = {kEndMagic, 0};
     for (MDB_val key = {}, data = {}; error == 0 && (error = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) == 0;) {
         Item item;
-        if (data.mv_size < sizeof(item)) {
+        const uint8_t *slots = nullptr;
+        RecordHead head = {0, static_cast<uint32_t>(data.mv_size)};
+        if (key.mv_size != sizeof(head.id) || !read_record(data, &item, &slots)) {
             error = MDB_CORRUPTED;
             break;
         }
-        memcpy(&item, data.mv_data, sizeof(item));
-        *sum = add_to_sum(*sum, item.sum);
+        memcpy(&head.id, key.mv_data, sizeof(head.id));
+        end.sum = add_to_sum(end.sum, head, data.mv_data);
+        fwrite(&head, sizeof(head), 1, to);
+        fwrite(data.mv_data, data.mv_size, 1, to);
     }
     mdb_cursor_close(cursor);
     mdb_txn_abort(txn);
+    fwrite(&end, sizeof(end), 1, to);
     return error == MDB_NOTFOUND ? 0 : error;
 }
 
-// Appends what a file has to another. Returns 0 or an errno.
-int append_file(int to, int from) {
-    off_t offset = 0;
-    for (ssize_t count = 1; count != 0;) {
-        count = sendfile(to, from, &offset, kMapSize);
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
-
-// Appends the working copy, as it is at one moment, and the end that goes with it.
-int append_working(int to, Copy *working) {
-    if (!lock_copy(*working, LOCK_SH)) {
+// Writes what the committed copy has. Returns 0 or an errno.
+int write_committed(FILE *to, Copy * /*working*/) {
+    FILE *from = fopen(kCommittedPath, "re");
+    if (from == nullptr) {
         return errno;
     }
-    int from = -1;
-    End end = {kEndMagic, 0};
-    int error = sum_copy(working, &end.sum);
-    error = error != 0 ? error : mdb_env_get_fd(working->env, &from);
-    error = error != 0 ? error : append_file(to, from);
-    lock_copy(*working, LOCK_UN);  // before the slow part: nobody waits for the flash memory to read or write an item
-    if (error == 0 && write(to, &end, sizeof(end)) != sizeof(end)) {
-        error = ENOSPC;
+    char part[BUFSIZ];
+    for (size_t size = 0; (size = fread(part, 1, sizeof(part), from)) > 0;) {
+        fwrite(part, 1, size, to);
     }
-    return error;
-}
-
-// Appends the committed copy. The commit lock is held.
-int append_committed(int to, Copy * /*working*/) {
-    int from = open(kCommittedPath, O_RDONLY | O_CLOEXEC);
-    int error = from < 0 ? errno : append_file(to, from);
-    close(from);
+    int error = ferror(from) != 0 ? EIO : 0;
+    fclose(from);
     return error;
 }
 
@@ -223,18 +195,19 @@ int rename_new(const char *path) {
     return error;
 }
 
-// Puts a new file in a path's place when what was appended to it is safely down. The commit lock is held. Returns 0 or
-// an error for mdb_strerror().
-int replace_file(const char *path, int (*append)(int to, Copy *working), Copy *working) {
-    int to = open(kNewPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
-    if (to < 0) {
+// Puts a new file in a path's place when what is written to it is safely down. The commit lock is held. Returns 0 or an
+// error for mdb_strerror().
+int replace_file(const char *path, int (*write)(FILE *to, Copy *working), Copy *working) {
+    int fd = open(kNewPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
+    FILE *to = fd < 0 ? nullptr : fdopen(fd, "w");
+    if (to == nullptr) {
         return errno;
     }
-    int error = append(to, working);
-    if (error == 0 && fsync(to) != 0) {
-        error = errno;
+    int error = write(to, working);
+    if (error == 0 && (ferror(to) != 0 || fflush(to) != 0 || fsync(fd) != 0)) {
+        error = errno != 0 ? errno : EIO;
     }
-    close(to);
+    fclose(to);
     if (error != 0) {
         unlink(kNewPath);  // it may be what fills the memory
     }
@@ -244,7 +217,7 @@ int replace_file(const char *path, int (*append)(int to, Copy *working), Copy *w
 }  // namespace
 
 int commit_locked(Copy *working) {
-    return replace_file(kCommittedPath, append_working, working);
+    return replace_file(kCommittedPath, write_working, working);
 }
 
 int commit(Copy *working) {
@@ -262,7 +235,7 @@ int save_settings() {
     if (lock < 0) {
         return errno;
     }
-    int error = replace_file(kSettingsPath, append_committed, nullptr);
+    int error = replace_file(kSettingsPath, write_committed, nullptr);
     close(lock);
     return error;
 }

@@ -1,19 +1,11 @@
 // The store's two copies and the records in them, shared by libapmib.so and the `flash` command.
 //
-// A copy is one LMDB file. Its records are keyed by item id; a record holds the item's definition and its value in
-// every slot, so a reader needs no table of items of its own. Records never change their size between two boots.
+// The working copy is an LMDB file that all programs of the router read and write, each write a transaction of its own.
+// The committed copy, and the settings file beside it, are plain files: the records of one moment, one after the other,
+// and an End with their checksum.
 //
-// Locks. LMDB's own lock file is not used (MDB_NOLOCK): its reader table keeps the slots of killed processes, and
-// setting it up costs each short-lived process more than all its reads. Kernel file locks take its place; the kernel
-// drops them when their holder dies. Readers of a copy share its lock, a writer has it alone, which is what LMDB asks
-// of its callers.
-//   commit lock   a file of its own beside the committed copy; whoever reads or replaces the committed copy holds it
-//   working lock  on the working copy's file, which is only ever rewritten in place
-// Order: the commit lock first, then the working lock. A snapshot for a commit is taken with the commit lock held, so
-// that an older snapshot never takes the place of a newer one.
-//
-// A commit copies the working copy's file, which the kernel does for almost nothing, and renames the copy to the
-// committed one: at every moment there is an old or a new one, and nothing between.
+// A record holds an item's definition and its value in every slot, so that a reader needs no table of items of its own.
+// Records never change their size between two boots.
 //
 // Not for several threads of one process.
 #ifndef VIRTUAL_ROUTER_APMIB_STORE_H
@@ -30,15 +22,17 @@
 namespace store {
 
 constexpr char kWorkingPath[] = "/var/mib/working.mdb";
+constexpr char kWorkingLockPath[] = "/var/mib/working.mdb-lock";  // LMDB's, and its choice
 constexpr char kCommittedPath[] = "/flash/mib/committed.mdb";
-constexpr char kCommitLockPath[] = "/flash/mib/commit.lock";
 constexpr char kSettingsPath[] = "/flash/mib/settings.mdb";
 constexpr char kFlashPath[] = "/flash/mib";
+constexpr char kCommitLockPath[] = "/flash/mib/commit.lock";
 constexpr char kNewPath[] = "/flash/mib/new.mdb";  // what is about to take the place of one of the above
 constexpr mode_t kFileMode = 0600;
 
-// Upper limit of a copy's file. A full house of items takes about a fiftieth of it.
-constexpr size_t kMapSize = size_t{4} << 20;
+// Upper limit of the working copy's file. A full house of items takes about a hundredth of it; the rest is room for
+// what others write while somebody reads for long.
+constexpr size_t kMapSize = size_t{16} << 20;
 
 constexpr int kRadioCount = kWlanCount;
 constexpr int kVirtualCount = kVwlanCount;  // the main access point and five virtual ones
@@ -61,11 +55,10 @@ struct Item {
     uint16_t match;  // tables: leading bytes of an entry that a delete compares, 1 to `width`
     uint16_t width;  // of the value in bytes; of one entry for tables
     char name[56];
-    uint64_t sum;  // of all else in the record that means something, and of the item's id: see sum_record()
 };
-static_assert(sizeof(Item) == 72, "records are compared and summed as bytes: no padding");
+static_assert(sizeof(Item) == 64, "records are stored as bytes: no padding");
 
-// A table's slot is an int32 count and room for `limit` entries. What unused ones hold means nothing.
+// A table's slot is an int32 count and room for `limit` entries. Unused ones are all zeros.
 constexpr size_t kCountSize = sizeof(int32_t);
 
 inline size_t slot_size(const Item &item) {
@@ -79,62 +72,53 @@ inline size_t record_size(const Item &item) {
 // How many entries a table has, whatever its count says.
 size_t entry_count(const Item &item, const uint8_t *slot);
 
-// How much of a slot means something.
-inline size_t used_size(const Item &item, const uint8_t *slot) {
-    return item.kind == kTable ? kCountSize + entry_count(item, slot) * item.width : item.width;
-}
-
 // Splits a record into its definition and the address of its first slot. False: `data` is no record that can be
 // defined.
 bool read_record(const MDB_val &data, Item *item, const uint8_t **slots);
-
-// The checksum of a record that read_record() takes: those of its definition and of its slots, XORed, so that whoever
-// changes a slot need not look at the others. Every record has it at all times, so that a commit has only checksums to
-// sum up.
-uint64_t sum_record(uint32_t id, const void *record);
-uint64_t sum_slot(const Item &item, int number, const uint8_t *slot);
-
-// Writes the checksum into a record.
-void seal_record(uint32_t id, void *record);
-
-// Folds a record's checksum into a running sum, in the order of keys. Start with 0.
-uint64_t add_to_sum(uint64_t sum, uint64_t word);
-
-// What a committed file ends with, behind the pages that LMDB knows of: a file that was cut short has none, and records
-// of different commits do not fit it.
-struct End {
-    uint64_t magic;
-    uint64_t sum;  // of all records' checksums
-};
-constexpr uint64_t kEndMagic = 0x34304249'4d5041'00;  // format of the records; another number is another format
 
 struct Copy {
     MDB_env *env = nullptr;
     MDB_dbi dbi = 0;
 };
 
-// Opens a copy. `flags` are LMDB's: MDB_RDONLY for reading, MDB_NOSYNC where a power cut takes the file with it anyway.
-// Returns 0 or an error for mdb_strerror(). A file that does not exist is created, empty, unless opened with
-// MDB_RDONLY.
-int open_copy(Copy *copy, const char *path, unsigned flags);
-void close_copy(Copy *copy);
+// Opens the working copy. Returns 0 or an error for mdb_strerror(). A file that does not exist is created, empty, with
+// `create`; without it there must be one, and records in it.
+int open_working(Copy *copy, bool create);
+void close_working(Copy *copy);
 
-// Starts a transaction and names the copy's only database. Call it with the copy's lock held.
+// Starts a transaction, which waits for nobody if `flags` is MDB_RDONLY, for other writers if it is 0.
 int begin(Copy *copy, unsigned flags, MDB_txn **txn);
 
-// Takes (LOCK_SH, LOCK_EX) or drops (LOCK_UN) the lock of a file; waits. False: failed.
-bool lock_file(int fd, int operation);
-bool lock_copy(const Copy &copy, int operation);
+// What a committed file is made of: for each record a RecordHead and the record, in the order of ids, then the End.
+struct RecordHead {
+    uint32_t id;
+    uint32_t size;
+};
+struct End {
+    uint64_t magic;
+    uint64_t sum;  // of all that comes before the End: add_to_sum() of each record, starting with 0
+};
+constexpr uint64_t kEndMagic = 0x35304249'4d5041'00;  // format of the file; another number is another format
 
-// Takes the commit lock and waits for it. Returns the descriptor whose closing drops it, or -1.
+uint64_t add_to_sum(uint64_t sum, RecordHead head, const void *record);
+
+// Takes the commit lock and waits for it. Returns the descriptor whose closing drops it, or -1. Whoever reads or
+// replaces files of kFlashPath holds it; the kernel drops it when its holder dies.
 int take_commit_lock();
 
-// Makes the working copy the committed one, durably; the second with the commit lock held already. Return 0 or an error
-// for mdb_strerror().
+// Makes the working copy the committed one. Returns 0 or an error for mdb_strerror(). In this order:
+//
+//   1. take the commit lock, so that an older moment never takes the place of a newer one
+//   2. write the records of one moment to kNewPath, and fsync it; others read and write the working copy meanwhile
+//   3. rename kNewPath to kCommittedPath, and fsync kFlashPath: at every moment there is an old copy or a new one, and
+//      nothing between
+//
+// An error before 3 leaves the committed copy as it was, and no kNewPath; whoever is killed may leave that one.
 int commit(Copy *working);
+// 2 and 3, for who holds the commit lock already.
 int commit_locked(Copy *working);
 
-// Copies the committed copy to kSettingsPath, replacing it whole. Returns 0 or an errno.
+// Copies the committed copy to kSettingsPath in the same three steps. Returns 0 or an errno.
 //
 // What is saved can be listed (flash settings) and can be put in the committed copy's place. It is a copy and no
 // listing because it is a part of every request that changes something.
