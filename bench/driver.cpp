@@ -1,14 +1,15 @@
-// Measures what app.cgi adds to the least that a request can cost (floor.cpp, steps.cpp), for each kind of request.
+// Measures what app.cgi costs against the bare program, which does what a request requires (steps.h), and against the
+// least that any request costs (floor.cpp), for each kind of request.
 //
 //   driver [--runs N] [--quick] [--static] [--json] ROOT
-//   driver --list
 //
-// --quick leaves out the kinds that are there for completeness; --list prints the bodies of all of them. --static
-// leaves out the homes: nothing can be loaded into a static program to play their drivers. ROOT is a router's root as
-// bench/in_root lays it out: app.cgi, the floor, the store. Standard output: the table, or one JSON object. Exit
-// status: 0 all budgets hold, 1 one is broken, 2 it could not be measured.
+// --quick leaves out the kinds that are there for completeness. --static leaves out the homes: nothing can be loaded
+// into a static program to play their drivers. ROOT is a router's root as bench/in_root lays it out: app.cgi, the
+// floor, the store. Standard output: the table, or one JSON object. Exit status: 0 all budgets hold, 1 one is broken, 2
+// it could not be measured.
 //
-// Only counts are judged: instructions, and the commands that were run. Times depend on what else the machine does.
+// Only counts are judged, against the bare program: instructions, memory, and what was done. Times depend on what else
+// the machine does; the floor is shown for comparison.
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <sys/utsname.h>
@@ -21,32 +22,33 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "bench/kinds.h"
 #include "bench/measure.h"
+#include "platform/system_queue.h"
+#include "virtual_router/apmib/items.h"
 
 namespace {
 
 constexpr char kProgram[] = "/web/app/app.cgi";
 constexpr char kFloor[] = "/web/app/bench_floor";
-constexpr char kSteps[] = "/web/app/bench_steps";
+constexpr char kBare[] = "/web/app/bench_bare";
+constexpr char kItems[] = "/etc/items.conf";
 constexpr char kPhone[] = "192.168.1.100";
 
 constexpr double kGrowthBudget = 2.3;  // what is its own with twice the clients, times what it was
-constexpr unsigned kDirtyBudget = 40;  // KiB of memory of its own, more than a program that does what is required
-constexpr unsigned kDirtyAim = 150;    // KiB of memory of its own, all in all
-constexpr double kTimeAim = 45;        // microseconds of its own
-constexpr double kShellAim = 1.05;     // times a program that does nothing but what is required
-constexpr double kCpuAim = 5000;       // microseconds of processor time of its own, in a home
+constexpr unsigned kDirtyBudget = 24;  // KiB of memory of its own, more than the bare program
+constexpr double kTimeAim = 1.05;      // times the bare program, where commands are required
 
 // A figure of the three programs that are compared.
 template <typename Number>
 struct Figures {
     Number floor;
-    Number steps;  // the floor that does the kind's steps, too
+    Number bare;
     Number program;
 };
 
@@ -58,41 +60,31 @@ std::vector<std::string> sorted(std::vector<std::string> texts) {
 // What is measured of a kind.
 struct Row {
     const Kind *kind;
-    double budget;  // infinite for static programs: their floor does next to nothing, so that ratios to it say little
+    double budget;  // infinite for static programs: the bare one does next to nothing, so that ratios to it say little
     // Microseconds, medians.
     Figures<double> time;
-    // Microseconds, medians of the differences of neighbours.
-    double added_time;        // the program over the floor
-    double added_cpu;         // the same in CPU time, which other processes on the core disturb less
-    double required_time;     // the steps over the floor
-    double own_time;          // the program over the steps
-    double own_cpu;           // the same in CPU time
+    // Medians of what neighbours show.
+    double time_ratio;        // the program's time to the bare one's
+    double required_time;     // the bare one over the floor
+    double own_time;          // the program over the bare one
+    double own_cpu;           // the same in CPU time, which other processes on the core disturb less
     Figures<uint64_t> count;  // instructions
     Figures<Trace> trace;
 
     double own_growth;  // of its own instructions against half the clients; 0 where there is no such row
 
     bool in_a_home() const { return kind->home.clients > 0; }
-    int64_t own_count() const { return static_cast<int64_t>(count.program - count.steps); }
-    double count_ratio() const { return static_cast<double>(count.program) / static_cast<double>(count.floor); }
-    double own_count_ratio() const { return static_cast<double>(count.program) / static_cast<double>(count.steps); }
-    // What the budget is held against. Writes to the store count, starting shell commands does not.
-    double judged_ratio() const {
-        const auto floor = static_cast<double>(count.floor);
-        return kind->shell ? (floor + static_cast<double>(own_count())) / floor : count_ratio();
-    }
-    bool count_holds() const { return judged_ratio() <= budget && own_growth <= kGrowthBudget; }
+    bool runs_commands() const { return !trace.bare.commands.empty(); }
+    int64_t own_count() const { return static_cast<int64_t>(count.program - count.bare); }
+    double count_ratio() const { return static_cast<double>(count.program) / static_cast<double>(count.bare); }
+    bool count_holds() const { return count_ratio() <= budget && own_growth <= kGrowthBudget; }
     // A list of clients takes what its clients take.
     bool memory_holds() const {
-        return in_a_home() || trace.program.most_dirty <= trace.steps.most_dirty + kDirtyBudget;
+        return in_a_home() || trace.program.most_dirty <= trace.bare.most_dirty + kDirtyBudget + memory_slack();
     }
     // Sorted, because the commands of a pipe start in any order.
-    bool commands_hold() const { return sorted(trace.program.commands) == sorted(trace.steps.commands); }
+    bool commands_hold() const { return sorted(trace.program.commands) == sorted(trace.bare.commands); }
     bool holds() const { return count_holds() && memory_holds() && commands_hold(); }
-    double time_ratio() const { return time.program / time.steps; }
-    bool time_holds() const {
-        return in_a_home() ? own_cpu <= kCpuAim : kind->shell ? time_ratio() <= kShellAim : own_time <= kTimeAim;
-    }
 };
 
 double median(std::vector<double> values) {
@@ -127,6 +119,7 @@ std::string fill(std::string text, unsigned run) {
     replace_all(text, "{h}", in_hexadecimal(std::to_string(number)));
     replace_all(text, "{l}", in_hexadecimal(std::string(word, sizeof word)));
     replace_all(text, "{m}", std::to_string(1400 + run % 90));
+    replace_all(text, "{c}", std::to_string(1 + run % 11));
     replace_all(text, "{b}", std::to_string(run % 2));
     return text;
 }
@@ -150,22 +143,127 @@ Request floor_request(const Kind &kind, unsigned run) {
     return make_request(kind.body, {kFloor}, run, kind.home.clients > 0);
 }
 
-// Without steps it is the floor's.
-Request steps_request(const Kind &kind, unsigned run) {
-    if (kind.steps.empty()) {
-        return floor_request(kind, run);
+store::Records &items() {
+    static store::Records records = [] {
+        std::ifstream file(kItems);
+        return store::read_definitions(file, kItems);
+    }();
+    return records;
+}
+
+// A step's item: the name, and the interface if it has one ("MIB_WLAN_SSID@0.1").
+struct StepItem {
+    uint32_t id;
+    store::Item item;
+    std::string interface;  // "0.1", or nothing
+};
+
+StepItem find_item(const std::string &text) {
+    const size_t at = text.find('@');
+    for (const auto &[id, record] : items()) {
+        const store::Item item = store::item_of(record);
+        if (text.substr(0, at) == item.name && (at != std::string::npos) == (item.slots > 1)) {
+            return {id, item, at == std::string::npos ? "" : text.substr(at + 1)};
+        }
     }
-    std::vector<std::string> command = {kSteps};
-    for (const Step &step : kind.steps) {
-        command.insert(command.end(), {step.way, fill(step.what, run)});
+    throw std::runtime_error(std::string(kItems) + " has no item '" + text + "'");
+}
+
+// The bytes of a value as a step has it, in hexadecimal; a text's without the zeros behind it.
+std::string value_bytes(const store::Item &item, std::string value) {
+    const bool is_text = item.kind == store::kText;
+    if (is_text) {
+        value = value.substr(1, value.size() - 2);  // its quotes
     }
-    return make_request(kind.body, command, run, kind.home.clients > 0);
+    std::string slot(store::slot_size(item), '\0');
+    store::parse_value(item, value, reinterpret_cast<uint8_t *>(slot.data()));
+    return in_hexadecimal(is_text ? value : slot);
+}
+
+int message_type(const std::string &name) {
+    constexpr struct {
+        const char *name;
+        int type;
+    } kTypes[] = {
+        {"MSG_APP_REINIT",               MSG_APP_REINIT              },
+        {"MSG_APP_SCHREBOOT",            MSG_APP_SCHREBOOT           },
+        {"MSG_APP_SETQOS",               MSG_APP_SETQOS              },
+        {"MSG_APP_START_SPEEDTEST",      MSG_APP_START_SPEEDTEST     },
+        {"MSG_APP_REPORTOSERVER_WANSTA", MSG_APP_REPORTOSERVER_WANSTA},
+        {"MSG_CALL_SYSCONF",             MSG_CALL_SYSCONF            },
+    };
+    for (const auto &row : kTypes) {
+        if (name == row.name) {
+            return row.type;
+        }
+    }
+    throw std::runtime_error("no record is a '" + name + "'");
+}
+
+// Cuts the first word off.
+std::string take_word(std::string &text) {
+    const size_t end = text.find(' ');
+    std::string word = text.substr(0, end);
+    text = end == std::string::npos ? "" : text.substr(end + 1);
+    return word;
+}
+
+// Appends a step of a kind (kinds.h) as the bare program's arguments (steps.cpp).
+void add_step(std::string step, std::string &interface, std::vector<std::string> &arguments) {
+    std::string word = take_word(step);
+    if (word == "output") {
+        take_word(step);
+        arguments.insert(arguments.end(), {"popen", step});
+    } else if (word == "run") {
+        arguments.insert(arguments.end(), {"system", step});
+    } else if (word == "commit") {
+        arguments.insert(arguments.end(), {"commit", "4"});
+    } else if (word == "queue") {
+        const std::string type = std::to_string(message_type(take_word(step)));
+        const size_t quote = step.find('"');
+        const std::string text = quote == std::string::npos ? "" : step.substr(quote + 1, step.size() - quote - 2);
+        arguments.insert(arguments.end(), {"queue", type + "=" + text});
+    } else {
+        const StepItem found = find_item(take_word(step));
+        if (!found.interface.empty() && found.interface != interface) {
+            interface = found.interface;
+            arguments.insert(arguments.end(), {"select", interface});
+        }
+        const std::string bytes = word == "set" ? value_bytes(found.item, step) : step;
+        arguments.insert(arguments.end(), {word, std::to_string(found.id) + (bytes.empty() ? "" : "=" + bytes)});
+    }
+}
+
+// `reply_size`: of app.cgi's reply.
+Request bare_request(const Kind &kind, unsigned run, size_t reply_size) {
+    std::vector<std::string> arguments = {kBare};
+    std::string interface;
+    if (strstr(kind.body, "\"sessionid\"") != nullptr) {
+        arguments.insert(arguments.end(), {"session", kSessionPath});
+        add_step("get MIB_MESH_ROLE", interface, arguments);
+    }
+    const auto first_after = std::find(kind.steps.begin(), kind.steps.end(), "commit");
+    for (auto step = kind.steps.begin(); step != kind.steps.end(); ++step) {
+        if (step == first_after) {
+            arguments.insert(arguments.end(), {"reply", std::to_string(reply_size)});
+        }
+        add_step(fill(*step, run), interface, arguments);
+    }
+    if (first_after == kind.steps.end()) {
+        arguments.insert(arguments.end(), {"reply", std::to_string(reply_size)});
+    }
+    return make_request(kind.body, arguments, run, kind.home.clients > 0);
+}
+
+// The system daemon's queue, or -1.
+int daemon_queue() {
+    return msgget(ftok("/dev/null", 117), 0);
 }
 
 // What a request finds: the session, and a queue with room. Not part of what is measured.
 void prepare() {
     std::ofstream(kSessionPath) << "sessionid=" << kSessionId;
-    const int queue = msgget(ftok("/dev/null", 117), 0);
+    const int queue = daemon_queue();
     if (queue >= 0) {
         msgctl(queue, IPC_RMID, nullptr);
     }
@@ -178,8 +276,7 @@ Outcome outcome_of(const Request &request) {
 
 // Makes the router the controller of a mesh, whose topology belongs to a home.
 void join_mesh() {
-    constexpr char kMeshRole[] = "2386=1";
-    if (outcome_of(make_request("{}", {kSteps, "number", kMeshRole}, 0)).exit_status != 0) {
+    if (outcome_of(make_request("{}", {"/bin/flash", "set", "MIB_MESH_ROLE", "1"}, 0)).exit_status != 0) {
         throw std::runtime_error("the router can't join a mesh");
     }
 }
@@ -211,40 +308,72 @@ void fill_tables() {
     }
 }
 
-void check_answer(const Kind &kind) {
-    prepare();
-    const Outcome outcome = run_once(program_request(kind, 0));
+// Returns the size of the reply.
+size_t check_answer(const Kind &kind) {
+    const Outcome outcome = outcome_of(program_request(kind, 0));
     if (outcome.exit_status != kind.exit_status || outcome.reply.find(kind.expected) == std::string::npos) {
         throw std::runtime_error(std::string("'") + kind.name + "' ends with " + std::to_string(outcome.exit_status) +
                                  " and answers: " + outcome.reply);
     }
-    if (run_once(steps_request(kind, 0)).exit_status != 0) {
-        throw std::runtime_error(std::string("the floor fails for '") + kind.name + "'");
+    if (outcome_of(bare_request(kind, 0, outcome.reply.size())).exit_status != 0) {
+        throw std::runtime_error(std::string("the bare program fails for '") + kind.name + "'");
     }
+    return outcome.reply.size();
 }
 
-std::string store_content() {
-    return run_once(make_request("", {"/bin/flash", "all"}, 0)).reply;
+// What a request leaves behind: the store, and the records for the system daemon, their types and texts.
+std::string leavings() {
+    std::string text = run_once(make_request("", {"/bin/flash", "all"}, 0)).reply;
+    if (text.empty()) {
+        throw std::runtime_error("the store can't be read");
+    }
+    struct {
+        long type;
+        char payload[kSysMsgPayload];
+    } record = {};
+    while (msgrcv(daemon_queue(), &record, sizeof record.payload, 0, IPC_NOWAIT) >= 0) {
+        const char *argv = record.payload + offsetof(SysMsgRecord, sysconfArgv) - sizeof(int32_t);
+        text += "queue " + std::to_string(record.type) + " " +
+                (record.type == MSG_CALL_SYSCONF ? std::string(argv) : "") + "\n";
+    }
+    return text;
 }
 
-// Whether the program leaves in the store what the steps leave there, each after the other.
-void check_steps(const Kind &kind) {
+// The first line that two texts do not share, of both.
+std::string first_difference(const std::string &one, const std::string &other) {
+    std::istringstream lines(one);
+    std::istringstream other_lines(other);
+    std::string line;
+    std::string other_line;
+    while (line == other_line && (lines || other_lines)) {
+        line.clear();
+        other_line.clear();
+        std::getline(lines, line);
+        std::getline(other_lines, other_line);
+    }
+    return line + "' and '" + other_line;
+}
+
+// Whether the program leaves behind what the bare one leaves, each after the other.
+void check_steps(const Kind &kind, size_t reply_size) {
     for (const unsigned run : {1U, 2U}) {
         const bool program_first = run == 2;
-        outcome_of(program_first ? program_request(kind, run) : steps_request(kind, run));
-        const std::string content = store_content();
-        outcome_of(program_first ? steps_request(kind, run) : program_request(kind, run));
-        if (content.empty() || content != store_content()) {
-            throw std::runtime_error(std::string("'") + kind.name + "' stores other things than its steps");
+        const auto bare = bare_request(kind, run, reply_size);
+        outcome_of(program_first ? program_request(kind, run) : bare);
+        const std::string left = leavings();
+        outcome_of(program_first ? bare : program_request(kind, run));
+        const std::string left_then = leavings();
+        if (left != left_then) {
+            throw std::runtime_error(std::string("'") + kind.name + "' leaves other things behind than its steps: '" +
+                                     first_difference(left, left_then) + "'");
         }
     }
 }
 
-void measure_times(const Kind &kind, unsigned runs, Row &row) {
+void measure_times(const Kind &kind, unsigned runs, size_t reply_size, Row &row) {
     const unsigned warm_up = std::min(runs, 10U);
     Figures<std::vector<double>> times;
-    std::vector<double> added;
-    std::vector<double> added_cpu;
+    std::vector<double> ratios;
     std::vector<double> required;
     std::vector<double> own;
     std::vector<double> own_cpu;
@@ -256,28 +385,21 @@ void measure_times(const Kind &kind, unsigned runs, Row &row) {
         const auto run_floor = [&](unsigned n) { outcome.floor = outcome_of(floor_request(kind, n)); };
         const auto run_program = [&](unsigned n) { outcome.program = outcome_of(program_request(kind, n)); };
         (run % 2 == 0) ? run_floor(number) : run_program(number);
-        if (!kind.steps.empty()) {
-            outcome.steps = outcome_of(steps_request(kind, number + 1));
-        }
+        outcome.bare = outcome_of(bare_request(kind, number + 1, reply_size));
         (run % 2 == 0) ? run_program(number + 2) : run_floor(number + 2);
-        if (kind.steps.empty()) {
-            outcome.steps = outcome.floor;
-        }
         if (run < warm_up) {
             continue;
         }
         times.floor.push_back(outcome.floor.microseconds);
-        times.steps.push_back(outcome.steps.microseconds);
+        times.bare.push_back(outcome.bare.microseconds);
         times.program.push_back(outcome.program.microseconds);
-        added.push_back(outcome.program.microseconds - outcome.floor.microseconds);
-        added_cpu.push_back(outcome.program.cpu_microseconds - outcome.floor.cpu_microseconds);
-        required.push_back(outcome.steps.microseconds - outcome.floor.microseconds);
-        own.push_back(outcome.program.microseconds - outcome.steps.microseconds);
-        own_cpu.push_back(outcome.program.cpu_microseconds - outcome.steps.cpu_microseconds);
+        ratios.push_back(outcome.program.microseconds / outcome.bare.microseconds);
+        required.push_back(outcome.bare.microseconds - outcome.floor.microseconds);
+        own.push_back(outcome.program.microseconds - outcome.bare.microseconds);
+        own_cpu.push_back(outcome.program.cpu_microseconds - outcome.bare.cpu_microseconds);
     }
-    row.time = {median(times.floor), median(times.steps), median(times.program)};
-    row.added_time = median(added);
-    row.added_cpu = median(added_cpu);
+    row.time = {median(times.floor), median(times.bare), median(times.program)};
+    row.time_ratio = median(ratios);
     row.required_time = median(required);
     row.own_time = median(own);
     row.own_cpu = median(own_cpu);
@@ -307,17 +429,16 @@ Row measure(const Kind &kind, unsigned runs, bool is_static) {
     if (kind.home.clients > 0) {
         move_into(kind.home);
     }
-    check_answer(kind);
-    check_steps(kind);
+    const size_t reply_size = check_answer(kind);
+    check_steps(kind, reply_size);
     Row row = {};
     row.kind = &kind;
     row.budget = is_static ? std::numeric_limits<double>::infinity() : kind.budget;
     // In a home each run takes dozens of milliseconds, and few of them tell as much.
-    measure_times(kind, kind.home.clients > 0 ? (runs + 9) / 10 : runs, row);
-    row.count.floor = count_of(floor_request(kind, 0));
-    row.count.steps = kind.steps.empty() ? row.count.floor : count_of(steps_request(kind, 1));
-    row.count.program = count_of(program_request(kind, 2));
-    row.trace = {trace_of(floor_request(kind, 0)), trace_of(steps_request(kind, 1)),
+    measure_times(kind, kind.home.clients > 0 ? (runs + 9) / 10 : runs, reply_size, row);
+    row.count = {count_of(floor_request(kind, 0)), count_of(bare_request(kind, 1, reply_size)),
+                 count_of(program_request(kind, 2))};
+    row.trace = {trace_of(floor_request(kind, 0)), trace_of(bare_request(kind, 1, reply_size)),
                  trace_of(program_request(kind, 2))};
     return row;
 }
@@ -428,66 +549,51 @@ std::string load_average() {
 void print_table(const Setting &setting, const std::vector<Row> &rows) {
     printf("%s, core %d, %u runs of each, in turn; load %s when done\n\n", setting.machine.c_str(), setting.core,
            setting.runs, load_average().c_str());
-    printf("%-15s | %50s | %10s | %52s | %13s | %14s | %9s |\n", "", "microseconds, medians", "commands",
-           "instructions", "system calls", "dirty", "resident");
-    printf(
-        "%-15s | %6s %7s %7s %8s %6s %5s %5s | %4s %5s | %7s %8s %8s %6s %6s %6s %5s | %6s %6s | %4s %4s %4s | %4s %4s "
-        "|\n",
-        "request", "floor", "app.cgi", "added", "required", "own", "cpu", "bare", "run", "share", "floor", "app.cgi",
-        "required", "ratio", "budget", "growth", "bare", "floor", "app", "flr", "bare", "app", "flr", "app");
+    printf("%-15s | %44s | %8s | %44s | %17s | %14s | %9s |\n", "", "microseconds, medians", "commands", "instructions",
+           "system calls", "dirty", "resident");
+    printf("%-15s | %6s %6s %7s %8s %6s %5s | %8s | %7s %7s %8s %6s %6s %5s | %5s %5s %5s | %4s %4s %4s | %4s %4s |\n",
+           "request", "floor", "bare", "app.cgi", "required", "own", "ratio", "run", "floor", "bare", "app.cgi",
+           "ratio", "budget", "grow", "floor", "bare", "app", "flr", "bare", "app", "bare", "app");
     for (const Row &row : rows) {
-        const auto &[floor, steps, program] = row.count;
-        printf("%-15s | %6.0f %7.0f %7.0f %8.0f %6.0f %5.0f %5.2f | ", row.kind->name, row.time.floor, row.time.program,
-               row.added_time, row.required_time, row.own_time, row.own_cpu, row.time_ratio());
-        if (row.kind->shell) {
-            printf("%4zu %4.0f%% | ", row.trace.program.commands.size(), 100 * row.required_time / row.added_time);
-        } else {
-            printf("%4zu %5s | ", row.trace.program.commands.size(), "");
-        }
-        printf("%7llu %8llu %8lld %6.2f %6.2f ", to_print(floor), to_print(program),
-               static_cast<long long>(steps - floor), row.judged_ratio(), row.budget);
+        const auto &[floor, bare, program] = row.trace;
+        printf("%-15s | %6.0f %6.0f %7.0f %8.0f %6.0f %5.2f | %8zu | %7llu %7llu %8llu %6.2f %6.2f ", row.kind->name,
+               row.time.floor, row.time.bare, row.time.program, row.required_time, row.own_time, row.time_ratio,
+               program.commands.size(), to_print(row.count.floor), to_print(row.count.bare),
+               to_print(row.count.program), row.count_ratio(), row.budget);
         if (row.own_growth > 0) {
-            printf("%6.2f ", row.own_growth);
+            printf("%5.2f ", row.own_growth);
         } else {
-            printf("%6s ", "");
+            printf("%5s ", "");
         }
-        printf("%5.2f | %6u %6u | %4u %4u %4u | %4u %4u | %s\n", row.own_count_ratio(), row.trace.floor.system_calls,
-               row.trace.program.system_calls, row.trace.floor.most_dirty, row.trace.steps.most_dirty,
-               row.trace.program.most_dirty, row.trace.floor.most_resident, row.trace.program.most_resident,
-               verdict(row.holds()));
+        printf("| %5u %5u %5u | %4u %4u %4u | %4u %4u | %s\n", floor.system_calls, bare.system_calls,
+               program.system_calls, floor.most_dirty, bare.most_dirty, program.most_dirty, bare.most_resident,
+               program.most_resident, verdict(row.holds()));
     }
     printf(
-        "\nadded     over the floor\n"
-        "required  of it, what any program must do for this request: shell commands, writes and commits of the store\n"
-        "own       the rest; cpu: the same in processor time, without the time that others had the core\n"
-        "bare      times a program that does nothing but what is required\n"
-        "commands  programs that are run, shells included, and the required ones' share of what is added\n"
-        "ratio     of the program's instructions to the floor's, without those that start required shell commands\n"
-        "growth    of its own instructions since half as many clients: at most %.1f\n"
-        "dirty     KiB of memory that is the process's own and was written to; bare: of a program that does what is "
-        "required\n"
+        "\nfloor     the least that any request costs: for comparison\n"
+        "bare      a program that does what the request requires, and nothing else (bench/steps.h)\n"
+        "required  bare over the floor\n"
+        "own       app.cgi over bare; ratio: times bare\n"
+        "commands  programs that are run, shells included\n"
+        "grow      of its own instructions since half as many clients: at most %.1f\n"
+        "dirty     KiB of memory that is the process's own and was written to: at most %u more than bare, except for "
+        "lists of clients\n"
         "resident  KiB of memory, shared pages of libraries included\n"
         "Instructions, system calls and memory are those of the process itself, not of the commands that it "
         "starts.\n\n",
-        kGrowthBudget);
+        kGrowthBudget, kDirtyBudget);
     for (const Row &row : rows) {
-        if (!row.time_holds()) {
-            if (row.in_a_home()) {
-                printf("%s: %.0f us of processor time of its own, aim at %.0f", row.kind->name, row.own_cpu, kCpuAim);
-            } else if (row.kind->shell) {
-                printf("%s: %.2f times what is required, aim at %.2f", row.kind->name, row.time_ratio(), kShellAim);
-            } else {
-                printf("%s: %.0f us of its own, aim at %.0f", row.kind->name, row.own_time, kTimeAim);
-            }
-            printf(" (a time: not judged)\n");
+        if (row.runs_commands() && row.time_ratio > kTimeAim) {
+            printf("%s: %.2f times bare's time, aim at %.2f (a time: not judged)\n", row.kind->name, row.time_ratio,
+                   kTimeAim);
         }
-        if (row.trace.program.most_dirty > kDirtyAim) {
-            printf("%s: %u KiB of memory of its own, %u of which are required, aim at %u (not judged)\n",
-                   row.kind->name, row.trace.program.most_dirty, row.trace.steps.most_dirty, kDirtyAim);
+        if (!row.memory_holds()) {
+            printf("%s: %u KiB of memory, bare has %u: TOO MUCH\n", row.kind->name, row.trace.program.most_dirty,
+                   row.trace.bare.most_dirty);
         }
         if (!row.commands_hold()) {
             printf("%s: %s, NOT WHAT IS REQUIRED: %s\n", row.kind->name, joined(row.trace.program.commands).c_str(),
-                   joined(row.trace.steps.commands).c_str());
+                   joined(row.trace.bare.commands).c_str());
         }
     }
 }
@@ -531,29 +637,28 @@ const char *boolean(bool value) {
 }
 
 void print_json(const Setting &setting, const std::vector<Row> &rows, const std::vector<PeerRow> &peers) {
-    printf(
-        "{\"machine\": %s, \"core\": %d, \"runs\": %u, \"budget\": {\"instruction_ratio\": %.2f, \"added_us\": %.0f},\n"
-        " \"requests\": [",
-        quoted(setting.machine).c_str(), setting.core, setting.runs, kInstructionBudget, kTimeAim);
+    printf("{\"machine\": %s, \"core\": %d, \"runs\": %u, \"load\": %s,\n \"requests\": [",
+           quoted(setting.machine).c_str(), setting.core, setting.runs, load_average().c_str());
     const char *separator = "\n";
     for (const Row &row : rows) {
         printf(
             "%s  {\"name\": %s,\n"
-            "   \"us\": {\"floor\": %.1f, \"app\": %.1f, \"added\": %.1f, \"added_cpu\": %.1f, \"required\": %.1f, "
-            "\"own\": %.1f, \"own_cpu\": %.1f},\n"
-            "   \"instructions\": {\"floor\": %llu, \"with_required\": %llu, \"app\": %llu, \"ratio\": %.3f, "
-            "\"budget\": %.2f, \"growth\": %.3f},\n"
-            "   \"system_calls\": {\"floor\": %u, \"app\": %u}, \"dirty_kib\": {\"floor\": %u, \"bare\": %u, \"app\": "
-            "%u}, "
-            "\"resident_kib\": {\"floor\": %u, \"app\": %u},\n"
-            "   \"instructions_hold\": %s, \"time_holds\": %s, \"commands_hold\": %s, \"memory_holds\": %s,\n"
+            "   \"us\": {\"floor\": %.1f, \"bare\": %.1f, \"app\": %.1f, \"required\": %.1f, \"own\": %.1f, "
+            "\"own_cpu\": %.1f, \"ratio\": %.3f},\n"
+            "   \"instructions\": {\"floor\": %llu, \"bare\": %llu, \"app\": %llu, \"ratio\": %.3f, \"budget\": %.2f, "
+            "\"growth\": %.3f},\n"
+            "   \"system_calls\": {\"floor\": %u, \"bare\": %u, \"app\": %u}, "
+            "\"dirty_kib\": {\"floor\": %u, \"bare\": %u, \"app\": %u}, "
+            "\"resident_kib\": {\"floor\": %u, \"bare\": %u, \"app\": %u},\n"
+            "   \"instructions_hold\": %s, \"commands_hold\": %s, \"memory_holds\": %s,\n"
             "   \"commands\": [",
-            separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.program, row.added_time, row.added_cpu,
-            row.required_time, row.own_time, row.own_cpu, to_print(row.count.floor), to_print(row.count.steps),
-            to_print(row.count.program), row.judged_ratio(), std::isinf(row.budget) ? 0 : row.budget, row.own_growth,
-            row.trace.floor.system_calls, row.trace.program.system_calls, row.trace.floor.most_dirty,
-            row.trace.steps.most_dirty, row.trace.program.most_dirty, row.trace.floor.most_resident,
-            row.trace.program.most_resident, boolean(row.count_holds()), boolean(row.time_holds()),
+            separator, quoted(row.kind->name).c_str(), row.time.floor, row.time.bare, row.time.program,
+            row.required_time, row.own_time, row.own_cpu, row.time_ratio, to_print(row.count.floor),
+            to_print(row.count.bare), to_print(row.count.program), row.count_ratio(),
+            std::isinf(row.budget) ? 0 : row.budget, row.own_growth, row.trace.floor.system_calls,
+            row.trace.bare.system_calls, row.trace.program.system_calls, row.trace.floor.most_dirty,
+            row.trace.bare.most_dirty, row.trace.program.most_dirty, row.trace.floor.most_resident,
+            row.trace.bare.most_resident, row.trace.program.most_resident, boolean(row.count_holds()),
             boolean(row.commands_hold()), boolean(row.memory_holds()));
         for (size_t i = 0; i < row.trace.program.commands.size(); ++i) {
             printf("%s%s", i == 0 ? "" : ", ", quoted(row.trace.program.commands[i]).c_str());
@@ -610,14 +715,6 @@ int measure_all(const char *root, unsigned runs, bool quick, bool is_static, boo
     return holds ? 0 : 1;
 }
 
-void list_bodies() {
-    for (const auto *kinds : {&main_kinds(), &object_kinds()}) {
-        for (const Kind &kind : *kinds) {
-            printf("%s\n", kind.body);
-        }
-    }
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -633,9 +730,6 @@ int main(int argc, char **argv) {
             quick = true;
         } else if (strcmp(argv[i], "--static") == 0) {
             is_static = true;
-        } else if (strcmp(argv[i], "--list") == 0) {
-            list_bodies();
-            return 0;
         } else if (strcmp(argv[i], "--runs") == 0 && i + 1 < argc) {
             runs = strtoul(argv[++i], nullptr, 10);
         } else {
@@ -643,8 +737,7 @@ int main(int argc, char **argv) {
         }
     }
     if (root == nullptr || runs < 1) {
-        fprintf(stderr, "usage: %s [--runs N] [--quick] [--static] [--json] ROOT\n       %s --list\n", argv[0],
-                argv[0]);
+        fprintf(stderr, "usage: %s [--runs N] [--quick] [--static] [--json] ROOT\n", argv[0]);
         return 2;
     }
     try {

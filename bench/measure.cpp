@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <spawn.h>
+#include <sys/personality.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/time.h>
@@ -133,6 +134,8 @@ bool is_entry(pid_t process) {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     const auto arguments = pointers_to(request.command);
     const auto environment = pointers_to(request.environment);
+    // Addresses are the same each time, and so is how the stack lies in its pages.
+    personality(ADDR_NO_RANDOMIZE);
     if (dup2(stdin_pipe.read_end.get(), STDIN_FILENO) >= 0 && dup2(nowhere, STDOUT_FILENO) >= 0 &&
         dup2(nowhere, STDERR_FILENO) >= 0 && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0) {
         kill(getpid(), SIGSTOP);  // until the tracer has said what it wants to be told
@@ -201,6 +204,14 @@ uint64_t count_instructions(const Request &request) {
         }
     }
     throw std::runtime_error("callgrind counted nothing for " + request.command[0]);
+}
+
+unsigned memory_slack() {
+    constexpr unsigned long kAsk = 0xffffffff;
+    const auto usual = static_cast<unsigned long>(personality(kAsk));
+    const bool can_fix = personality(usual | ADDR_NO_RANDOMIZE) != -1;
+    personality(usual);
+    return can_fix ? 0 : 8;
 }
 
 Trace trace(const Request &request) {

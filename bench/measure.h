@@ -46,4 +46,8 @@ struct Trace {
 
 Trace trace(const Request &request);
 
+// By how many KiB the memory of two traces may differ for nothing: where a container forbids to fix addresses, the
+// stack begins anywhere in a page.
+unsigned memory_slack();
+
 #endif

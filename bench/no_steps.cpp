@@ -1,5 +1,5 @@
 #include "bench/steps.h"
 
-bool run_steps(int /*argc*/, char ** /*argv*/) {
+bool run_steps(int /*argc*/, char ** /*argv*/, const char * /*body*/) {
     return true;
 }

@@ -1,15 +1,19 @@
-// What a kind of request must do, whoever writes app.cgi: shell commands, writes to the store. Arguments:
+// Arguments, each with one of its own (bench/driver.cpp makes them of a kind's steps, kinds.h):
 //
-//   popen COMMAND, system COMMAND          run it so, and read what it prints
-//   wlan RADIO.INDEX                       select the interface that items of interfaces mean
-//   number, text, address ID=VALUE         write an item
-//   add, remove ID=HEXADECIMAL             add an entry to the table with this id, delete it
+//   session PATH                           read the session file
+//   reply SIZE                             write so many bytes
+//   popen COMMAND, system COMMAND          run it so; popen: and read what it prints
+//   select RADIO.INDEX                     select the interface that items of interfaces mean
+//   get ID, entries ID                     read an item; the count and the entries of the table with this id
+//   set ID=HEXADECIMAL                     write an item
+//   add, delete ID=HEXADECIMAL             add an entry to the table with this id, delete it
 //   replace ID=HEXADECIMAL                 put an entry in the last one's place
 //   commit 4                               commit the store, and write its settings file
-//   message TYPE=TEXT                      post a record to the system daemon
+//   queue TYPE=TEXT                        post a record to the system daemon
 #include "bench/steps.h"
 
-#include <arpa/inet.h>
+#include <cjson/cJSON.h>
+#include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <unistd.h>
@@ -18,13 +22,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "gateway/handler/message.h"
 #include "platform/apmib.h"
-#include "store/table.h"
+#include "platform/system_queue.h"
+#include "platform/tables.h"
 
 namespace {
 
-constexpr size_t kWidestEntry = 512;
+constexpr size_t kWidest = 1024;  // of a value or a table's entry
 
 // Running what the arguments say is the purpose here: NOLINTBEGIN(cert-env33-c)
 
@@ -52,25 +56,6 @@ const char *split(const char *what, int &id) {
     return separator != nullptr ? separator + 1 : "";
 }
 
-bool write_number(const char *what) {
-    int id = 0;
-    int value = atoi(split(what, id));
-    return apmib_set(id, &value) != 0;
-}
-
-bool write_text(const char *what) {
-    int id = 0;
-    char value[256] = {};  // no item is wider
-    strncpy(value, split(what, id), sizeof value - 1);
-    return apmib_set(id, value) != 0;
-}
-
-bool write_address(const char *what) {
-    int id = 0;
-    in_addr_t value = inet_addr(split(what, id));
-    return apmib_set(id, &value) != 0;
-}
-
 bool select_interface(const char *what) {
     wlan_idx = what[0] - '0';
     vwlan_idx = what[2] - '0';
@@ -81,34 +66,63 @@ int digit(char c) {
     return c <= '9' ? c - '0' : c - 'a' + 10;
 }
 
-// Reads the table's id and the entry, which is as long as the table's.
-void read_entry(const char *what, int &id, uint8_t (&entry)[kWidestEntry]) {
+// Splits "ID=HEXADECIMAL". Returns the id; behind the bytes there are zeros.
+int read_bytes(const char *what, uint8_t (&bytes)[kWidest]) {
+    int id = 0;
     const char *digits = split(what, id);
-    for (size_t i = 0; i < kWidestEntry && digits[2 * i] != '\0'; ++i) {
-        entry[i] = static_cast<uint8_t>(digit(digits[2 * i]) << 4 | digit(digits[2 * i + 1]));
+    for (size_t i = 0; i < kWidest && digits[2 * i] != '\0'; ++i) {
+        bytes[i] = static_cast<uint8_t>(digit(digits[2 * i]) << 4 | digit(digits[2 * i + 1]));
     }
+    return id;
+}
+
+bool get_item(const char *what) {
+    uint8_t value[kWidest] = {};
+    return apmib_get(atoi(what), value) != 0;
+}
+
+bool get_entry(int id, int32_t index) {
+    uint8_t entry[kWidest] = {static_cast<uint8_t>(index)};
+    return apmib_get(id + kTableRead, entry) != 0;
+}
+
+bool get_entries(const char *what) {
+    const int id = atoi(what);
+    int32_t count = 0;
+    if (apmib_get(id, &count) == 0) {
+        return false;
+    }
+    for (int32_t index = 1; index <= count; ++index) {
+        if (!get_entry(id, index)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool set_item(const char *what) {
+    uint8_t value[kWidest] = {};
+    const int id = read_bytes(what, value);
+    return apmib_set(id, value) != 0;
 }
 
 bool add_entry(const char *what) {
-    int id = 0;
-    uint8_t entry[kWidestEntry] = {};
-    read_entry(what, id, entry);
+    uint8_t entry[kWidest] = {};
+    const int id = read_bytes(what, entry);
     return apmib_set(id + kTableAdd, entry) != 0;
 }
 
-bool remove_entry(const char *what) {
-    int id = 0;
-    uint8_t entry[kWidestEntry] = {};
-    read_entry(what, id, entry);
+bool delete_entry(const char *what) {
+    uint8_t entry[kWidest] = {};
+    const int id = read_bytes(what, entry);
     return apmib_set(id + kTableDelete, entry) != 0;
 }
 
 bool replace_last_entry(const char *what) {
-    int id = 0;
-    uint8_t entry[kWidestEntry] = {};
-    uint8_t last[kWidestEntry] = {};
+    uint8_t entry[kWidest] = {};
+    uint8_t last[kWidest] = {};
     int32_t count = 0;
-    read_entry(what, id, entry);
+    const int id = read_bytes(what, entry);
     if (apmib_get(id, &count) == 0) {
         return false;
     }
@@ -135,21 +149,37 @@ bool commit(const char *type) {
     return apmib_update(atoi(type)) != 0 && save_cs_to_file() == 0;
 }
 
+bool read_session(const char *path) {
+    char text[128];
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
+    const bool done = file >= 0 && read(file, text, sizeof text) >= 0;
+    close(file);
+    return done;
+}
+
+bool write_reply(const char *what) {
+    static const char kBytes[1 << 18] = {};  // in the file, so that no memory is this process's own
+    const size_t size = strtoul(what, nullptr, 10);
+    return size <= sizeof kBytes && write(STDOUT_FILENO, kBytes, size) == static_cast<ssize_t>(size);
+}
+
 constexpr struct {
     const char *name;
     bool (*run)(const char *what);
 } kWays[] = {
+    {"session", read_session      },
+    {"reply",   write_reply       },
     {"popen",   run_by_popen      },
     {"system",  run_by_system     },
-    {"wlan",    select_interface  },
-    {"number",  write_number      },
-    {"text",    write_text        },
-    {"address", write_address     },
+    {"select",  select_interface  },
+    {"get",     get_item          },
+    {"entries", get_entries       },
+    {"set",     set_item          },
     {"add",     add_entry         },
-    {"remove",  remove_entry      },
+    {"delete",  delete_entry      },
     {"replace", replace_last_entry},
     {"commit",  commit            },
-    {"message", post_message      },
+    {"queue",   post_message      },
 };
 
 bool run_step(const char *name, const char *what) {
@@ -163,11 +193,12 @@ bool run_step(const char *name, const char *what) {
 
 }  // namespace
 
-bool run_steps(int argc, char **argv) {
-    for (int i = 1; i + 1 < argc; i += 2) {
-        if (!run_step(argv[i], argv[i + 1])) {
-            return false;
-        }
+bool run_steps(int argc, char **argv, const char *body) {
+    cJSON *request = cJSON_Parse(body);
+    bool done = request != nullptr;
+    for (int i = 1; done && i + 1 < argc; i += 2) {
+        done = run_step(argv[i], argv[i + 1]);
     }
-    return true;
+    cJSON_Delete(request);
+    return done;
 }
