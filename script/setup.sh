@@ -14,6 +14,8 @@ packages_of() {
     home) echo python3 python3-jsonschema ;;
     python) echo python3 ;;
     contract) echo python3 python3-yaml python3-jsonschema ;;
+    # npm is part of the package nodejs where that does not come from Debian.
+    clients) echo python3 mypy nodejs "$(command -v npm >/dev/null || echo npm)" ;;
     cases) echo python3 proot ;;
     valgrind) echo valgrind libc6-dbg ;;
     lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;

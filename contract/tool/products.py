@@ -7,6 +7,8 @@ import openapi
 import requests_collection
 import schemas
 import tables
+import types_python
+import types_typescript
 
 
 def as_json(document):
@@ -22,6 +24,8 @@ def all_files(contract, project):
         page = project / f"docs/objects/{name}.md"
         files[page] = tables.splice(page.read_text(), tables.tables_of(spec))
     files[project / "docs/messages.md"] = catalogue.page(contract)
+    files[folder / "clients/typescript/src/types.ts"] = types_typescript.text(contract)
+    files[folder / "clients/python/kt7094hzm/types.py"] = types_python.text(contract)
     files |= {folder / "requests" / name: text for name, text in requests_collection.files(contract).items()}
     return files
 
