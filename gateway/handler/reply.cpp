@@ -39,7 +39,7 @@ void print_reply(Json reply) {
 }
 
 bool reply_is_lost() {
-    return g_lost;
+    return g_lost || was_short();
 }
 
 void echo_guid(const cJSON *request, cJSON *reply) {

@@ -31,9 +31,13 @@ class Sandbox:
         self.isolation = Isolation(mode)
         self.root = Root(folder, binary, self.tools, target, self.watch.files)
         self.isolation.supply_proc(self.root)
+        self.complete_root()
         self.root.finish()
         self.isolation.enter(self.root)
         self.openings = Openings()
+
+    def complete_root(self):
+        """Adds to the root what else is to be there for every case: nothing here."""
 
     def prepare(self, world):
         """Lays out a case's world."""
