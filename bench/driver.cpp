@@ -257,7 +257,7 @@ Request bare_request(const Kind &kind, unsigned run, size_t reply_size) {
 
 // The system daemon's queue, or -1.
 int daemon_queue() {
-    return msgget(ftok("/dev/null", 117), 0);
+    return msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), 0);
 }
 
 // What a request finds: the session, and a queue with room. Not part of what is measured.

@@ -134,14 +134,14 @@ bool replace_last_entry(const char *what) {
 bool post_message(const char *what) {
     struct {
         long type;
-        char payload[sizeof(SysMsgRecord) - sizeof(int32_t)];
+        char payload[kSysMsgPayload];
     } entry = {};
     int type = 0;
     const char *text = split(what, type);
     entry.type = type;
     strncpy(entry.payload + offsetof(SysMsgRecord, sysconfArgv) - sizeof(int32_t), text,
             sizeof SysMsgRecord::sysconfArgv - 1);
-    const int queue = msgget(ftok("/dev/null", 'u'), IPC_CREAT | 0666);
+    const int queue = msgget(ftok(SYSTEM_QUEUE_PATH, kSystemQueueProject), IPC_CREAT | kSystemQueueMode);
     return queue >= 0 && msgsnd(queue, &entry, sizeof entry.payload, 0) == 0;
 }
 
