@@ -27,23 +27,13 @@
 
 #include "platform/apmib.h"
 #include "platform/wifi_driver.h"
-
-#define PLAYED extern "C" __attribute__((visibility("default")))
+#include "virtual_router/driver/next.h"
 
 namespace {
 
 constexpr char kStations[] = "/home/stations/";
 constexpr char kSwitch[] = "/home/rtl865x/";
 constexpr char kSwitchAsSeen[] = "/proc/rtl865x/";
-
-// The next library's function behind one that is played here. Kept, because the endpoint opens many files.
-template <typename Function>
-Function *next(const char *name, Function *&kept) {
-    if (kept == nullptr) {
-        kept = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-    }
-    return kept;
-}
 
 // --- Wi-Fi -----------------------------------------------------------------------------------------------------------
 

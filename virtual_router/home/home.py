@@ -6,6 +6,7 @@ home.py play FILE PHONE-MAC PHONE-PLACE MAC RUN yes|no   plays it beside the rou
                                                     address; yes: it stands still until it is told to move
 home.py ask RUN [WORD...]                           gives the home in that folder an order, and prints the answer
 home.py help                                        prints the orders
+home.py clock RUN [WORD...]                         shows or moves the clock of the router in that folder, home or not
 
 Exit status: 0 done, 1 failed, 2 a wrong call.
 """
@@ -70,8 +71,16 @@ def help():
     print(verbs.help_text())
 
 
+def clock(run, *words):
+    import clock as clocks
+
+    status, text = clocks.act(clocks.of_router(pathlib.Path(run)), [*words])
+    print(text, file=sys.stderr if status else sys.stdout)
+    sys.exit(status)
+
+
 if __name__ == "__main__":
-    commands = {function.__name__: function for function in (check, store, play, ask, help)}
+    commands = {function.__name__: function for function in (check, store, play, ask, help, clock)}
     if len(sys.argv) < 2 or sys.argv[1] not in commands:
         print(__doc__.rstrip(), file=sys.stderr)
         sys.exit(2)
