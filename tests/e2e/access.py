@@ -12,12 +12,12 @@ from story import left_nothing
 PHONE = "024B54000064"
 PROVIDER = "203.0.113.1"
 FIREWALL = 'MSG_CALL_SYSCONF sysconfArgv="firewall"'
-DAYS = ("Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday")
+SATURDAY_NOON = "2026-11-28 12:00:00"
 
 # What the kernel must know for the rules; the router's own are not used, so that they cannot hide their faults.
 PROBES = {
     "firewall": "add table inet t; add chain inet t c { type filter hook forward priority filter; }; "
-    'add rule inet t c ether saddr 02:00:00:00:00:01 meta day { Sunday } meta hour "08:00"-"09:00" limit rate over 9/second drop; '
+    "add rule inet t c ether saddr 02:00:00:00:00:01 limit rate over 9/second drop; "
     "add chain inet t n { type nat hook postrouting priority srcnat; }; add rule inet t n ct state new masquerade",
     "shaping": "add table inet t; add chain inet t c { type filter hook forward priority filter; }; "
     "add rule inet t c meta priority set 1:1",
@@ -57,6 +57,13 @@ class Parents(House):
         if rules == 0:
             return f"no {table} rules\n"
         return f"{table} rules " + (f"not in force: {rules} (" if self.obstacles[table] else f"in force: {rules}\n")
+
+    def clock(self, *words):
+        """Moves the router's clock, whatever the PC's shows, and waits until the daemon has taken note of it."""
+        mark = self.mark()
+        status, said = self.router.inside("clock", *words)
+        noted = self.router.await_output("daemon: the clock is set: schreboot\ndaemon:   no reboot is scheduled\n", after=mark)
+        self.results.check(f"clock {' '.join(words)}", status == 0 and noted, said)
 
     def really(self, table):
         """Whether what the rules of this table do to the phone can be seen. Where it can't, that is said once."""
@@ -98,48 +105,48 @@ SHOWN_TABLET = {
     "mac": "024B54000070",
     "week": "0111110",
 }
-SCHOOL_DAYS = "meta day { Monday, Tuesday, Wednesday, Thursday, Friday }"
 KEYWORDS = "shown only: iptables -A FORWARD -i br0 -p tcp --dport 80 -m string --algo bm --string"
 
 
 def tables(t):
     """Every table is filled and looked at, and what becomes of it is shown."""
+    t.clock("set", SATURDAY_NOON)
     t.limit(
-        "schedule a tablet", 4,
-        outbound("02:4B:54:00:00:70", f'{SCHOOL_DAYS} meta hour "08:00:00"-"22:30:00" return', "tablet"),
+        "schedule a tablet", 3,
+        "02:4B:54:00:00:70 'tablet' may not reach the Internet until 2026-11-30 08:00:00",
         outbound("02:4B:54:00:00:70", "drop", "tablet"),
         netAcc={"enable": 1, "addlist": [TABLET]},
     )  # fmt: skip
     t.get("it is scheduled", netAcc={"enable": 1, "list": [SHOWN_TABLET]})
     odd = {**TABLET, "mac": "not a MAC!!!", "stime": "25:00:00", "name": "o'dd\n"}
     t.limit(
-        "a schedule that is none", 4,
+        "a schedule that is none", 3,
         "the schedule of 'NOT A MAC!!!' 'o'\\''dd?' at '250000,223000' is none; it limits nobody",
         netAcc={"enable": 1, "addlist": [odd]},
     )  # fmt: skip
-    t.limit("goes", 4, netAcc={"dellist": [{"mac": odd["mac"]}]})
+    t.limit("goes", 3, netAcc={"dellist": [{"mac": odd["mac"]}]})
 
-    t.limit("block a word", 4, f"{KEYWORDS} 'don'\\''t' -j DROP", urlfilter={"enable": 1, "mode": 0, "addurl": "don't"})
+    t.limit("block a word", 3, f"{KEYWORDS} 'don'\\''t' -j DROP", urlfilter={"enable": 1, "mode": 0, "addurl": "don't"})
     t.limit(
-        "allow a word", 4, f"{KEYWORDS} 'school' -j ACCEPT", f"{KEYWORDS} 'Host:' -j DROP",
+        "allow a word", 3, f"{KEYWORDS} 'school' -j ACCEPT", f"{KEYWORDS} 'Host:' -j DROP",
         urlfilter={"enable": 1, "mode": 1, "addurl": "school"},
     )  # fmt: skip
     t.get("both are listed", urlfilter={"enable": 1, "mode": 1, "urllist": {"black": {"url1": "don't"}, "white": {"url1": "school"}}})
-    t.limit("forget the word", 4, urlfilter={"enable": 1, "mode": 0, "delurl": "don't"})
+    t.limit("forget the word", 3, urlfilter={"enable": 1, "mode": 0, "delurl": "don't"})
 
-    stranger = ["0A0B0C0D0E0F", "stranger", "", "1000001"]
+    stranger = ["0A0B0C0D0E0F", "stranger", "", "1111111"]
     t.limit(
-        "filter a stranger", 5, outbound("0a:0b:0c:0d:0e:0f", "meta day { Sunday, Saturday } drop", "stranger"),
+        "filter a stranger", 4, outbound("0a:0b:0c:0d:0e:0f", "drop", "stranger"),
         Sec={"macFiltering": 1, "addMaclist": [stranger]},
     )  # fmt: skip
     flood = "nft add rule inet firewall flood iifname { eth1, ppp0 }"
     t.limit(
-        "protect from floods", 8, f"{flood} meta l4proto icmp limit rate over 1500/second drop",
+        "protect from floods", 7, f"{flood} meta l4proto icmp limit rate over 1500/second drop",
         Sec={"firewall": 1, "udpflood": 0},
     )  # fmt: skip
     shown = {"firewall": 1, "icmpflood": 1, "tcpsynflood": 1, "tcpfinflood": 1, "udpflood": 0, "macFiltering": 1}
     t.get("all but UDP", Sec={**shown, "maclist": [stranger]})
-    t.limit("a home without a firewall", 3, Sec={"firewall": 0})
+    t.limit("a home without a firewall", 2, Sec={"firewall": 0})
 
     television = {"ip": "192.168.1.60-192.168.1.50", "ulimit": 500, "dlimit": 2000}
     t.limit(
@@ -153,17 +160,8 @@ def tables(t):
     t.get("it is slow", qos={"enable": 1, "ipRuleList": [{**television, "index": 1}]})
 
 
-def span(first, last):
-    """A schedule of the phone, from and to that many hours from now."""
-    times = {key: time.strftime("%H:%M:%S", time.gmtime(time.time() + 3600 * hours)) for key, hours in (("stime", first), ("etime", last))}
-    return {"mac": PHONE, "TimeControl": 1, **times, "week": "1111111", "name": "phone"}
-
-
-def days(*numbers):
-    """The weekdays that are so many days from today."""
-    today = (time.gmtime().tm_wday + 1) % len(DAYS)
-    wanted = {(today + number) % len(DAYS) for number in numbers}
-    return "".join("01"[day in wanted] for day in range(len(DAYS)))
+def schedule(begin, end, week="1111111"):
+    return {"mac": PHONE, "TimeControl": 1, "stime": begin, "etime": end, "week": week, "name": "phone"}
 
 
 def denied(t, table_rules):
@@ -171,6 +169,8 @@ def denied(t, table_rules):
     t.reaches("the phone reaches the provider", True)
     t.limit("filter the phone", table_rules + 1, Sec={"macFiltering": 1, "addMaclist": [[PHONE, "phone"]]})
     t.reaches("it does not reach the provider", False)
+    # A router that starts has the PC's clock.
+    t.limit("the tablet has no day", table_rules + 1, netAcc={"enable": 1, "addlist": [{**TABLET, "week": "0000000"}]})
     left_nothing(t.results, "kill", t.router.stop(signal.SIGTERM), 143)
     t.results.check("the router starts again", t.router.start() is not None, t.router.output())
     for table, rules in (("firewall", table_rules + 1), ("shaping", 2)):
@@ -182,13 +182,25 @@ def denied(t, table_rules):
     t.limit("the phone is no longer filtered", table_rules, Sec={"macFiltering": 1, "delMaclist": [PHONE]})
     t.reaches("the phone still reaches it", True)
 
-    for step, schedule, wanted in (
-        ("hours to come", span(2, 3), False),
-        ("these hours of today", {**span(-1, 1), "week": days(-1, 0, 1)}, True),
-        ("these hours of another day", {**span(-1, 1), "week": days(3)}, False),
+    t.clock("set", SATURDAY_NOON)
+    for step, hours, wanted in (
+        ("hours to come", schedule("14:00:00", "15:00:00"), False),
+        ("these hours of today", schedule("11:00:00", "13:00:00", "0000001"), True),
+        ("these hours of another day", schedule("11:00:00", "13:00:00", "1111110"), False),
+        ("hours that began yesterday", schedule("23:00:00", "13:00:00", "0000010"), True),
+        ("hours that ended today", schedule("23:00:00", "06:00:00", "0000010"), False),
+        ("the whole day", schedule("00:00:00", "00:00:00", "0000001"), True),
     ):
-        t.limit(f"the phone has {step}", table_rules + 2, netAcc={"enable": 1, "addlist": [schedule]})
+        t.limit(f"the phone has {step}", table_rules + (not wanted), netAcc={"enable": 1, "addlist": [hours]})
         t.reaches(f"with {step} it {'reaches' if wanted else 'does not reach'} the provider", wanted)
+    t.limit("the phone has hours", table_rules, netAcc={"enable": 1, "addlist": [schedule("11:00:00", "13:00:00")]})
+    for clock, rules, wanted in (("12:59:58", table_rules + 1, False), ("11:00:00", table_rules, True), ("10:59:57", table_rules, True)):
+        mark = t.mark()
+        t.clock("set", "Saturday", clock)
+        told = t.router.await_output("daemon:   " + t.outcome("firewall", rules), after=mark)
+        t.results.check(f"the hours change at their second: {clock}", told, t.router.output()[mark:])
+        t.reaches(f"the phone {'reaches' if wanted else 'does not reach'} the provider", wanted)
+    t.clock("set", SATURDAY_NOON)
     t.limit("it has no schedule any more", table_rules, netAcc={"dellist": [{"mac": PHONE}]})
     t.reaches("and reaches the provider", True)
 
@@ -226,7 +238,7 @@ def restrict(results, way, build):
         t = Parents(router, results)
         t.log_in("login to a router without limits", "admin", "admin")
         tables(t)
-        denied(t, 3)
+        denied(t, 2)
         slowed(t)
         removed(t)
         left_nothing(results, "after a life with limits, kill", router.stop(signal.SIGTERM), 143)

@@ -170,7 +170,9 @@ def devices_come_and_go(t, flat):
     tablet = dict(zip(DEVICE_KEYS, ("tablet", "192.168.1.2", "024B54010002", "5g", 49, "325", "292", 0, 7)))
     t.order("tablet (02:4b:54:01:00:02, place 2) is at wlan0", "add", "tablet", "wlan0,wlan1", "signal=49", "streams=1", "up=7")
     t.sees("the tablet is there", [*flat, tablet])
-    t.order("tablet is at wlan1-va3", "roam", "tablet", "wlan1-va3")
+    t.order("tablet is at wlan1-va3 (switched off)", "roam", "tablet", "wlan1-va3")
+    t.sees("a network that is off takes nobody", flat)
+    t.order("tablet is at wlan1", "roam", "tablet", "wlan1")
     slower = {**tablet, "conType": "2g", "dlink": "150", "ulink": "135"}
     t.sees("it roams to the other radio", [*flat, slower])
     t.order("tablet is at port5", "roam", "02:4B:54:01:00:02", "port5")
@@ -195,6 +197,8 @@ def wan_comes_and_goes(t, flat):
     t.wan_is("there is", 1, 1, FLAT_SPEED, "some")
     t.order("the WAN is down", "wan", "down")
     t.wan_is("the cable is cut", 0, 0, NO_SPEED, "none")
+    nothing = {"ip": "0.0.0.0", "mask": "0.0.0.0", "gateway": "255.255.255.255", "dns1": "0.0.0.0", "dns2": "0.0.0.0"}
+    t.becomes("and with it what the provider gave", lambda: t.ask(wanInfo={}).get("wanInfo"), {"type": "1", "dnsmode": 0, **nothing})
     if not t.router.way.played:
         status, said = t.router.on_phone("busybox", "ping", "-c", "1", "-W", "1", "203.0.113.1")
         t.results.check("no packet reaches the provider", status != 0 and "100% packet loss" in said, said)
@@ -251,6 +255,8 @@ def wrong_orders(t):
     t.order("there is no verb 'fly' (script/router home help)", "fly", status=2)
     t.order("usage: home add NAME SPOT[,SPOT] [KEY=VALUE]...", "add", "x", status=2)
     t.order("there is no device 'x'", "remove", "x", status=1)
+    spots = "wlan0, wlan1, one of their virtual access points -va0 to -va3, port2 to port5, AGENT/5g, AGENT/2g, unseen or away"
+    t.order(f'"port9" must be a spot: {spots}', "roam", "radio", "port9", status=1)
 
 
 def follows_the_lan(t, flat):

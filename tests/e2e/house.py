@@ -182,7 +182,7 @@ def box(t):
         "a scheduled reboot",
         (
             "MSG_APP_SCHREBOOT enable=1 hour=3 minute=30 second=0 weekdays=1000001",
-            "  reboots are scheduled: 03:30:00 on the days 1000001 (shown only; this router carries none out)",
+            "  reboots are scheduled: 03:30:00 on the days 1000001",
         ),
         sys={"schReboot": SCHEDULE},
     )

@@ -259,7 +259,7 @@ def odd_records(t):
          "nft add rule inet firewall input iifname { eth1, ppp0 } ct state new drop"),
         (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130),
          "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001",
-         "reboots are scheduled: 23:59:07 on the days 1000001 (shown only; this router carries none out)"),
+         "reboots are scheduled: 23:59:07 on the days 1000001"),
         (5, bytes(360), "MSG_APP_SCHREBOOT enable=0 hour=0 minute=0 second=0 weekdays=0000000", "no reboot is scheduled"),
         (9, bytes(232) + struct.pack("<ii", -1, 3) + b"g-1" + bytes(117),
          'MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"',

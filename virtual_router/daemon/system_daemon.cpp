@@ -1,5 +1,5 @@
 // The router's system daemon: reads the message queue, prints each record, and has the router's command do what it
-// asks, one after another. Runs until it is killed.
+// asks; has commands run at their times, too. One runs after another. Runs until it is killed.
 #include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
@@ -10,10 +10,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <thread>
 
 #include "platform/system_queue.h"
 #include "virtual_router/console/printable.h"
 #include "virtual_router/daemon/record.h"
+#include "virtual_router/daemon/timetable.h"
 
 namespace {
 
@@ -76,6 +79,19 @@ void run(const std::vector<std::string> &command) {
     }
 }
 
+std::mutex turn;  // of what is done and printed
+
+// Prints what there is to do, and does it.
+void act(const std::string &what, const std::vector<std::string> &command, const std::string &note) {
+    const std::lock_guard<std::mutex> lock(turn);
+    std::printf("daemon: %s\n", what.c_str());
+    if (command.empty()) {
+        std::printf("daemon:   %s\n", note.c_str());
+    } else {
+        run(command);
+    }
+}
+
 }  // namespace
 
 int main() {
@@ -85,17 +101,17 @@ int main() {
         std::perror("daemon: msgget");
         return 1;
     }
+    std::thread([] {
+        keep_timetable([](const std::string &why, const std::vector<std::string> &command) {
+            act(why + ": " + command[0], command, "");
+        });
+    }).detach();
     static Envelope envelope;
     for (;;) {
         const ssize_t size = msgrcv(queue, &envelope, sizeof envelope.payload, 0, MSG_NOERROR);
         if (size >= 0) {
             const Message message = decode_record(envelope.type, {envelope.payload, static_cast<std::size_t>(size)});
-            std::printf("daemon: %s\n", message.text.c_str());
-            if (message.command.empty()) {
-                std::printf("daemon:   %s\n", message.note.c_str());
-            } else {
-                run(message.command);
-            }
+            act(message.text, message.command, message.note);
         } else if (errno != EINTR) {
             std::perror("daemon: msgrcv");
             return 1;

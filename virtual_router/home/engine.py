@@ -1,6 +1,7 @@
-"""Plays a home beside a running router: writes what the router finds of it, lets time pass, and takes orders."""
+"""Plays a home beside a running router: writes what the router finds of it, does what the router's settings say to it, lets time
+pass, and takes orders."""
 
-import ipaddress
+import collections
 import json
 import os
 import pathlib
@@ -9,7 +10,11 @@ import socket
 import subprocess
 import time
 
+import around
+import clock
+import rootfs
 import sources
+import traffic
 import verbs
 from model import Home
 
@@ -18,73 +23,140 @@ READY = "home.ready"  # there once the router's networks were seen and all is wr
 LOOK_SECONDS = 0.1  # how often the engine looks for changes of the router
 MOST_ORDER_BYTES = 1 << 20
 PATIENCE_SECONDS = 2  # with whoever gives an order
+MOST_EVENTS = 1000
 
 
 class Engine:
-    """`run` is the run folder of the router's script, which holds the router's root."""
+    """`run` is the run folder of the router's script, which holds the router's root. `seconds` is a clock for what takes time in
+    the home, whatever the router's shows."""
 
-    def __init__(self, about, run, moving):
+    def __init__(self, about, run, moving, seconds=time.monotonic):
         self.home = Home(about)
         self.run = run
-        self.root = run / "root"
+        self.root = rootfs.Root(run / "root")
+        self.clock = clock.Clock(self.root)
+        self.seconds = seconds
         self.broken = {}  # source -> how
-        self.around = sources.Around()
+        self.around = around.Around()
+        self.events = collections.deque(maxlen=MOST_EVENTS)  # what happened: step and text
         self.written = {}
-        self.seen = None
+        self.written_to = None  # which root that was: a router that starts anew may have a new one
+        self.seen = {}
+        self.answers = None  # the networks that the provider answers for
         self.ready = False  # the router has come so far that the home could be written as it is
+        self.looked = self.seconds()
+        self.leases_seen = 0
         self.start_moving()
         self.moving = moving
 
     def start_moving(self):
         self.moving = True
-        self.next_step = time.monotonic() + self.home.about["pace"]
+        self.next_step = self.seconds() + self.home.about["pace"]
 
-    def set_wan(self, up):
-        if up and not self.home.wan:
-            self.around.wan_since = str(int(time.time()))
-        self.home.wan = up
-        # Where the provider is a network of its own, its end of the cable is pulled.
-        provider = self.run / "networks/isp"
-        if provider.exists():
-            subprocess.run(["nsenter", f"--net={provider}", "ip", "link", "set", "eth0", "up" if up else "down"], check=False)
+    def tell(self, text):
+        """Notes what happened, and prints it."""
+        self.events.append((self.home.steps, text))
+        print(f"home: {text}", flush=True)
+
+    def tell_all(self, happened):
+        """Tells what happened to devices. Those to whom the same happened are told in one line."""
+        together = {}
+        for device, text in happened:
+            together.setdefault(text, []).append(device.name)
+        for text, names in together.items():
+            self.tell(f"{names[0]} {text}" if len(names) == 1 else f"{len(names)} devices, {names[0]} among them: {text}")
 
     def look_around(self):
-        """Takes over what the router's commands say of it: the LAN's address and mask, the WAN's type and since when it is
-        up, the role in the mesh, the phone's address. True: something is new."""
-        facts = [read_words(path) for path in (*(self.root / "var/run" / name for name in ("lan", "wan", "mesh")), self.run / "phone")]
-        if facts == self.seen:
+        """Takes over the settings that are in force in the router, and the phone's address. True: something is new."""
+        root = self.root.identity()
+        if root != self.written_to:
+            self.written_to, self.written, self.seen = root, {}, {}
+            self.home.wlan_starts = None
+        if root is None:
             return False
-        lan, wan, mesh, phone = facts
-        if wan and (self.seen is None or wan != self.seen[1]):
-            self.around.wan_type, self.around.wan_since = wan[0], wan[-1]
-        self.seen = facts
+        facts = {name: self.root.read(f"var/run/{name}") for name in around.FILES}
         try:
-            self.around.lan = ipaddress.IPv4Interface("/".join(lan or []))
-        except ValueError:  # twice "none", where there is no address
-            self.around.lan = None
-        self.around.mesh_role = mesh[0] if mesh else None
-        self.around.phone = phone[0] if phone else ""
-        self.ready = self.ready or None not in facts
-        return True
+            phone = (self.run / "phone").read_text().strip()
+        except OSError:
+            phone = None
+        new = {name for name, content in facts.items() if content is not None and content != self.seen.get(name)}
+        for name in new:
+            self.around.take(name, facts[name].decode(errors="backslashreplace"))
+        changed = bool(new) or self.seen.get("phone") != phone
+        self.seen = {**facts, "phone": phone}
+        self.around.phone = phone or ""
+        self.around.now = self.clock.now()
+        if new & {"wlan", "mesh"} and self.around.networks:
+            self.tell_all(self.home.obey(self.around))
+        self.ready = self.ready or None not in self.seen.values()
+        return changed
+
+    def let_pass(self, seconds):
+        """Time passes for those who are on their way into the Wi-Fi, also while the home stands still. True: somebody is there."""
+        happened = self.home.pass_seconds(seconds)
+        self.tell_all(happened)
+        return bool(happened)
+
+    def step(self):
+        for device, page in self.home.step():
+            self.ask(device, page)
+
+    def ask(self, device, page):
+        """A device asks for a page. Returns what comes of it; what the router has refused is told."""
+        text, answered = traffic.ask(self.home, self.around, device, page)
+        if not answered:
+            self.tell(f"{device.name} asks for {page}: {text}")
+        return text
+
+    def lead_to_internet(self):
+        """Has the provider answer for what there is of the Internet, where it is a network of its own, and pulls or plugs in its
+        end of the cable."""
+        provider = self.run / "networks/isp"
+        internet = self.home.about["internet"] if self.home.has_internet() else []
+        wanted = ["link set eth0 " + ("up" if self.home.wan else "down")] + [f"route replace local {network} dev lo" for network in internet]
+        if wanted == self.answers or not provider.exists():
+            return
+        gone = [line.replace("replace", "del") for line in self.answers or () if line.startswith("route") and line not in wanted]
+        ip = ["nsenter", f"--net={provider}", "ip", "-force", "-batch", "-"]
+        subprocess.run(ip, input="\n".join(gone + wanted) + "\n", text=True, check=False)
+        self.answers = wanted
 
     def write(self):
         """Writes what has changed, each file at once."""
+        if self.written_to is None:
+            return
+        self.around.now = self.clock.now()
+        self.home.renew_leases(self.around)
+        self.lead_to_internet()
         for name, content in sources.files(self.home, self.around, self.broken).items():
-            path = self.root / name
             if name in self.written and self.written[name] == content:
                 continue
             if content is None:
-                path.unlink(missing_ok=True)
+                self.root.remove(name)
                 if name in sources.COPIES:
-                    (self.root / sources.COPIES[name]).unlink(missing_ok=True)
+                    self.root.remove(sources.COPIES[name])
             else:
-                path.parent.mkdir(parents=True, exist_ok=True)
-                new = path.with_name(path.name + ".new")
-                new.write_bytes(content)
-                new.replace(path)
+                self.root.write(name, content)
             self.written[name] = content
         if self.ready:
             (self.run / READY).touch()
+
+    def look(self):
+        """What is to be done every now and then."""
+        changed = self.look_around()
+        now = self.seconds()
+        if self.written_to is not None:
+            changed |= self.let_pass(now - self.looked)
+        self.looked = now
+        if self.moving and now >= self.next_step:
+            self.step()
+            self.next_step = max(self.next_step + self.home.about["pace"], now)
+            changed = True
+        if self.around.now != self.leases_seen:  # they count in seconds
+            self.leases_seen = self.around.now
+            changed |= self.home.renew_leases(self.around)
+        if changed:
+            self.write()
 
     def serve(self):
         """Runs for ever."""
@@ -96,13 +168,7 @@ class Engine:
         orders = selectors.DefaultSelector()
         orders.register(listener, selectors.EVENT_READ)
         while True:
-            changed = self.look_around()
-            if self.moving and time.monotonic() >= self.next_step:
-                self.home.step()
-                self.next_step = max(self.next_step + self.home.about["pace"], time.monotonic())
-                changed = True
-            if changed:
-                self.write()
+            self.look()
             if orders.select(LOOK_SECONDS):
                 self.take_order(listener)
 
@@ -119,11 +185,3 @@ class Engine:
                 connection.sendall(json.dumps([status, text]).encode() + b"\n")
             except (OSError, ValueError, TypeError) as error:
                 print(f"home: an order was not understood: {error}", flush=True)
-
-
-def read_words(path):
-    """The words of a small file; None if there is none."""
-    try:
-        return path.read_text(errors="replace").split()
-    except OSError:
-        return None

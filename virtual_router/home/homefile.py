@@ -1,5 +1,6 @@
 """Home files: reading one, and saying what is wrong with it."""
 
+import ipaddress
 import json
 import pathlib
 import re
@@ -22,7 +23,7 @@ MOST_CLIENTS = NUMBERS["kArpEntryLimit"]  # the router's ARP list has no more en
 MOST_AGENTS = 32
 MOST_NAME_BYTES = 63  # of the lease record's 64, one ends the name
 BANDS_OF = {"a": {"5g"}, "b": {"2g"}, "g": {"2g"}, "n": {"2g", "5g"}, "ac": {"2g", "5g"}}
-DEVICE_DEFAULTS = {"lease": True, "wifi": "ac", "width": 80, "streams": 2, "guard": "short", "signal": 50, "down": 0, "up": 0}
+DEVICE_DEFAULTS = {"lease": True, "wifi": "ac", "width": 80, "streams": 2, "guard": "short", "signal": 50, "down": 0, "up": 0, "asks": []}
 
 
 class HomeError(Exception):
@@ -32,6 +33,19 @@ class HomeError(Exception):
 def spot_band(spot):
     """The band of a spot in the air, None of any other."""
     return spot.rpartition("/")[2] if "/" in spot else INTERFACES.get(spot)
+
+
+def is_guest_spot(spot):
+    """Whether a spot is a virtual access point, whose network is another than the house's."""
+    return spot in INTERFACES and spot not in RADIOS.values()
+
+
+def other_band(spot):
+    """The same network's spot on the other band; a spot that is not in the air is left as it is."""
+    if spot in INTERFACES:
+        return spot.replace("wlan0", "wlan2").replace("wlan1", "wlan0").replace("wlan2", "wlan1")
+    agent, slash, band = spot.rpartition("/")
+    return f"{agent}/{'2g' if band == '5g' else '5g'}" if slash else spot
 
 
 def path_text(path):
@@ -99,6 +113,11 @@ def contradictions(home):
             first = seen.setdefault(thing[key], path)
             if first != path:
                 yield (*path, key), f"{json.dumps(thing[key], ensure_ascii=False)} is the {what} of {path_text(first)} already"
+    for number, network in enumerate(home["internet"]):
+        try:
+            ipaddress.IPv4Network(network)
+        except ValueError as error:
+            yield ("internet", number), f"{error}"
     if len(agents) > MOST_AGENTS:
         yield ("agents",), f"there are {len(agents)} agents; a router knows {MOST_AGENTS} at most"
     if len(things) > MOST_CLIENTS:
@@ -154,7 +173,7 @@ def load(path, phone_mac, phone_place):
         raise HomeError(f"{path}: {error}")
     found = findings(home, SCHEMA)
     if not found:
-        home = {"seed": 0, "pace": 2, "store": {}, "ports": {}, "phone": {}, "agents": [], **home}
+        home = {"seed": 0, "pace": 2, "store": {}, "ports": {}, "internet": [], "phone": {}, "agents": [], **home}
         phone = {"name": "phone", "at": "wlan0", **home["phone"], "mac": phone_mac, "place": phone_place}
         home["phone"] = complete(phone)
         home["agents"] = [{"via": None, **agent, "mac": agent["mac"].lower()} for agent in home["agents"]]

@@ -1,14 +1,20 @@
 """The state of a home and how it moves. Pure: no file, no clock. The same home, seed and calls give the same state."""
 
+import ipaddress
 import random
+from typing import NamedTuple
 
 import homefile
+from around import CONTROLLER
 
 STEP_SIGNAL = 2  # how far a signal may move in a step
 SIGNAL_REACH = 10  # how far it strays from the one of the home file
 STEP_LOAD = 0.3  # how far a device's traffic may move in a step, of its usual one
 MOST_LOAD = 2.0
 MOVE_CHANCE = 0.05  # that a device with several spots goes to another one in a step
+ASK_CHANCE = 0.1  # that a device asks for a page in a step
+JOIN_SECONDS = (3, 8)  # how long a station takes to come back
+LATEST = 2**32 - 1  # seconds since the epoch that fit a lease
 
 # The rate codes of the driver: legacy rates in units of 500 kb/s, 128 + MCS for 802.11n, 160 + 10 * (streams - 1) + MCS
 # for 802.11ac. A signal finds its rate by SIGNAL_PER_RATE, from the lowest rate on.
@@ -55,6 +61,12 @@ class Link:
         return MCS_RATES[rate] * WIDTH_FACTORS[self.width] * self.streams * (10 / 9 if self.short_guard else 1)
 
 
+class Lease(NamedTuple):
+    address: ipaddress.IPv4Address
+    name: str
+    ends: int  # seconds since the epoch, by the router's clock
+
+
 class Device:
     """A device and where it is at this moment. `about` is the device of a complete home file."""
 
@@ -71,9 +83,16 @@ class Device:
         self.usual_signal = self.signal = about["signal"]
         self.usual = {"down": about["down"], "up": about["up"]}
         self.load = 1.0
+        self.asks = list(about["asks"])
         self.spot = self.spots[0]
+        self.known = {}  # the networks that it knows: name -> key
+        # Who is in the air at a spot may be kept out, or be on the way: `waits` are the seconds until it is let in.
+        self.connected = True
+        self.waits = None
         # Its own, so that a device that comes or goes leaves the others' ways alone.
         self.chance = random.Random(f"{seed} {self.mac}")
+        self.joining = random.Random(f"{seed} {self.mac} joins")
+        self.asking = random.Random(f"{seed} {self.mac} asks")
 
     def band(self):
         return homefile.spot_band(self.spot)
@@ -82,7 +101,7 @@ class Device:
         return Link(self, self.band())
 
     def here(self):
-        return self.spot != "away"
+        return self.spot != "away" and self.connected
 
     def rate(self, direction):
         """Its traffic in bytes/s, "down" or "up", where nothing is in its way."""
@@ -96,8 +115,12 @@ class Home:
         self.about = about
         self.seed = about["seed"]
         self.steps = 0
-        self.wan = True
-        self.internet = True
+        self.wan = True  # the cable is in
+        self.internet = True  # the provider passes on what it has of it
+        self.networks = {}  # interface -> what it offers; until the router has told, each lets everybody in
+        self.wlan_starts = 0
+        self.mesh = True  # agents are attached
+        self.leases = {}  # MAC address -> Lease
         self.phone = Device(about["phone"], self.seed)
         self.devices = [self.phone] + [Device(device, self.seed) for device in about["devices"]]
         self.agents = about["agents"]
@@ -106,8 +129,12 @@ class Home:
         for device in self.devices:
             self.enter(device)
 
-    def online(self):
-        return self.wan and self.internet
+    def has_internet(self):
+        """Whether there is an Internet behind the provider."""
+        return self.internet and bool(self.about["internet"])
+
+    def online(self, around):
+        return self.wan and around.wan_up and self.has_internet()
 
     def device(self, word):
         """The device of that name or MAC address."""
@@ -118,24 +145,167 @@ class Home:
 
     def enter(self, device):
         table = self.tables.get(device.spot)
-        if table is not None:
+        if table is not None and device.connected:
             table[table.index(None)] = device
 
     def leave(self, device):
         table = self.tables.get(device.spot)
-        if table is not None:
+        if table is not None and device.connected:
             table[table.index(device)] = None
+
+    def network(self, spot):
+        """What the router offers at a spot in the air; None elsewhere, and while it is not known. An agent offers what the main
+        access point of that band does."""
+        return self.networks.get(homefile.RADIOS[homefile.spot_band(spot)] if "/" in spot else spot)
+
+    def refusal(self, device, spot):
+        """Why a device cannot join at a spot, as a text; None if it can."""
+        network = self.network(spot)
+        if "/" in spot and not self.mesh:
+            return "its agent is not attached"
+        if network is None:
+            return None
+        if not network.on:
+            return "switched off"
+        # What the app sets, the phone's owner tells the phone.
+        if network.key and device is not self.phone and device.known.get(network.ssid) != network.key:
+            return "another name or key"
+        return None if network.admits(device.mac) else "kept out by the access list"
+
+    def learn(self, device):
+        """Tells a device the networks that whoever set it up once told it: those of its spots, on both bands, and the house's own
+        unless it is a guest's."""
+        spots = [homefile.other_band(spot) for spot in device.spots] + device.spots[::-1]
+        if not any(map(homefile.is_guest_spot, spots)):
+            spots = [*homefile.RADIOS.values(), *spots]
+        # Of two networks of one name it knows that of its first spot.
+        for network in filter(None, map(self.network, filter(homefile.spot_band, spots))):
+            device.known[network.ssid] = network.key
+
+    def disconnect(self, device):
+        self.leave(device)
+        device.connected = False
+        device.waits = None
+
+    def wait_to_join(self, device):
+        device.waits = device.joining.uniform(*JOIN_SECONDS)
+
+    def obey(self, around):
+        """The router is like this now. Whom it does not let in any more leaves, and goes to another of its spots if it can; whom it
+        lets in comes after some seconds. Returns what happened: pairs of a device and a text."""
+        first = not self.networks
+        restarted = not first and around.wlan_starts != self.wlan_starts
+        self.networks, self.wlan_starts = around.networks, around.wlan_starts
+        self.mesh = around.mesh_role in (None, CONTROLLER)
+        happened = []
+        for device in self.devices:
+            if first:
+                self.learn(device)
+            happened += [(device, text) for text in self.look_for_network(device, restarted)]
+        return happened
+
+    def look_for_network(self, device, restarted=False):
+        """A device makes the best of what is offered at its spot. Yields what happened."""
+        if device.band() is None:
+            return
+        refusal = self.refusal(device, device.spot)
+        if device.connected and (refusal or restarted):
+            yield f"leaves {device.spot}: {refusal or 'the Wi-Fi starts anew'}"
+            self.disconnect(device)
+        if refusal:
+            others = [spot for spot in device.spots if homefile.spot_band(spot) and self.refusal(device, spot) is None]
+            if others:
+                device.spot = others[0]
+                refusal = None
+        if refusal:
+            device.waits = None
+        elif not device.connected and device.waits is None:
+            self.wait_to_join(device)
+
+    def renew_leases(self, around):
+        """The DHCP server gives leases to whoever is here and asks for one; a device renews its own when half of it has passed.
+        Who left keeps it until it ends. A LAN that has moved knows none of the old ones. True: something has changed."""
+        before = self.leases
+        kept = {}
+        for mac, lease in self.leases.items():
+            if lease.ends > around.now and around.lan and lease.address in around.lan.network:
+                kept[mac] = lease
+        for address, name, mac in self.wanting_leases(around):
+            lease = kept.get(mac)
+            if around.gives_leases and (not lease or lease.address != address or lease.ends - around.now < around.lease_seconds // 2):
+                kept[mac] = Lease(address, name, min(around.now + around.lease_seconds, LATEST))
+        # The oldest ones make room.
+        self.leases = dict(sorted(kept.items(), key=lambda item: item[1].ends)[-homefile.MOST_CLIENTS :])
+        return self.leases != before
+
+    def wanting_leases(self, around):
+        """Who gets an address from the DHCP server: address, name and MAC address."""
+        for address, thing in self.hosts(around):
+            if isinstance(thing, dict):
+                yield address, thing["name"], thing["mac"]
+            elif thing.lease:
+                yield address, thing.name, thing.mac
+
+    def hosts(self, around):
+        """Yields what has an address at this moment: (address, agent or device of the home). Agents come first."""
+        for agent in self.agents if self.mesh else ():
+            address = around.address(agent["place"])
+            if address:
+                yield address, agent
+        for device in self.devices:
+            if device is self.phone:
+                # The PC's requests come from it, whether the Wi-Fi has it or not.
+                if around.phone:
+                    yield ipaddress.IPv4Address(around.phone), device
+            elif device.here():
+                address = around.address(device.place)
+                if address:
+                    yield address, device
+
+    def pass_seconds(self, seconds):
+        """Lets so much time pass for those who are about to join. Returns what happened, as obey() does."""
+        happened = []
+        for device in self.devices:
+            if device.waits is None:
+                continue
+            device.waits -= seconds
+            if device.waits <= 0 and self.has_room(device.spot):
+                device.waits = None
+                device.connected = True
+                self.enter(device)
+                happened.append((device, f"joins {device.spot}"))
+        return happened
+
+    def join(self, device, ssid, key):
+        """Tells a device a network and its key. Returns what comes of it, as a text."""
+        if ssid is None:
+            network = self.network(device.spot)
+            if network is None:
+                raise CannotBe(f"{device.name} is at {device.spot}, where there is no network; name one")
+            ssid = network.ssid
+        device.known[ssid] = key
+        list(self.look_for_network(device))
+        if device.band() is None:
+            return f"{device.name} knows '{ssid}'"
+        refusal = self.refusal(device, device.spot)
+        if refusal:
+            return f"{device.name} knows '{ssid}', but {device.spot} is not open to it: {refusal}"
+        return f"{device.name} knows '{ssid}', and {'stays at' if device.connected else 'joins'} {device.spot}"
 
     def has_room(self, spot):
         return spot not in self.tables or None in self.tables[spot]
 
     def move(self, device, spot):
-        """Brings a device to a spot where there is room."""
+        """Brings a device to a spot where there is room. It is connected there at once, or not at all."""
         self.leave(device)
         device.spot = spot
+        device.connected = homefile.spot_band(spot) is None or self.refusal(device, spot) is None
+        device.waits = None
         self.enter(device)
 
     def roam(self, device, spot):
+        for _, why in homefile.findings(spot, homefile.SCHEMA["definitions"]["spot"]):
+            raise CannotBe(why)
         agents = {agent["name"] for agent in self.agents}
         for why in homefile.impossible({"at": [spot], "wifi": device.wifi}, agents, device is self.phone):
             raise CannotBe(why)
@@ -157,9 +327,11 @@ class Home:
         for why in homefile.impossible(about, {agent["name"] for agent in self.agents}):
             raise CannotBe(why)
         device = Device(about, self.seed)
+        self.learn(device)
         if not self.has_room(device.spot):
             raise CannotBe(f"{device.spot} has {homefile.MOST_STATIONS} stations already")
         self.devices.append(device)
+        device.connected = device.band() is None or self.refusal(device, device.spot) is None
         self.enter(device)
 
     def remove(self, device):
@@ -169,10 +341,15 @@ class Home:
         self.devices.remove(device)
 
     def step(self):
-        """Lets a moment pass."""
+        """Lets a moment pass. Returns who asked for what: pairs of a device and a page."""
         self.steps += 1
+        asked = []
         for device in self.devices:
             self.step_device(device)
+            asks, which = device.asking.random() < ASK_CHANCE, device.asking.random()
+            if asks and device.asks and device.here():
+                asked.append((device, device.asks[int(which * len(device.asks))]))
+        return asked
 
     def step_device(self, device):
         chance = device.chance
@@ -183,7 +360,7 @@ class Home:
         lowest, highest = max(0, device.usual_signal - SIGNAL_REACH), min(255, device.usual_signal + SIGNAL_REACH)
         device.signal = min(highest, max(lowest, signal))
         device.load = min(MOST_LOAD, max(0.0, load))
-        others = [spot for spot in device.spots if spot != device.spot]
+        others = [spot for spot in device.spots if spot != device.spot and (not homefile.spot_band(spot) or not self.refusal(device, spot))]
         if moves and others:
             spot = others[int(way * len(others))]
             if self.has_room(spot):

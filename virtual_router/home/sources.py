@@ -1,11 +1,12 @@
 """The files in which the router finds its home: what each holds at a moment. One function per source."""
 
-import ipaddress
 import json
 import random
 import struct
 
 import homefile
+import traffic
+from around import CONTROLLER, DHCP_WAN, PPP_WANS
 from model import LEGACY_RATES
 
 LAN_PORTS = ("port2", "port3", "port4", "port5")
@@ -17,52 +18,9 @@ OLDER = {("ac", "5g"): "na", ("n", "5g"): "a", ("n", "2g"): "gb", ("g", "2g"): "
 WIDTH_FLAGS = {20: 0, 40: homefile.NUMBERS["kRate40MHz"], 80: homefile.NUMBERS["kRate80MHz"]}
 SHORT_GUARD = homefile.NUMBERS["kRateShortGuard"]
 LEASE = struct.Struct("!16s4sI64sI")
-LEASE_SECONDS = 86400
-# As the store has them.
-DHCP_WAN = "1"
-PPP_WANS = ("3", "4", "6", "16")
-CONTROLLER = "1"
-
-
-class Around:
-    """What the home must know of the router at a moment."""
-
-    def __init__(self):
-        self.mac = ""  # of the LAN
-        self.lan = None  # ipaddress.IPv4Interface, or None without an address
-        self.phone = ""  # the phone's address, or empty
-        self.wan_type = None  # of the connection in force
-        self.wan_since = "0"  # seconds since the epoch
-        self.mesh_role = None
-
-    def address(self, place):
-        """The address of a place in the LAN, or None where the LAN has none for it."""
-        if self.lan is None:
-            return None
-        network = self.lan.network
-        if not 0 < place < network.num_addresses - 1:
-            return None
-        address = network.network_address + place
-        return address if address != self.lan.ip else None
-
 
 def packed_mac(mac):
     return bytes.fromhex(mac.replace(":", ""))
-
-
-def hosts(home, around):
-    """Yields what has an address at this moment: (address, agent or device of the home). Agents come first."""
-    for agent in home.agents:
-        address = around.address(agent["place"])
-        if address:
-            yield address, agent
-    for device in home.devices:
-        if device is home.phone:
-            address = ipaddress.IPv4Address(around.phone) if around.phone else None
-        else:
-            address = around.address(device.place)
-        if address and device.here():
-            yield address, device
 
 
 def station_record(number, device):
@@ -94,33 +52,25 @@ def stations(interface):
     return table
 
 
-def leases(home, around):
+def leases(home, _around):
     """The DHCP server's leases. The phone's is among them."""
-    records = []
-    for address, thing in hosts(home, around):
-        if isinstance(thing, dict):
-            mac, name = thing["mac"], thing["name"]
-        elif thing.lease:
-            mac, name = thing.mac, thing.name
-        else:
-            continue
-        records.append(LEASE.pack(packed_mac(mac), address.packed, LEASE_SECONDS, name.encode(), 0))
+    records = [LEASE.pack(packed_mac(mac), lease.address.packed, lease.ends, lease.name.encode(), 0) for mac, lease in home.leases.items()]
     return {"home/leases": b"".join(records)}
 
 
-def traffic(home, _around):
+def traffic_counters(home, around):
     lines = []
-    for number, device in enumerate(home.devices, 1):
+    for number, (device, rates) in enumerate(traffic.rates(home, around).items(), 1):
         if device.here():
-            up, down = (device.rate(way) if home.online() else 0 for way in ("up", "down"))
-            lines.append(f"{number} {home.steps} {device.mac.replace(':', '')} {up} {down}\n")
+            lines.append(f"{number} {home.steps} {device.mac.replace(':', '')} {rates['up']} {rates['down']}\n")
     return {"var/terminal_rate_info": "".join(lines).encode()}
 
 
-def speed(home, _around):
+def speed(home, around):
     """What passed the WAN in a step: its seconds, bytes received, bytes sent."""
     period = home.about["pace"]
-    down, up = (sum(device.rate(way) for device in home.devices) if home.online() else 0 for way in ("down", "up"))
+    rates = traffic.rates(home, around).values()
+    down, up = (sum(rate[way] for rate in rates) for way in traffic.WAYS)
     return {"home/wanspeed": f"{period:f},{int(down * period)},{int(up * period)}\n".encode()}
 
 
@@ -146,7 +96,7 @@ def port_status(home, _around):
 
 def switch_arp(home, around):
     lines = ["address         MAC               (port)\n"]
-    for address, thing in hosts(home, around):
+    for address, thing in home.hosts(around):
         if not isinstance(thing, dict) and thing.spot in LAN_PORTS:
             lines.append(f"{str(address):15} {thing.mac.replace(':', '-')} (1 {thing.spot.removeprefix('port')})\n")
     return {"home/rtl865x/arp": "".join(lines).encode()}
@@ -197,15 +147,16 @@ def topology(home, around):
     return {"tmp/topology_json": json.dumps(root, separators=(",", ":")).encode() + b"\n"}
 
 
-def internet(home, _around):
-    return {"tmp/internet": b"1\n" if home.online() else b"0\n"}
+def internet(home, around):
+    return {"tmp/internet": b"1\n" if home.online(around) else b"0\n"}
 
 
 def uptime(home, around):
     """Since when the WAN is up. Who dials also shows that the line is open."""
     since = f"{around.wan_since}\n".encode()
-    dhcp = home.wan and around.wan_type == DHCP_WAN
-    ppp = home.wan and around.wan_type in PPP_WANS
+    connected = home.wan and around.wan_up
+    dhcp = connected and around.wan_type == DHCP_WAN
+    ppp = connected and around.wan_type in PPP_WANS
     return {
         "var/wan_uptime": since if dhcp else None,
         "var/ppp/startTime": since if ppp else None,
@@ -216,7 +167,7 @@ def uptime(home, around):
 def lan_hosts(home, around):
     """Who is to be seen on the LAN, but for the phone, which is there anyway. Agents are real hosts, too."""
     lines = []
-    for address, thing in hosts(home, around):
+    for address, thing in home.hosts(around):
         if isinstance(thing, dict):
             lines.append(f"{address} {thing['mac']} wired\n")
         elif thing is not home.phone:
@@ -224,12 +175,21 @@ def lan_hosts(home, around):
     return {"home/hosts": "".join(lines).encode()}
 
 
+def outside(home, _around):
+    """What the router's commands, and those who play the kernel, must know of the WAN: the cable, and what there is behind it."""
+    networks = home.about["internet"] if home.has_internet() else []
+    return {
+        "home/wan-cable": b"up\n" if home.wan else b"down\n",
+        "home/internet": "".join(f"answers {network if '/' in network else network + '/32'}\n" for network in networks).encode(),
+    }
+
+
 # What can be broken: name, and the function that gives the content of its files by their paths in the router's root. None
 # is no file.
 SOURCES = {
     **{interface: stations(interface) for interface in homefile.INTERFACES},
     "leases": leases,
-    "traffic": traffic,
+    "traffic": traffic_counters,
     "speed": speed,
     "port-status": port_status,
     "switch-arp": switch_arp,
@@ -261,7 +221,7 @@ REFUSES = "refuses"  # of a station table: the driver refuses to hand it over
 
 def files(home, around, broken):
     """All files of the home: path -> content, or None for no file. `broken`: source -> how."""
-    found = dict(lan_hosts(home, around))
+    found = {**lan_hosts(home, around), **outside(home, around)}
     for name, source in SOURCES.items():
         how = broken.get(name)
         for path, content in source(home, around).items():

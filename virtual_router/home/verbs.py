@@ -1,7 +1,10 @@
 """What script/router can do to a home. A verb is a row of VERBS; whoever calls it wrongly gets its usage."""
 
+import json
+
 import homefile
 import sources
+import traffic
 from model import CannotBe
 
 
@@ -30,7 +33,7 @@ def columns(rows):
 
 
 def link_text(device):
-    if device.band() is None:
+    if device.band() is None or not device.connected:
         return "-"
     link = device.link()
     if link.standard not in ("n", "ac"):
@@ -38,24 +41,76 @@ def link_text(device):
     return f"{link.standard} {link.width} MHz, {link.streams} x MCS {link.down}"
 
 
-def show(engine):
+def at_text(home, device):
+    """Where a device is, and what keeps it from the network there."""
+    if device.spot == "away" or device.connected:
+        return device.spot
+    return f"{device.spot} ({'joining' if device.waits is not None else home.refusal(device, device.spot)})"
+
+
+def as_tree(engine):
+    """The home at this moment, for programs."""
     home, around = engine.home, engine.around
-    addresses = {id(thing): str(address) for address, thing in sources.hosts(home, around)}
+    addresses = {id(thing): str(address) for address, thing in home.hosts(around)}
+    rates = traffic.rates(home, around)
+    networks = {
+        interface: {"on": network.on, "ssid": network.ssid, "channel": int(network.channel), "list": network.list}
+        for interface, network in home.networks.items()
+    }
+    agents = [
+        {"name": agent["name"], "mac": agent["mac"], "address": addresses.get(id(agent)), "via": agent["via"] or "router"} for agent in home.agents
+    ]
+    devices = [
+        {
+            "name": device.name,
+            "mac": device.mac,
+            "address": addresses.get(id(device)),
+            "at": device.spot,
+            "connected": device.here(),
+            "why": None if device.here() or device.spot == "away" or device.waits is not None else home.refusal(device, device.spot),
+            "signal": device.signal if device.band() else None,
+            "denied": device.mac in around.denied,
+            **{way: rates[device][way] for way in traffic.WAYS},
+        }
+        for device in home.devices
+    ]
+    return {
+        "description": home.about["description"],
+        "step": home.steps,
+        "moving": engine.moving,
+        "clock": around.now,
+        "wan": home.wan,
+        "internet": home.online(around),
+        "broken": engine.broken,
+        "networks": networks,
+        "agents": agents,
+        "devices": devices,
+    }
+
+
+def show(engine, form=None):
+    if form is not None and form != "--json":
+        raise WrongCall(f"there is no form '{form}' (there is: --json)")
+    if form:
+        return json.dumps(as_tree(engine), ensure_ascii=False, indent=2)
+    home, around = engine.home, engine.around
+    addresses = {id(thing): str(address) for address, thing in home.hosts(around)}
+    passing = traffic.rates(home, around)
     rows = [("DEVICE", "MAC", "ADDRESS", "AT", "SIGNAL", "LINK", "DOWN", "UP")]
     for agent in home.agents:
         via = agent["via"] or "router"
         rows.append((agent["name"], agent["mac"], addresses.get(id(agent), "-"), f"agent of {via}", "-", "-", "-", "-"))
     for device in home.devices:
-        in_air = device.band() is not None
-        rates = [str(device.rate(way) // 1024) if home.online() else "0" for way in ("down", "up")]
+        in_air = device.band() is not None and device.connected
+        rates = [str(passing[device][way] // 1024) for way in traffic.WAYS]
         signal = str(device.signal) if in_air else "-"
-        rows.append((device.name, device.mac, addresses.get(id(device), "-"), device.spot, signal, link_text(device), *rates))
+        rows.append((device.name, device.mac, addresses.get(id(device), "-"), at_text(home, device), signal, link_text(device), *rates))
     broken = " ".join(f"{name}:{how}" for name, how in engine.broken.items())
     return "\n".join(
         (
             home.about["description"],
             f"step {home.steps}, {'moving' if engine.moving else 'standing still'}; WAN {'up' if home.wan else 'down'}, "
-            f"Internet {'up' if home.online() else 'down'}; broken: {broken or 'nothing'}",
+            f"Internet {'up' if home.online(around) else 'down'}; broken: {broken or 'nothing'}",
             columns(rows),
         )
     )
@@ -87,7 +142,7 @@ def device_from(engine, name, at, words):
 def add(engine, name, at, *words):
     about = device_from(engine, name, at, words)
     engine.home.add(about)
-    return f"{name} ({about['mac']}, place {about['place']}) is at {about['at'][0]}"
+    return f"{name} ({about['mac']}, place {about['place']}) is at {at_text(engine.home, engine.home.device(name))}"
 
 
 def remove(engine, name):
@@ -98,17 +153,35 @@ def remove(engine, name):
 def roam(engine, name, spot):
     device = engine.home.device(name)
     engine.home.roam(device, spot)
-    return f"{device.name} is at {spot}"
+    return f"{device.name} is at {at_text(engine.home, device)}"
+
+
+def join(engine, name, *words):
+    device = engine.home.device(name)
+    ssid, key = words if len(words) == 2 else (None, *words)
+    return engine.home.join(device, ssid, key)
+
+
+def ask(engine, name, page):
+    device = engine.home.device(name)
+    return f"{device.name} asks for {page}: {engine.ask(device, page)}"
+
+
+def events(engine, count="20"):
+    count = whole_number(count, "N", 1, engine.events.maxlen)
+    return "\n".join(f"{step}  {text}" for step, text in [*engine.events][-count:]) or "nothing has happened yet"
 
 
 def wan(engine, state):
-    engine.set_wan(one_of(state, "state", ("up", "down")) == "up")
+    engine.home.wan = one_of(state, "state", ("up", "down")) == "up"
     return f"the WAN is {state}"
 
 
 def internet(engine, state):
-    engine.home.internet = one_of(state, "state", ("up", "down")) == "up"
-    return f"the Internet is {state}" + ("" if engine.home.wan else ", but the WAN is down")
+    home = engine.home
+    home.internet = one_of(state, "state", ("up", "down")) == "up"
+    but = "" if home.wan else ", but the WAN is down"
+    return f"the Internet is {state}{but or ('' if home.about['internet'] else ', but this home has none')}"
 
 
 def break_source(engine, name, how="missing"):
@@ -129,7 +202,8 @@ def mend(engine, *names):
 
 def step(engine, count="1"):
     for _ in range(whole_number(count, "N", 1, 10000)):
-        engine.home.step()
+        engine.step()
+        engine.let_pass(engine.home.about["pace"])
     return f"step {engine.home.steps}"
 
 
@@ -145,10 +219,13 @@ def move(engine):
 
 # verb: function, words that it takes (those in [] need not be given, "..." is any number), what it does
 VERBS = {
-    "show": (show, "", "print the home at this moment: who is where, how strong the signal, KiB/s of traffic"),
+    "show": (show, "[--json]", "print the home at this moment: who is where, how strong the signal, KiB/s of traffic"),
+    "events": (events, "[N]", "print the last N things that happened (20)"),
     "add": (add, "NAME SPOT[,SPOT] [KEY=VALUE]...", "add a device; the keys are those of the home file"),
     "remove": (remove, "DEVICE", "take a device out of the home for good"),
     "roam": (roam, "DEVICE SPOT", "bring a device to an interface, port or agent, or \"away\""),
+    "join": (join, "DEVICE [SSID] KEY", "tell a device the key of a network, that at its spot or SSID; \"\" is no key"),
+    "ask": (ask, "DEVICE PAGE", "have a device ask for a page, such as games.example/play"),
     "wan": (wan, "up|down", "plug the WAN in, or cut it"),
     "internet": (internet, "up|down", "say whether the Internet is reached"),
     "break": (break_source, "SOURCE [HOW]", "spoil a source: missing (as it is when nothing is said), empty, half, long, noise"),

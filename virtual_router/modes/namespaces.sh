@@ -82,14 +82,15 @@ END
 link set lo up
 link set eth0 up
 END
-    # All that is not the router's is the provider: it answers for the whole Internet.
+    # The provider answers for its own hosts; a home may have it answer for more of the Internet.
+    # shellcheck disable=SC2086  # words
     nsenter --net="$run/networks/isp" ip -batch - <<END
 link set lo up
 address add $ISP_ADDRESS/$WAN_MASK broadcast + dev eth0
 link set eth0 up
 address add $PPP_PEER peer $PPP_ADDRESS dev ppp0
 link set ppp0 up
-route add local default dev lo
+$(printf 'address add %s/32 dev lo\n' $PROVIDER_SERVERS)
 END
     echo 1 >/proc/sys/net/ipv4/ip_forward
     echo 'server.bind = "0.0.0.0"' >"$root/etc/lighttpd-listen.conf"

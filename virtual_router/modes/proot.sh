@@ -78,7 +78,7 @@ mode_follow_hosts() {
     put_in_root /proc/net/arp "$arp"
     answers="answers $ISP_ADDRESS"
     # shellcheck disable=SC2048  # words
-    for address in "${!fixed[@]}" ${wired[*]}; do
+    for address in $PPP_PEER $PROVIDER_SERVERS "${!fixed[@]}" ${wired[*]}; do
         answers+=$'\n'"answers $address"
     done
     put_in_root /etc/played-answers "$answers"

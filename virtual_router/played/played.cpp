@@ -12,8 +12,12 @@
 //
 // Who else is there stands in /etc/played-answers, which others write:
 //
-//   answers ADDRESS             a neighbour that answers a ping; the interfaces' own addresses do, and with a default
-//                               route all that lies beyond it
+//   answers ADDRESS             a neighbour, or a host of the provider's, that answers a ping; the interfaces' own
+//                               addresses do
+//
+// and in /home/internet what a home has of the Internet:
+//
+//   answers ADDRESS/BITS        a network beyond the default route, all of which answers
 //
 // Loaded into the endpoint too, so: no C++ library at run time.
 #undef _FORTIFY_SOURCE  // with it, the C library's headers bring a recvfrom() of their own
@@ -47,6 +51,7 @@ namespace {
 constexpr char kFactsPath[] = "/etc/played";
 constexpr char kNewFactsPath[] = "/etc/played.new";
 constexpr char kAnswersPath[] = "/etc/played-answers";
+constexpr char kInternetPath[] = "/home/internet";
 constexpr char kRoutesPath[] = "/proc/net/route";
 constexpr char kNewRoutesPath[] = "/proc/net/route.new";
 
@@ -145,8 +150,25 @@ bool is_known_to_answer(in_addr address) {
         kAnswersPath);
 }
 
-// An address that is neither the router's own, nor a neighbour that is known to answer, nor silent, lies beyond the
-// default route.
+// Whether the address is in a network of the Internet that the home has.
+bool is_in_internet(in_addr address) {
+    return find_fact(
+        [&](const char *keyword, const char *text) {
+            char network[16];
+            unsigned bits = 0;
+            in_addr base = {};
+            if (strcmp(keyword, "answers") != 0 || sscanf(text, "%15[0-9.]/%u", network, &bits) != 2 || bits > 32 ||
+                inet_pton(AF_INET, network, &base) != 1) {
+                return false;
+            }
+            const uint32_t mask = bits == 0 ? 0 : ~uint32_t{0} << (32 - bits);
+            return ((ntohl(base.s_addr) ^ ntohl(address.s_addr)) & mask) == 0;
+        },
+        kInternetPath);
+}
+
+// The router's own addresses answer, and whoever is known to where there is a way: a network of the router's own, or
+// the default route if the gateway is one that is known.
 bool answers_ping(in_addr address) {
     bool own_network = false;
     bool has_gateway = false;
@@ -159,10 +181,14 @@ bool answers_ping(in_addr address) {
             // All of 127.0.0.0/8 is the machine itself.
             return own || (is_loopback(interface) && ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET);
         }
-        has_gateway |= parse_gateway(keyword, text, gateway);
+        has_gateway |= parse_gateway(keyword, text, gateway) && is_known_to_answer(gateway.address);
         return false;
     });
-    return own_address || (has_gateway && !own_network) || is_known_to_answer(address);
+    if (own_address) {
+        return true;
+    }
+    return own_network ? is_known_to_answer(address)
+                       : has_gateway && (is_known_to_answer(address) || is_in_internet(address));
 }
 
 // The C library's own function behind one that is played.
