@@ -8,10 +8,11 @@ from caseformat_text import caseformat
 from contract import PROJECT
 
 import verdict  # of tests/runner, whose folder caseformat_text has put on the path
+from macros import Moment
 
 sys.setrecursionlimit(20000)
 
-SECOND = 1_800_000_000  # whatever the time is: it is the same in request and reply
+MOMENT = Moment(second=1_800_000_000, laid_out=1_800_000_000)  # whatever the time is: it is the same in request and reply
 
 
 def room(length):
@@ -31,12 +32,12 @@ class Step:
     def __init__(self, case, number, step):
         self.name = case["name"] + (f" (step {number})" if number > 1 else "")
         self.step, self.world = step, case["world"]
-        body = caseformat.to_bytes(verdict.at_time(caseformat.expand(step.get("body", "")), SECOND, 0, SECOND))
+        body = caseformat.to_bytes(verdict.at_time(caseformat.expand(step.get("body", "")), MOMENT, case["macros"]))
         self.body = body[:room(step.get("content_length", str(len(body))))]
         # What keeps the program from starting the request at all: nothing of it can be told from the request.
         self.unstarted = "init" in step_world(case, "fail") or "memory" in case["world"] or not step.get("remote_addr")
         reply = step["reply"]
-        self.reply = reply and verdict.at_time(caseformat.expand(reply), SECOND, 0, SECOND)
+        self.reply = reply and verdict.at_time(caseformat.expand(reply), MOMENT, case["macros"])
         self.document = json.loads(self.reply) if self.reply else None
         self.events = step.get("events", [])
         self.queue = [record["type"] for record in step.get("queue", [])]

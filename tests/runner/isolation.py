@@ -109,23 +109,22 @@ class Isolation:
             if not self.proot:
                 call("mount", b"/proc", bytes(root.path("/.runner/proc")), None, MS_BIND | MS_REC, None)
 
-    def enter(self, root):
-        """Goes into the root for good where that is enough, so that a program can be started there without the launcher:
-        starting that takes as long as starting the program."""
+    def enter(self, root, folder):
+        """Goes into the root for good, to the folder there, if that is all that a program needs. Then it is started without
+        the launcher, whose own start takes as long as the program's."""
         if not self.proot and not self.needs_proc:
             os.chroot(root.folder)
-            os.chdir("/")
+            os.chdir(folder)
             root.folder = pathlib.Path("/")
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
             self.inside = True
 
     def launcher(self, root, tools, arguments, folder):
         """The beginning of a command line that runs a program in the root and the folder there, with these arguments of the
-        launcher; and the folder in which to start it."""
+        launcher."""
         if self.inside and not arguments:
-            return [], folder
-        line = self.way_in(root, tools) + (["-p"] if self.needs_proc else [])
-        return line + ["-w", folder, *arguments], None
+            return []
+        return [*self.way_in(root, tools), *(["-p"] if self.needs_proc else []), "-w", folder, *arguments]
 
     def way_in(self, root, tools):
         if self.inside:
