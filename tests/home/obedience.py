@@ -409,6 +409,18 @@ def restored(check, house):
     check("a home that is kept and taken up again is the same", ways(twin) == ways(house.home), True)
 
 
+def twins(check):
+    """The same home comes back in the same way after the same settings."""
+    found = []
+    for _ in range(2):
+        folder = pathlib.Path(tempfile.mkdtemp())
+        house = House(folder)
+        house.start_wlan()
+        found.append([device.waits for device in house.home.devices])
+        shutil.rmtree(folder)
+    check("who comes back takes as long as the seed says", (found[0], len(set(found[0])) > 3), (found[1], True))
+
+
 def ways(home):
     found = []
     for _ in range(50):
@@ -431,5 +443,5 @@ def around_texts(check):
 
 
 CHAPTERS = (
-    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, mesh, trees, hostile, restored, around_texts,
+    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, mesh, trees, hostile, restored, twins, around_texts,
 )  # fmt: skip
