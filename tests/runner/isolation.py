@@ -80,15 +80,38 @@ def can_chroot():
     return in_child(lambda: os.chroot("/") is None)
 
 
+def needs_proc(mode):
+    """Valgrind and the sanitizers look into /proc/self."""
+    return mode not in ("plain", "target")
+
+
+def spaces_for(mode):
+    return CLONE_NEWIPC | (CLONE_NEWNS if needs_proc(mode) else 0)
+
+
+def lacks_root(mode, own_space):
+    """Whether this process, which has or has not entered its name spaces, takes proot to run a program in another root."""
+    return not can_chroot() or needs_proc(mode) and not own_space
+
+
+def takes_proot(mode):
+    return in_child(lambda: lacks_root(mode, enter_spaces(spaces_for(mode))))
+
+
+def not_looked_for(mode):
+    """What of a mode's work this machine does not allow, though the cases can be run; None: nothing."""
+    if mode == "sanitize" and takes_proot(mode):
+        return "no leak is looked for: without a mount name space proot traces the program, and the sanitizer cannot then"
+    return None
+
+
 def missing_right(mode):
     """What this machine lacks to run cases in `mode`; None if it lacks nothing."""
-    watched = mode not in ("plain", "target")
-    if watched and not os.path.isdir("/proc/self"):
+    if needs_proc(mode) and not os.path.isdir("/proc/self"):
         return f"{mode} reads /proc, which is not mounted here: mount -t proc proc /proc"
-    spaces = in_child(lambda: enter_spaces(CLONE_NEWIPC | CLONE_NEWNS))
-    if mode == "valgrind" and not spaces:
+    if mode == "valgrind" and takes_proot(mode):
         return "valgrind reads /proc, which takes a mount name space here, and this process may not make one"
-    if not spaces and (watched or not can_chroot()) and shutil.which("proot") is None:
+    if takes_proot(mode) and shutil.which("proot") is None:
         return "neither a name space nor another root folder may be made, and proot is not installed"
     return None
 
@@ -97,9 +120,9 @@ class Isolation:
     """What this process, a worker, runs the program in; made once, since it changes the process."""
 
     def __init__(self, mode):
-        self.needs_proc = mode not in ("plain", "target")  # valgrind and the sanitizers look into /proc/self
-        self.own_space = enter_spaces(CLONE_NEWIPC | (CLONE_NEWNS if self.needs_proc else 0))
-        self.proot = not can_chroot() or self.needs_proc and not self.own_space
+        self.needs_proc = needs_proc(mode)
+        self.own_space = enter_spaces(spaces_for(mode))
+        self.proot = lacks_root(mode, self.own_space)
         self.inside = False
 
     def supply_proc(self, root):
