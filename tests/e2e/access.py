@@ -11,7 +11,7 @@ from story import left_nothing
 
 PHONE = "024B54000064"
 PROVIDER = "203.0.113.1"
-FIREWALL = 'MSG_CALL_SYSCONF sysconfArgv="firewall"'
+FIREWALL = 'queue MSG_CALL_SYSCONF sysconfArgv="firewall"'
 SATURDAY_NOON = "2026-11-28 12:00:00"
 
 # What the kernel must know for the rules; the router's own are not used, so that they cannot hide their faults.
@@ -43,7 +43,7 @@ class Parents(House):
     def limit(self, step, rules, *lines, **objects):
         """Sets objects, and waits until the daemon has told what becomes of that many rules of the firewall, or, for the
         object "qos", of the shaping. It has shown these lines before."""
-        table, message = ("shaping", "MSG_APP_SETQOS") if "qos" in objects else ("firewall", FIREWALL)
+        table, message = ("shaping", "queue MSG_APP_SETQOS") if "qos" in objects else ("firewall", FIREWALL)
         end = "daemon:   " + self.outcome(table, rules)
         mark = self.mark()
         self.set(step, [message], **objects)

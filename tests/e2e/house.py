@@ -35,7 +35,7 @@ AGENT_ADDRESSES = ("10", "11")
 AGENTS = len(AGENT_ADDRESSES)
 
 
-RESTARTS = ("MSG_APP_REINIT", "MSG_REBOOT", "MSG_RESET", 'MSG_CALL_SYSCONF sysconfArgv="init gw all"')
+RESTARTS = ("queue MSG_APP_REINIT", "queue MSG_REBOOT", "queue MSG_RESET", 'queue MSG_CALL_SYSCONF sysconfArgv="init gw all"')
 RESTART_END = " scheduled"  # every restart tells at last whether reboots are
 
 
@@ -95,7 +95,7 @@ PPPOE_WAN = wan_reply(
 
 
 def initwan(*lines):
-    return ('MSG_CALL_SYSCONF sysconfArgv="initwan"', *("  " + line for line in lines))
+    return ('queue MSG_CALL_SYSCONF sysconfArgv="initwan"', *("  " + line for line in lines))
 
 
 def internet(t):
@@ -112,7 +112,7 @@ def internet(t):
     t.get("it is in force", wanInfo=wan_reply(**STATIC, dnsmode=0))
     t.inside("eth1 has it", ["run", "ifconfig", "eth1"], r"inet addr:203\.0\.113\.77 .*Mask:255\.255\.255\.0", r"MTU:1500\b")
     t.inside("the resolver has the servers", ["run", "cat", "/etc/resolv.conf"], r"\Anameserver 9\.9\.9\.9\nnameserver 149")
-    t.set("an MTU", ["MSG_APP_REINIT"], wanAdvance={"mtu": 1450})
+    t.set("an MTU", ["queue MSG_APP_REINIT"], wanAdvance={"mtu": 1450})
     t.inside("is the interface's", ["run", "ifconfig", "eth1"], r"MTU:1450\b")
     t.set(
         "a static address that is none",
@@ -144,9 +144,9 @@ def internet(t):
     t.inside("ppp0 is there, eth1 has no address", ["run", "ifconfig"],
              r"^ppp0 .*\n +inet addr:198\.51\.100\.2 ", r"^eth1 .*\n +(inet6|UP)")  # fmt: skip
     t.inside("the default route is ppp0's", ["run", "route", "-n"], r"^0\.0\.0\.0 +198\.51\.100\.1 .* ppp0$")
-    t.set("an operating mode", ["MSG_APP_REINIT"], opMode={"opMode": "1"})
+    t.set("an operating mode", ["queue MSG_APP_REINIT"], opMode={"opMode": "1"})
     t.get("outlives the restart", opMode={"opMode": "1"})
-    t.set("another, and WAN settings with it", ["MSG_APP_REINIT"], wanInfo={**STATIC, "ip": "not."}, opMode={"opMode": "0"})
+    t.set("another, and WAN settings with it", ["queue MSG_APP_REINIT"], wanInfo={**STATIC, "ip": "not."}, opMode={"opMode": "0"})
     t.get("one restart brings both", wanInfo=wan_reply(**{**STATIC, **none}, dnsmode=0), opMode={"opMode": "0"})
     t.set(
         "DHCP with servers by hand",
@@ -164,24 +164,24 @@ def internet(t):
 def wifi(t):
     t.set(
         "names and keys of both radios",
-        ('MSG_CALL_SYSCONF sysconfArgv="init gw all"', "  services start anew with:"),
+        ('queue MSG_CALL_SYSCONF sysconfArgv="init gw all"', "  services start anew with:"),
         wifi=WIFI,
     )
     t.get("are in force", wifi={"combine": "1", **{k: WIFI[k] for k in ("ssid", "wifiPwd", "ssid5", "wifiPwd5")}, "asSysPwd": "0"})
     t.inside("and in the store", ["flash", "get", "WLAN0_WPA_PSK"], r"\AWLAN0_WPA_PSK=house key 5\n\Z")
     mark = t.mark()
-    t.set("a guest network", ('MSG_CALL_SYSCONF sysconfArgv="init gw all"',), wifiguest=GUEST)
+    t.set("a guest network", ('queue MSG_CALL_SYSCONF sysconfArgv="init gw all"',), wifiguest=GUEST)
     t.results.check("is on after the restart", "daemon:   WLAN1_VA1_SSID=Visitors\n" in t.router.output()[mark:])
     t.get("and in force", wifiguest={**GUEST, "duration": 0})
 
 
 def box(t):
-    t.set("an account of one's own", ["MSG_APP_REINIT"], sys=ACCOUNT)
+    t.set("an account of one's own", ["queue MSG_APP_REINIT"], sys=ACCOUNT)
     t.log_in("login with it", ACCOUNT["usr"], ACCOUNT["pwd"])
     t.set(
         "a scheduled reboot",
         (
-            "MSG_APP_SCHREBOOT enable=1 hour=3 minute=30 second=0 weekdays=1000001",
+            "queue MSG_APP_SCHREBOOT enable=1 hour=3 minute=30 second=0 weekdays=1000001",
             "  reboots are scheduled: 03:30:00 on the days 1000001",
         ),
         sys={"schReboot": SCHEDULE},
@@ -192,7 +192,7 @@ def box(t):
     t.results.check("they are", t.sys().get("led") == "alloff", t.sys())
     t.set(
         "an upgrade",
-        (f'MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'),
+        (f'queue MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'),
         sys=UPGRADE,
     )
     t.await_true("is under way", lambda: t.sys().get("upgrade", {}).get("status") == 1)
@@ -209,7 +209,7 @@ def lan(t):
     mark = t.mark()
     t.set(
         "another LAN",
-        ('MSG_CALL_SYSCONF sysconfArgv="initlan"', "  br0 has the address 10.20.0.1, mask 255.255.0.0"),
+        ('queue MSG_CALL_SYSCONF sysconfArgv="initlan"', "  br0 has the address 10.20.0.1, mask 255.255.0.0"),
         lan=LAN,
     )
     t.await_true("the phone follows", lambda: "home: the phone has the address 10.20.0.100\n" in t.router.output()[mark:])
@@ -228,7 +228,7 @@ def agents_led(t, prefix):
 
 def mesh(t, has_agents):
     mark = t.mark()
-    t.set("become the mesh controller", ["MSG_APP_REINIT"], mesh={"name": "Hall", "role": 1, "backhaul": 0})
+    t.set("become the mesh controller", ["queue MSG_APP_REINIT"], mesh={"name": "Hall", "role": 1, "backhaul": 0})
     t.results.check("which the restart shows", "daemon:   MIB_MESH_ROLE=1\n" in t.router.output()[mark:])
     t.get("it is", mesh={"name": "Hall", "role": 1, "backhaul": 0})
     t.inside("with a backhaul of its own", ["flash", "get", "WLAN0_VA0_SSID"], r"=EasyMeshBH-\w{9}$")
@@ -312,7 +312,7 @@ def live(results, way, build):
 
         t.set(
             "reboot",
-            ("MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session"),
+            ("queue MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session"),
             sys={"reboot": 1},
         )
         kept(t)
@@ -324,7 +324,7 @@ def live(results, way, build):
         if agents:
             t.await_true("the agents kept their LEDs off", lambda: agents_led(t, "10.20.0") == [["alloff"]] * AGENTS)
 
-        t.set("back to the factory's settings", ("MSG_RESET", "  the factory's settings are back"), sys={"restore": 1})
+        t.set("back to the factory's settings", ("queue MSG_RESET", "  the factory's settings are back"), sys={"restore": 1})
         t.log_in("login to a router that is new again", "admin", "admin")
         t.get("the Internet and the LAN are those of a new router", wanInfo=DHCP_WAN, lan=NEW_LAN)
         t.results.check("and the LEDs", t.sys().get("led") == "allon", t.sys())

@@ -152,7 +152,7 @@ def a_night(t):
     mark = t.mark()
     t.change("a reboot is scheduled", sys={"schReboot": {"enable": 1, "time": "03:00:00", "week": "1000000"}})
     t.told(
-        "for Sundays", "MSG_APP_SCHREBOOT enable=1 hour=3 minute=0 second=0 weekdays=1000000",
+        "for Sundays", "queue MSG_APP_SCHREBOOT enable=1 hour=3 minute=0 second=0 weekdays=1000000",
         "  reboots are scheduled: 03:00:00 on the days 1000000", "  the next one is on 2026-11-29", after=mark,
     )  # fmt: skip
     mark = t.mark()

@@ -174,7 +174,7 @@ def settings(t):
     t.gated("set the time zone", {"action": "set", "timeZone": {"timeZoneIndex": "7_2"}}, set_reply("timeZone"))
     t.told(
         "a restart, with the new settings",
-        "MSG_APP_REINIT",
+        "queue MSG_APP_REINIT",
         "  services start anew with:",
         "  MIB_TIME_ZONE_INDEX=7_2",
         "  MIB_DUT_NAME=K\u00fcche",
@@ -253,26 +253,26 @@ def odd_records(t):
     text = "init\x1b[2J\"\\".encode() + b"\xff"
     nothing = "(nothing in this router acts on it yet)"
     records = (
-        (10, bytes(232) + text, 'MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff" (payload of 243 bytes instead of 360)', nothing),
-        (10, bytes(232) + b"a" * 128, f'MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"', nothing),
-        (10, (bytes(232) + b"firewall").ljust(360, b"\0"), 'MSG_CALL_SYSCONF sysconfArgv="firewall"',
+        (10, bytes(232) + text, 'unfit=length queue MSG_CALL_SYSCONF sysconfArgv="init\\x1b[2J\\"\\\\\\xff"', nothing),
+        (10, bytes(232) + b"a" * 128, f'queue MSG_CALL_SYSCONF sysconfArgv="{"a" * 128}"', nothing),
+        (10, (bytes(232) + b"firewall").ljust(360, b"\0"), 'queue MSG_CALL_SYSCONF sysconfArgv="firewall"',
          "nft add rule inet firewall input iifname { eth1, ppp0 } ct state new drop"),
         (5, bytes(225) + bytes([1, 23, 59, 7, 0x41]) + bytes(130),
-         "MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001",
+         "queue MSG_APP_SCHREBOOT enable=1 hour=23 minute=59 second=7 weekdays=1000001",
          "reboots are scheduled: 23:59:07 on the days 1000001"),
-        (5, bytes(360), "MSG_APP_SCHREBOOT enable=0 hour=0 minute=0 second=0 weekdays=0000000", "no reboot is scheduled"),
+        (5, bytes(360), "queue MSG_APP_SCHREBOOT enable=0 hour=0 minute=0 second=0 weekdays=0000000", "no reboot is scheduled"),
         (9, bytes(232) + struct.pack("<ii", -1, 3) + b"g-1" + bytes(117),
-         'MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"',
+         'queue MSG_APP_REPORTOSERVER_WANSTA interval=-1 count=3 guid="g-1"',
          "(shown only; this router has no server to report to)"),
-        (8, bytes(360), "MSG_APP_START_SPEEDTEST", "speedtest is started"),
-        (8, bytes(360), "MSG_APP_START_SPEEDTEST", "speedtest runs already"),
-        (6, b"http://u/$(x)".ljust(128, b"\0") + b"d" * 32 + bytes(200), f'MSG_APP_FWUPG url="http://u/$(x)" md5="{"d" * 32}"',
+        (8, bytes(360), "queue MSG_APP_START_SPEEDTEST", "speedtest is started"),
+        (8, bytes(360), "queue MSG_APP_START_SPEEDTEST", "speedtest runs already"),
+        (6, b"http://u/$(x)".ljust(128, b"\0") + b"d" * 32 + bytes(200), f'queue MSG_APP_FWUPG url="http://u/$(x)" md5="{"d" * 32}"',
          "an upgrade begins: http://u/$(x)"),
-        (6, bytes(360), 'MSG_APP_FWUPG url="" md5=""', "an upgrade is under way; this one is not begun"),
-        (7, bytes(359) + b"x", "MSG_APP_SETQOS (1 bytes that should be zero are not)",
+        (6, bytes(360), 'queue MSG_APP_FWUPG url="" md5=""', "an upgrade is under way; this one is not begun"),
+        (7, bytes(359) + b"x", "unfit=filled queue MSG_APP_SETQOS",
          "no shaping classes"),
-        (77, b"", "unknown message type 77 (payload of 0 bytes instead of 360)", nothing),
-        (1 << 40, bytes(8192), f"unknown message type {1 << 40} (payload of 8192 bytes instead of 360)", nothing),
+        (77, b"", "unfit=length queue 77", nothing),
+        (1 << 40, bytes(8192), f"unfit=length queue {1 << 40}", nothing),
     )  # fmt: skip
     # All are posted before the first outcome is waited for: the second upgrade is to meet the first on a slow machine, too.
     mark = t.mark()
@@ -291,7 +291,7 @@ def reboot_and_reset(t):
     t.gated("is read back", {"action": "get", "app": {}}, get_reply(app={"port": 1, "ticktime": 9}))
     mark = t.mark()
     t.router.post(3, bytes(360))
-    t.told("a reboot", "MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session", after=mark)
+    t.told("a reboot", "queue MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session", after=mark)
     t.gated("the reboot ended the session", {"action": "get", "app": {}}, NEED_LOGIN)
     t.log_in("login after the reboot")
     t.gated("and dropped the write", {"action": "get", "app": {}}, get_reply(app={"port": 4711, "ticktime": 9}))
@@ -401,7 +401,7 @@ def restarts(results, router):
     t.expect("change it", {"action": "set", "app": {"port": 3}}, set_reply("app"), loopback=True)
     mark = t.mark()
     router.post(2, bytes(360))
-    t.told("a reset", "MSG_RESET", "  the factory's settings are back", after=mark)
+    t.told("a reset", "queue MSG_RESET", "  the factory's settings are back", after=mark)
     t.expect("the factory's settings are back", kept, defaults, loopback=True)
     os.kill(router.find_process("lighttpd"), signal.SIGKILL)
     left_nothing(results, "the end of a part", (router.await_end(), router.leftovers()), 1)

@@ -6,6 +6,7 @@
 
 #include "platform/system_queue.h"
 #include "virtual_router/console/printable.h"
+#include "virtual_router/vocabulary/words.h"
 
 namespace {
 
@@ -112,6 +113,10 @@ std::string shown_value(const Field &field, const std::string &value) {
     return field.kind == Kind::kText ? '"' + printable(value, "\"\\") + '"' : value;
 }
 
+std::string shown_word(Event event) {
+    return kEventWords[static_cast<int>(event)] + std::string(" ");
+}
+
 // Finds what is to be done about a message with these values.
 void find_command(const Row &row, const std::vector<std::string> &values, Message &message) {
     const char *command = row.command;
@@ -141,7 +146,7 @@ Message decode_record(long type, std::string_view payload) {
     char bytes[kSysMsgPayload] = {};
     std::memcpy(bytes, payload.data(), std::min(payload.size(), sizeof bytes));
 
-    Message message = {known ? row->name : "unknown message type " + std::to_string(type), {}, kNothing};
+    Message message = {shown_word(Event::kQueue) + (known ? row->name : std::to_string(type)), {}, kNothing};
     std::vector<std::string> values;
     for (const Field *field = known ? row->fields : kNoFields; field->name != nullptr; ++field) {
         char *bytes_of_field = bytes + field->offset - sizeof(SysMsgRecord::msg_type);
@@ -152,13 +157,11 @@ Message decode_record(long type, std::string_view payload) {
     if (known) {
         find_command(*row, values, message);
     }
-    const auto stray = std::count_if(std::begin(bytes), std::end(bytes), [](char byte) { return byte != 0; });
-    if (stray != 0) {
-        message.text += " (" + std::to_string(stray) + " bytes that should be zero are not)";
-    }
-    if (payload.size() != kSysMsgPayload) {
-        message.text += " (payload of " + std::to_string(payload.size()) + " bytes instead of " +
-                        std::to_string(kSysMsgPayload) + ")";
+    const bool filled = std::any_of(std::begin(bytes), std::end(bytes), [](char byte) { return byte != 0; });
+    const bool wrong_length = payload.size() != kSysMsgPayload;
+    if (filled || wrong_length) {
+        const char *what = !filled ? "length" : wrong_length ? "length,filled" : "filled";
+        message.text = kEventMarkWords[static_cast<int>(EventMark::kUnfit)] + ("=" + (what + (" " + message.text)));
     }
     return message;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 struct Message {
-    std::string text;  // one line, fit for a terminal
+    std::string text;  // an event as virtual_router/vocabulary/events.conf writes it, fit for a terminal
     std::vector<std::string>
         command;       // the router's command that does what is asked, and its words; empty: there is none
     std::string note;  // without a command: what becomes of the message, fit for a terminal

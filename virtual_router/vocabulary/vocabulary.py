@@ -13,9 +13,9 @@ class VocabularyError(ValueError):
 
 
 def read_rows(name):
-    """(kind, word, its columns) of a description; fields end where two spaces or the line do."""
+    """(kind, word, its columns) of a description; columns end where two spaces or the line do. Other lines begin otherwise."""
     for line in (HERE / name).read_text().splitlines():
-        if line and not line.startswith("#"):
+        if line and line[0] not in "# ":
             kind, word, *columns = re.split(r" {2,}", line)
             yield kind, word, columns
 
