@@ -331,7 +331,8 @@ ssize_t read(int file, void *buffer, size_t size) {
     return read_for(CALLER, file, buffer, size);
 }
 
-// What a read into a buffer of known size is compiled to.
+// What a read into a buffer of known size is compiled to. The C library declares it only where it does so itself.
+ssize_t __read_chk(int file, void *buffer, size_t size, size_t room);
 ssize_t __read_chk(int file, void *buffer, size_t size, size_t room) {
     return size <= room ? read_for(CALLER, file, buffer, size) : -1;
 }
