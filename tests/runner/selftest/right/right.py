@@ -1,4 +1,4 @@
-"""Macros of right.toml: one of every kind."""
+"""Macros of right.toml and wrong.toml: one of every kind."""
 
 import re
 
