@@ -15,7 +15,7 @@ packages_of() {
     python) echo python3 ;;
     contract) echo python3 python3-yaml python3-jsonschema ;;
     # npm is part of the package nodejs where that does not come from Debian.
-    clients) echo python3 mypy nodejs "$(command -v npm >/dev/null || echo npm)" ;;
+    clients) echo python3 mypy kotlin nodejs "$(command -v npm >/dev/null || echo npm)" ;;
     cases) echo python3 proot ;;
     valgrind) echo valgrind libc6-dbg ;;
     lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;

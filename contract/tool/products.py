@@ -7,6 +7,8 @@ import openapi
 import requests_collection
 import schemas
 import tables
+import types_dryrun
+import types_kotlin
 import types_python
 import types_typescript
 
@@ -26,6 +28,9 @@ def all_files(contract, project):
     files[project / "docs/messages.md"] = catalogue.page(contract)
     files[folder / "clients/typescript/src/types.ts"] = types_typescript.text(contract)
     files[folder / "clients/python/kt7094hzm/types.py"] = types_python.text(contract)
+    files[folder / "clients/kotlin/Types.kt"] = types_kotlin.text(contract)
+    files[folder / "clients/typescript/src/contract.ts"] = types_dryrun.typescript(contract)
+    files |= {folder / "clients/python/kt7094hzm/dry_run" / name: text for name, text in types_dryrun.python_files(contract).items()}
     files |= {folder / "requests" / name: text for name, text in requests_collection.files(contract).items()}
     return files
 

@@ -117,3 +117,28 @@ def understand(response: bytes) -> Reply:
     except (ValueError, AttributeError, TypeError):
         pass
     raise NoReply(f"{'an empty reply' if not body else 'what came is no reply of the router'}, {status or 'no HTTP status'}")
+
+
+class Client:
+    """What both clients are made with."""
+
+    def __init__(
+        self,
+        url: str,
+        user: str = "admin",
+        password: str = "admin",
+        *,
+        session: Optional[str] = None,
+        timeout: float = 10,
+        relogin: bool = True,
+        on_session_lost: Optional[Callable[[], None]] = None,
+        on_session: Optional[Callable[[str], None]] = None,
+    ) -> None:
+        self._endpoint = Endpoint(url)
+        self._user, self._password = user, password
+        self._session = Session(session, on_session_lost, on_session)
+        self._timeout, self._relogin = timeout, relogin
+        self._begin()
+
+    def _begin(self) -> None:
+        """Makes what the client has besides."""

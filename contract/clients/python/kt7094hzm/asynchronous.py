@@ -5,30 +5,15 @@ from __future__ import annotations
 import asyncio
 from typing import AsyncIterator, Callable, Mapping, Optional, cast
 
-from ._core import Change, Devices, Endpoint, Reply, Session, check, is_lost, lost_error, understand, wanted
+from ._core import Change, Client, Devices, Reply, check, is_lost, lost_error, understand, wanted
 from .errors import NoReply, TimedOut
 from .types import DutInfo, Objects, Settings
 
 
-class AsyncRouter:
+class AsyncRouter(Client):
     """As Router, with coroutines in place of functions that wait."""
 
-    def __init__(
-        self,
-        url: str,
-        user: str = "admin",
-        password: str = "admin",
-        *,
-        session: Optional[str] = None,
-        timeout: float = 10,
-        relogin: bool = True,
-        on_session_lost: Optional[Callable[[], None]] = None,
-        on_session: Optional[Callable[[str], None]] = None,
-    ) -> None:
-        self._endpoint = Endpoint(url)
-        self._user, self._password = user, password
-        self._session = Session(session, on_session_lost, on_session)
-        self._timeout, self._relogin = timeout, relogin
+    def _begin(self) -> None:
         self._logging_in: Optional["asyncio.Task[None]"] = None
 
     async def scan(self) -> DutInfo:

@@ -7,34 +7,19 @@ import threading
 import time
 from typing import Callable, Iterator, Mapping, Optional, cast
 
-from ._core import Change, Devices, Endpoint, Reply, Session, check, is_lost, lost_error, understand, wanted
+from ._core import Change, Client, Devices, Reply, check, is_lost, lost_error, understand, wanted
 from .errors import NoReply, TimedOut
 from .types import DutInfo, Objects, Settings
 
 
-class Router:
+class Router(Client):
     """A router. `timeout` is in seconds, for one request; a session that was lost is replaced once for a request.
 
     `on_session_lost` is called when the session turned out to be lost: the router has one at a time, so as a rule somebody
     else logged in. `on_session` is called with every new session id, for those who keep it and give it as `session`.
     """
 
-    def __init__(
-        self,
-        url: str,
-        user: str = "admin",
-        password: str = "admin",
-        *,
-        session: Optional[str] = None,
-        timeout: float = 10,
-        relogin: bool = True,
-        on_session_lost: Optional[Callable[[], None]] = None,
-        on_session: Optional[Callable[[str], None]] = None,
-    ) -> None:
-        self._endpoint = Endpoint(url)
-        self._user, self._password = user, password
-        self._session = Session(session, on_session_lost, on_session)
-        self._timeout, self._relogin = timeout, relogin
+    def _begin(self) -> None:
         self._login_lock = threading.Lock()
 
     def scan(self) -> DutInfo:

@@ -1,0 +1,63 @@
+"""What the clients' dry runs need: the contract's keys and steps without prose, and for Python the dry run itself."""
+
+import json
+
+from contract import FOLDER
+
+KEPT = {"type", "bytes", "range", "least", "form", "loose", "counts"}
+STEP_DROPPED = {"try"}
+MARK = "Made from contract/tool/{name} by contract/make: do not edit."
+
+
+def trimmed_key(spec):
+    found = {word: value for word, value in spec.items() if word in KEPT}
+    for word in ("keys",):
+        if word in spec:
+            found[word] = {key: trimmed_key(below) for key, below in spec[word].items()}
+    if "of" in spec:
+        found["of"] = trimmed_key(spec["of"])
+    if "each" in spec:
+        found["each"] = [trimmed_key(below) for below in spec["each"]]
+    return found
+
+
+def trimmed_step(step):
+    found = {word: value for word, value in step.items() if word not in STEP_DROPPED}
+    if "steps" in step:
+        found["steps"] = [trimmed_step(below) for below in step["steps"]]
+    return found
+
+
+def document(contract):
+    objects = {}
+    for name, spec in contract.objects.items():
+        objects[name] = {}
+        for action in ("get", "set"):
+            if action in spec:
+                side = spec[action]
+                objects[name][action] = {
+                    "keys": {key: trimmed_key(below) for key, below in side.get("keys", side.get("ask", {})).items()},
+                    **({"value": trimmed_key(side["value"])} if "value" in side else {}),
+                    "steps": [trimmed_step(step) for step in side.get("steps", [])],
+                }
+    known = {key: trimmed_key(spec) for key, spec in contract.protocol["request"].items()}
+    info = {key: trimmed_key(spec) for key, spec in contract.protocol["login"]["request"].items()}
+    return {"order": contract.order, "objects": objects, "request": known, "login": info}
+
+
+def as_text(contract):
+    return json.dumps(document(contract), ensure_ascii=False, separators=(",", ":"))
+
+
+def typescript(contract):
+    return f"// The contract's keys and steps. {MARK.format(name='types_dryrun.py')}\nexport const contract = {json.dumps(document(contract), ensure_ascii=False, indent=1)} as const;\n".replace(" as const", " as unknown")
+
+
+def python_files(contract):
+    """Name -> text of the files of the Python package's dry run."""
+    found = {"contract.json": json.dumps(document(contract), ensure_ascii=False, indent=1) + "\n"}
+    for name in ("wire.py", "expression.py", "dryrun.py"):
+        text = (FOLDER / "tool" / name).read_text()
+        text = text.replace("\nimport wire\nfrom expression import", "\nfrom . import wire\nfrom .expression import").replace("\nfrom wire import", "\nfrom .wire import")
+        found[name] = f"# {MARK.format(name=name)}\n# mypy: ignore-errors\n# fmt: off\n{text}"
+    return found
