@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The router's shell commands.
 #ifndef BASE_COMMAND_H
 #define BASE_COMMAND_H

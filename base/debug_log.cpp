@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/debug_log.h"
 
 #include <cstdarg>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The debug log on the router's console.
 //
 // A file that logs defines `kModule`, the name of its module in the log lines: "app" for the request gateway and most

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading texts from files and pipes.
 #ifndef BASE_INPUT_H
 #define BASE_INPUT_H

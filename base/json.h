@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Readers of the request tree. They are safe for every kind of item, none included unless they say so, and apply one
 // rule to wrong types everywhere: a text key that holds no string counts as absent, and a number key is worth its cJSON
 // integer value (a double is cut to the range of an int, true is 1, and whatever else is no number is 0).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of hardware addresses. Requests give them as 12 hexadecimal digits, and lists of devices name them so, in upper
 // case; other replies name them with colons, in lower case, which is not taken back as it is.
 #ifndef BASE_MAC_TEXT_H

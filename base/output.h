@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writing bytes to a descriptor.
 #ifndef BASE_OUTPUT_H
 #define BASE_OUTPUT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one way to ask whether something is in its range.
 #ifndef BASE_RANGE_H
 #define BASE_RANGE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists of records that carry a hardware address `mac`, and the one way to look a device up in them.
 #ifndef BASE_RECORDS_H
 #define BASE_RECORDS_H

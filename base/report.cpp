@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/report.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Trouble of the router's own, which no reply tells. The lines go to standard error, which is the web server's log.
 #ifndef BASE_REPORT_H
 #define BASE_REPORT_H

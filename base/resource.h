@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holders that release what they hold when they go out of scope. Creation is checked with `if (!holder)`.
 #ifndef BASE_RESOURCE_H
 #define BASE_RESOURCE_H

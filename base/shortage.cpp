@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/shortage.h"
 
 #include <cjson/cJSON.h>

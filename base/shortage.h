@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether the request ran short of memory. A reply that lacks something for want of memory looks like a whole one to an
 // app, so none is printed then (gateway/handler/reply.h).
 #ifndef BASE_SHORTAGE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fixed-size texts: one way to fill them, which cannot write past their end.
 #ifndef BASE_TEXT_H
 #define BASE_TEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of drivers and files may hold any bytes, but a JSON reply holds UTF-8.
 #ifndef BASE_UTF8_H
 #define BASE_UTF8_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures what app.cgi costs against the bare program, which does what a request requires (steps.h), and against the
 // least that any request costs (floor.cpp), for each kind of request.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The least that a request costs whatever is written in app.cgi: a process with the same libraries, the store opened,
 // the body read, a reply of the usual size written. Linked with steps.cpp, and told its steps, it is the bare program,
 // whose reply is a step.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "bench/home.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A home full of devices: everything that the list of clients is made of.
 #ifndef BENCH_HOME_H
 #define BENCH_HOME_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kinds of requests that are measured.
 #ifndef BENCH_KINDS_H
 #define BENCH_KINDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a program once the way a web server does, and measures it: its time, its instructions, its child processes.
 //
 // Every function here throws std::runtime_error, with a message for the user, when the machine refuses.

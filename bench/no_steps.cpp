@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "bench/steps.h"
 
 bool run_steps(int /*argc*/, char ** /*argv*/, const char * /*body*/) {

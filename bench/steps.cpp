@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Arguments, each with one of its own (bench/driver.cpp makes them of a kind's steps, kinds.h):
 //
 //   session PATH                           read the session file

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bare program: what a kind of request must do, whoever writes app.cgi, and nothing else.
 //
 // Required is what somebody outside can tell (the store's calls, the files, the commands, the records for the system

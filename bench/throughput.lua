@@ -1,3 +1,4 @@
+-- SPDX-License-Identifier: MIT
 -- What wrk asks and how it counts: wrk -t 1 -s throughput.lua URL -- SESSION EXPECTED [EVERY]
 --
 -- Each request is a get of "app"; every EVERYth one in place of it is a set that has the system daemon build the firewall anew.

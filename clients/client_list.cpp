@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clients/client_list.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The devices of the LAN, merged from what the router's parts know of them: the ARP table of the bridge, the DHCP
 // leases, the station tables of the radios, the switch, the mesh and the traffic file.
 #ifndef CLIENTS_CLIENT_LIST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clients/leases.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The DHCP server's leases, which give the devices their names.
 #ifndef CLIENTS_LEASES_H
 #define CLIENTS_LEASES_H

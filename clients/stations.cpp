@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clients/stations.h"
 
 #include <sys/ioctl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stations of a wireless interface, as the Wi-Fi driver knows them, with their link rates as texts.
 #ifndef CLIENTS_STATIONS_H
 #define CLIENTS_STATIONS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clients/switch_ports.h"
 
 #include <cstdio>

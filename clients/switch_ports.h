@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The router's switch: which devices are wired to it, to which port, and how fast a port's link is. Its driver tells it
 // in two files of text, whose lines are scanned for what the patterns of this program know; all else in them is passed
 // over.

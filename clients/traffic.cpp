@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clients/traffic.h"
 
 #include <cstdio>

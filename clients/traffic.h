@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The traffic of each device of the LAN: its present rates, which the router's rate sampler writes to a file, and the
 // packet filter's rules that count for the sampler.
 #ifndef CLIENTS_TRAFFIC_H

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Where cJSON comes from. Sets CJSON_INCLUDE_DIR and CJSON_LIBRARY.
 #
 #   system   the library that the compiler finds; it must be on the device, too

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compiler and linker flags: the OpenSSF compiler options hardening guide for C and C++, as far as gcc 12 and clang 14
 # know them, and every warning that says something about this code.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The actions that a request can name.
 #ifndef GATEWAY_ACTIONS_H
 #define GATEWAY_ACTIONS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/body.h"
 
 #include <unistd.h>

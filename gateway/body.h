@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Intake of the request body.
 #ifndef GATEWAY_BODY_H
 #define GATEWAY_BODY_H

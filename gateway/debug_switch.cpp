@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/debug_switch.h"
 
 #include <sys/stat.h>

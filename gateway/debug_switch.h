@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The switch that turns the debug log on.
 #ifndef GATEWAY_DEBUG_SWITCH_H
 #define GATEWAY_DEBUG_SWITCH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/dispatch.h"
 
 #include <utility>

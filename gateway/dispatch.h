@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "get" and "set" actions: one walk over the table of configuration objects, one reply.
 #ifndef GATEWAY_DISPATCH_H
 #define GATEWAY_DISPATCH_H

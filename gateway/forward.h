@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests that are meant for another device.
 #ifndef GATEWAY_FORWARD_H
 #define GATEWAY_FORWARD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The entry: one process, one request. main() is the road of a request from top to bottom.
 
 #include <cstdio>

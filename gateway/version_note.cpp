@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The version of the build, for whoever holds the binary: an ELF note in the form of packaging metadata, which
 // `readelf --notes` and `strings` show. It is loaded with the program, so that strip leaves it, and nothing reads it:
 // the version is never part of a reply.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kernel/interface_address.h"
 
 #include <net/if.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The addresses that a network interface has at this moment, asked of the kernel.
 //
 // Each reader returns false and leaves `out` untouched when the interface does not exist, or has no such address; the

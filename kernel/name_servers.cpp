@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kernel/name_servers.h"
 
 #include <cstring>

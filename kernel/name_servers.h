@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The name servers that the router's resolver uses at this moment.
 #ifndef KERNEL_NAME_SERVERS_H
 #define KERNEL_NAME_SERVERS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kernel/routes.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The router's default gateway.
 #ifndef KERNEL_ROUTES_H
 #define KERNEL_ROUTES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "login/login.h"
 
 #include <fcntl.h>

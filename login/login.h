@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Login and sessions. The router knows one session id at a time, kept in a file; a login replaces it, a logout removes
 // it.
 #ifndef LOGIN_LOGIN_H

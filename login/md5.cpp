@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "login/md5.h"
 
 #include <cstdint>

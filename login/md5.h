@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MD5 (RFC 1321). For session ids only: it is no protection of secrets.
 #ifndef LOGIN_MD5_H
 #define LOGIN_MD5_H

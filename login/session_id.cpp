@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "login/session_id.h"
 
 #include <ctime>

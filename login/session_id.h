@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Session ids.
 #ifndef LOGIN_SESSION_ID_H
 #define LOGIN_SESSION_ID_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Name and key of the hidden access point over which mesh agents reach their controller. Nobody types them: the router
 // makes them up.
 #ifndef MESH_BACKHAUL_CREDENTIALS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mesh/topology.h"
 
 #include <cerrno>

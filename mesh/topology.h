@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The mesh as its daemon describes it in a file: the devices below the controller, the devices below those and so on,
 // each with its stations.
 #ifndef MESH_TOPOLOGY_H

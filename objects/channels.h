@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The channels that a radio may use in a regulatory region.
 #ifndef OBJECTS_CHANNELS_H
 #define OBJECTS_CHANNELS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The objects "dutInfo" (who the device is), "timeZone", "opMode" and "app" (numbers that the app keeps on the router).
 #ifndef OBJECTS_DEVICE_H
 #define OBJECTS_DEVICE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/diagnostics.h"
 
 #include <cstdio>

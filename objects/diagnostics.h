@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "scan" action, by which an app finds and identifies the router before any login, and the object "netDig", a ping
 // from the router.
 #ifndef OBJECTS_DIAGNOSTICS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/firewall_reload.h"
 
 #include "gateway/handler/message.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Settings that the router's firewall is made from.
 #ifndef OBJECTS_FIREWALL_RELOAD_H
 #define OBJECTS_FIREWALL_RELOAD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/identity.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the device says of itself, in the "dutInfo" object and in the answer to "scan".
 #ifndef OBJECTS_IDENTITY_H
 #define OBJECTS_IDENTITY_H

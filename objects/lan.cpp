@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/lan.h"
 
 #include <arpa/inet.h>

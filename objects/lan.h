@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "lan": the router's own address and its DHCP server.
 #ifndef OBJECTS_LAN_H
 #define OBJECTS_LAN_H

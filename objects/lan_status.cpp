@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/lan_status.h"
 
 #include <cstring>

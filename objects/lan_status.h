@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The objects "lanStatus" (the devices of the LAN) and "meshStatus" (the mesh with the wired devices added).
 #ifndef OBJECTS_LAN_STATUS_H
 #define OBJECTS_LAN_STATUS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/mac_list.h"
 
 #include "base/range.h"

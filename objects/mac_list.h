@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists of devices that the store keeps as tables and requests name by hardware addresses: the MAC filter and the
 // radios' access lists. A record has an address `mac` and a text `comment`.
 #ifndef OBJECTS_MAC_LIST_H

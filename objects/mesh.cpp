@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/mesh.h"
 
 #include <cstring>

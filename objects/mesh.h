@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "mesh": the unit's role in the mesh, the radio of its backhaul and its name there.
 #ifndef OBJECTS_MESH_H
 #define OBJECTS_MESH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/net_acc.h"
 
 #include <cstdint>

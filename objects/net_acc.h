@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "netAcc": at which times which device may reach the network.
 #ifndef OBJECTS_NET_ACC_H
 #define OBJECTS_NET_ACC_H

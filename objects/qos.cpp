@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/qos.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "qos": how much bandwidth ranges of LAN addresses may use.
 #ifndef OBJECTS_QOS_H
 #define OBJECTS_QOS_H

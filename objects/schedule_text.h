@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Times of day and weekdays as the app writes them, and as the store keeps them.
 #ifndef OBJECTS_SCHEDULE_TEXT_H
 #define OBJECTS_SCHEDULE_TEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "Sec": the firewall, its protections against floods, and the MAC filter.
 #ifndef OBJECTS_SEC_H
 #define OBJECTS_SEC_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/sys.h"
 
 #include <sys/sysinfo.h>

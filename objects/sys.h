@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "sys": the administrator's account, up-time, scheduled reboot, LEDs, time zone, and the commands reboot,
 // restore and upgrade.
 #ifndef OBJECTS_SYS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rule for a time zone index, which two objects set.
 #ifndef OBJECTS_TIME_ZONE_H
 #define OBJECTS_TIME_ZONE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/url_filter.h"
 
 #include <cstdint>

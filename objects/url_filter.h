@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "urlfilter": keywords in addresses of web pages, a black and a white list of them.
 #ifndef OBJECTS_URL_FILTER_H
 #define OBJECTS_URL_FILTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/wan.h"
 
 #include <cstdint>

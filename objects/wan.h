@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The objects "wanInfo" (how the router reaches the Internet) and "wanAdvance" (the MTU of the connection), and the
 // rules about connection types behind them.
 #ifndef OBJECTS_WAN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/wifi.h"
 
 #include "base/debug_log.h"

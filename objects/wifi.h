@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The objects "wifi" (names and keys of the main access points) and "wifiguest" (those of the guests, and whether they
 // are switched on).
 #ifndef OBJECTS_WIFI_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/wifi_acc.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "wifiAcc": which devices may join the Wi-Fi. The lists of both radios are kept the same.
 #ifndef OBJECTS_WIFI_ACC_H
 #define OBJECTS_WIFI_ACC_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/wifi_advance.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "wifiAdvance": channel and switch of each main radio, and the channels that may be chosen.
 #ifndef OBJECTS_WIFI_ADVANCE_H
 #define OBJECTS_WIFI_ADVANCE_H

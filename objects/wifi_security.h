@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rule that a Wi-Fi key never stays on an open network.
 #ifndef OBJECTS_WIFI_SECURITY_H
 #define OBJECTS_WIFI_SECURITY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/wps.h"
 
 #include <cstdio>

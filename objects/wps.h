@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object "wps": pairing by push button.
 #ifndef OBJECTS_WPS_H
 #define OBJECTS_WPS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The configuration store that the firmware supplies as libapmib.so.
 //
 // Declarations only, for C and C++: the dynamic linker binds them to the router's own library, or to the virtual

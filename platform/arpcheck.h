@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ARP list of a bridge, which the firmware supplies as libarpcheck.so. Declarations only, for C11 and C++, bound at
 // run time.
 #ifndef PLATFORM_ARPCHECK_H

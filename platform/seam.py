@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What platform/ says in data files, for programs in Python: the items of the configuration store (items.conf), the
 records and numbers that the endpoint shares with other programs (records.conf). Their heads describe them."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests to the router's system daemon: where its System V message queue is, and the record that is posted to it.
 // Declarations only, for C11 and C++.
 #ifndef PLATFORM_SYSTEM_QUEUE_H

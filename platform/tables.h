@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tables of the configuration store: the ids of their operations and the records in them. Declarations only, for C11
 // and C++. Which tables there are, and how many entries each takes, platform/items.conf says.
 #ifndef PLATFORM_TABLES_H

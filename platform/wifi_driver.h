@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the Wi-Fi driver answers: which stations are associated with an interface. Requests are made with ioctl() on a
 // socket. Declarations only, for C11 and C++.
 #ifndef PLATFORM_WIFI_DRIVER_H

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The Debian packages that the project needs, by purpose, and their installation.
 #
 #   script/setup.sh GROUP...     installs what is missing of the named groups

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The suites of script/test and script/check, what each needs, and how one is run. Both source this file.
 
 # The one table of suites. The columns, with bars between:
@@ -26,6 +27,7 @@ layers          | cpu  | code | python               |                          
 items           | cpu  | code | python               |                                       | tests/structure/check_items
 vocabulary      | cpu  | code | python               |                                       | tests/structure/check_vocabulary
 platform        | cpu  | code | build python         |                                       | tests/structure/check_platform
+release         | cpu  | page | python               |                                       | tests/structure/check_release
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Types of the configuration store's items. An item is declared once, in store/items.h, as a constant that carries its
 // number and, by its type, its width; reading it into anything else does not compile.
 #ifndef STORE_ITEM_H

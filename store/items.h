@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every item of the configuration store that the program uses, by name, number and type, and so by width: a text's
 // counts its terminator. What each means, platform/items.conf says; tests/structure/check_items compares the two.
 #ifndef STORE_ITEMS_H

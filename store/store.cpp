@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "store/store.h"
 
 #include <cstring>

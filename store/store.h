@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The configuration store, typed. This folder alone knows the firmware's calls, their ids and widths.
 //
 // Writes go to the router's working copy, where the next request sees them; store_commit() makes them survive a reboot.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tables of the configuration store. A table is known by the item that holds its count; its other operations are reads
 // and writes of ids derived from that one. Entries are numbered from 1.
 #ifndef STORE_TABLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The wireless interface that the per-interface items mean.
 //
 // A radio has a main access point, virtual access points -va0 to -va4 and a repeater interface -vxd, which shares the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The firmware's settings of a network that WPA2 with a pre-shared key protects, each with its value. Which of them are
 // written, and in which order, is the writer's affair.
 #ifndef STORE_WPA2_H

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Lays out a virtual router and runs it until its cord is pulled or a part of it ends. Started by script/server, and for
 # mesh agents by itself:
 #

@@ -1,4 +1,5 @@
 #!/bin/lua5.4
+-- SPDX-License-Identifier: MIT
 -- The object "app" as a Lua CGI would serve it, to compare with: app.lua [--no-store]
 -- The store is reached through the flash command. --no-store: not at all, which is what starting Lua costs anyway.
 local json = require "cjson"

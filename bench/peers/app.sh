@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # The object "app" as a shell script with jq would serve it, to compare with.
 set -eu
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The symbols of the firmware's configuration store. Nothing runs this: a device has the store itself.
 #include "platform/apmib.h"
 

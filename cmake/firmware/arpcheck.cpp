@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The symbols of the firmware's ARP list. Nothing runs this: a device has the library itself.
 #include "platform/arpcheck.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # ARM, 32-bit, little-endian, with floating-point unit.
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CROSS arm-linux-gnueabihf)

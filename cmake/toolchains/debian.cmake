@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Debian's cross compilers, for the files beside this one: CROSS is the target's name in those of the tools.
 #
 # CROSS_COMPILER is gcc, or clang, which takes headers, libc and linker of the cross gcc.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # MIPS, 32-bit, big-endian.
 set(CMAKE_SYSTEM_PROCESSOR mips)
 set(CROSS mips-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # MIPS, 32-bit, little-endian: the usual router.
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 set(CROSS mipsel-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # x86-64 with musl in place of glibc: the nearest thing on Debian to the small C libraries of routers. What builds and runs here
 # calls nothing that is glibc's alone.
 #

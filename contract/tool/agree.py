@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Whether the dry run tells what the program does: compared on every request of every case."""
 
 import dryrun

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The requests of the cases with what the dry run tells of them, as lines of JSON for other languages.
 
 Left out are those that an app's object cannot be: with a key twice, with bytes that are no UTF-8, with what only the router's

@@ -1,4 +1,5 @@
 #!/usr/bin/python3 -B
+# SPDX-License-Identifier: MIT
 """Asks a virtual router in each home for every object, and keeps the replies in contract/fixtures.
 
     contract/tool/capture.py [--build DIR] [HOME...]

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The macros of the cases, which the requests of the contract use too."""
 
 import sys

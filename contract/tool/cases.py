@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The cases of tests/cases as the contract's checks look at them: request, reply and what was done."""
 
 import json

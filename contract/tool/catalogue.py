@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The catalogue of messages: each with what causes it and one request that does."""
 
 import json

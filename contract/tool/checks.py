@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The checks: each gives (how many things it tried, what was wrong with them, what else there is to say)."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The contract as it is read from its files, checked by the form of contract/form.schema.json."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a request would do, told from the contract alone: which refusals, which writes, which restarts.
 
 The router's state is not known here. So a request has a list of ends, in the order in which the program could come to

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The conditions of the contract: "ssid text and not ssid breaks". README.md lists the words."""
 
 import functools

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Every limit of the contract on both sides: requests that are just right, and such that are just wrong."""
 
 import copy

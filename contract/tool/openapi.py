@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The OpenAPI document: one path, all actions and objects, with examples that are replies of a virtual router."""
 
 import json

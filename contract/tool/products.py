@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """All files that are made from the contract, as path -> text."""
 
 import json

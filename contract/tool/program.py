@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The real program, asked in the sandbox of the cases: a factory-fresh router, with what a trial of the contract changes."""
 
 import json

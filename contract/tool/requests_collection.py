@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A collection of requests for HTTP clients: a file for each object, in the form of .http files."""
 
 import json

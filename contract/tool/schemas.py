@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """JSON Schema 2020-12, made from the contract.
 
 Replies are described as they are; requests as an app should send them, which is stricter than the router: keys in the

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The test of the checks: each must find the fault that is planted for it."""
 
 import copy

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The tables of the pages: keys with their limits, messages with their causes. They stand between marks in docs/objects."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the clients' dry runs need: the contract's keys and steps without prose, and for Python the dry run itself."""
 
 import json
@@ -6,6 +7,7 @@ from contract import FOLDER
 
 KEPT = {"type", "bytes", "range", "least", "form", "loose", "counts"}
 STEP_DROPPED = {"try"}
+LICENCE = "SPDX-License-Identifier: MIT"
 MARK = "Made from contract/tool/{name} by contract/make: do not edit."
 
 
@@ -50,14 +52,14 @@ def as_text(contract):
 
 
 def typescript(contract):
-    return f"// The contract's keys and steps. {MARK.format(name='types_dryrun.py')}\nexport const contract = {json.dumps(document(contract), ensure_ascii=False, indent=1)} as const;\n".replace(" as const", " as unknown")
+    return f"// {LICENCE}\n// The contract's keys and steps. {MARK.format(name='types_dryrun.py')}\nexport const contract = {json.dumps(document(contract), ensure_ascii=False, indent=1)} as const;\n".replace(" as const", " as unknown")
 
 
 def python_files(contract):
     """Name -> text of the files of the Python package's dry run."""
     found = {"contract.json": json.dumps(document(contract), ensure_ascii=False, indent=1) + "\n"}
     for name in ("wire.py", "expression.py", "dryrun.py"):
-        text = (FOLDER / "tool" / name).read_text()
+        text = (FOLDER / "tool" / name).read_text().removeprefix(f"# {LICENCE}\n")
         text = text.replace("\nimport wire\nfrom expression import", "\nfrom . import wire\nfrom .expression import").replace("\nfrom wire import", "\nfrom .wire import")
-        found[name] = f"# {MARK.format(name=name)}\n# mypy: ignore-errors\n# fmt: off\n{text}"
+        found[name] = f"# {LICENCE}\n# {MARK.format(name=name)}\n# mypy: ignore-errors\n# fmt: off\n{text}"
     return found

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The Python types of the contract: a TypedDict for each object."""
 
 import json
@@ -5,7 +6,8 @@ import json
 from dryrun import listed
 from schemas import as_kind
 
-HEAD = '''"""What the router's objects look like. Made from the contract by contract/make: do not edit."""
+HEAD = '''# SPDX-License-Identifier: MIT
+"""What the router's objects look like. Made from the contract by contract/make: do not edit."""
 
 # fmt: off
 from __future__ import annotations

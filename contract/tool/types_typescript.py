@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The TypeScript types of the contract."""
 
 import json
@@ -6,7 +7,7 @@ import re
 from dryrun import listed
 from schemas import as_kind
 
-HEAD = "// What the router's objects look like. Made from the contract by contract/make: do not edit.\n"
+HEAD = "// SPDX-License-Identifier: MIT\n// What the router's objects look like. Made from the contract by contract/make: do not edit.\n"
 
 
 def text(contract):

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A virtual router for as long as a block runs, by way of script/server as anybody would start it."""
 
 import contextlib

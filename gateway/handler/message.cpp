@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/handler/message.h"
 
 #include <sys/ipc.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests to the router's system daemon, posted to its System V message queue.
 #ifndef GATEWAY_HANDLER_MESSAGE_H
 #define GATEWAY_HANDLER_MESSAGE_H

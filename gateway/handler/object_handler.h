@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The calling convention of everything that serves a configuration object.
 #ifndef GATEWAY_HANDLER_OBJECT_HANDLER_H
 #define GATEWAY_HANDLER_OBJECT_HANDLER_H

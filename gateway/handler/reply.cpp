@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/handler/reply.h"
 
 #include <unistd.h>

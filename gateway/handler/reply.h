@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Printing replies. Every reply is cJSON's formatted print and a line feed, on standard output. It is printed whole or
 // not at all: where memory was short while it was made (base/shortage.h), it may lack anything.
 #ifndef GATEWAY_HANDLER_REPLY_H

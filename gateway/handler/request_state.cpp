@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gateway/handler/request_state.h"
 
 #include <cstdarg>

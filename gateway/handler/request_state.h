@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a handler leaves behind for the end of the request. One process serves one request, so nothing is reset for a
 // next.
 #ifndef GATEWAY_HANDLER_REQUEST_STATE_H

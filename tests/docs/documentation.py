@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The pages of the documentation and the examples in them. tests/docs/run --help says what counts as one."""
 
 import pathlib

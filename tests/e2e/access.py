@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Who may do what: devices are limited with curl alone, and the kernel denies and slows down what it is told to."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The homes that are played around the router: what is seen of each, and what is seen of all that can be done to one."""
 
 import ipaddress

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A house is set up from nothing with curl alone; then the router is looked into, stopped and started again."""
 
 import json

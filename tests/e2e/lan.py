@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Who and what is around the router, written by hand: hosts of the LAN, drivers, the DHCP server and the speed sampler."""
 
 import json

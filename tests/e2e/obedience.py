@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A house that obeys its router: what the app sets is done, and what the devices of a home have of it is seen."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A running script/server: how to start, ask, watch and stop it, and what it left behind."""
 
 import ctypes

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The story that every router is told: what is asked, and what must be answered, printed and left behind."""
 
 import concurrent.futures

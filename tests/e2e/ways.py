@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The ways in which script/server is run by the tests."""
 
 import os

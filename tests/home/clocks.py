@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The router's clock, with a PC's clock that stands still until it is told."""
 
 import pathlib

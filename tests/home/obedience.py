@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A home obeys its router: the settings in force, as the router's commands leave them, and what becomes of the home. The clocks
 stand still until they are told."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the doubles of the shell and of the Wi-Fi driver answer with, in the form in which they read it."""
 
 import seam

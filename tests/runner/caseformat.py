@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Cases as data: finds them, checks their keys, fills in rows, macros and defaults. README.md describes the format."""
 
 import errno

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What keeps the program under test apart: name spaces where they can be had, else a changed root, else proot."""
 
 import contextlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starts the program under test inside its root, with the limits and faults that a case asks for, and becomes it.
 //
 //   launch [-r ROOT] [-w FOLDER] [-p] [-m BYTES] [-f FAULT]... PROGRAM [ARGUMENT]...

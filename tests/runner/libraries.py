@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The files that a program needs beside it: libraries, the loader, symbols."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Macros that a case file defines itself, in the Python file of its name beside it: README.md says how."""
 
 import dataclasses

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The system daemon's end of the message queue, and its records as a case lists them."""
 
 import ctypes

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What can be seen of the program while it runs: its console, standard output and standard error, its end."""
 
 import contextlib

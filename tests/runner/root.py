@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The root in which the program under test runs: made once for each worker, brought back for each case."""
 
 import contextlib

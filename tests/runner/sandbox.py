@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A worker's root, one case's world in it, and one run of the program with everything that it did."""
 
 import contextlib

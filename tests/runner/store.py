@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The configuration store of a case: what the double reads, and what it wrote carried over to the next request."""
 
 import dataclasses

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Compares what was seen of a request with what its case expects."""
 
 import difflib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What watches the program in a mode: its files, its command line, its report."""
 
 import os

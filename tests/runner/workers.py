@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Processes that do the same work side by side. They need no semaphores, which a bare root without /dev/shm lacks."""
 
 import contextlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libarpcheck.so over tables that the kernel would write, and ones that it would not.
 
 #include "platform/arpcheck.h"

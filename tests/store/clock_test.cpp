@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libdriver.so: the router's clock, which a file sets and hurries.
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a commit promises: done or not done, whoever else writes, and whatever ends the process or the power.
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A committed copy that is damaged: reported, set aside, and the router starts from its defaults.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The definition file: what is wrong in it is said with its line, and an upgrade keeps what still fits.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libdriver.so: what the router's programs are answered by the drivers of Wi-Fi and switch.
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The `flash` command.
 
 #include <gtest/gtest.h>

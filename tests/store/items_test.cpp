@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Items of every kind, as the users of libapmib.so read and write them.
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the tests of the store: build/.../store_tests, without arguments.
 
 #include <gtest/gtest.h>

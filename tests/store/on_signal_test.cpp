@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The services that hand out a file on a signal.
 
 #include "virtual_router/on_signal/on_signal.h"

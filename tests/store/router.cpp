@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/store/router.h"
 
 #include <sys/wait.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A router's root for tests of the store: a folder with a definition file, in which processes run as on the router.
 //
 // The libraries use literal paths and are linked as shipped. So a test's process forks and changes its root; the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/store/tracer.h"
 
 #include <signal.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a process system call by system call, to kill it between any two of them or to write down what it wrote.
 #ifndef TESTS_STORE_TRACER_H
 #define TESTS_STORE_TRACER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mesh/backhaul_credentials.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/channels.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The readers of the client list whose sources can be handed to them. Those with fixed paths are tested with the
 // program.
 #include <gtest/gtest.h>

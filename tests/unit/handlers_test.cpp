@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <cjson/cJSON.h>
 #include <gtest/gtest.h>
 

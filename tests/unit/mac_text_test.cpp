@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/mac_text.h"
 
 #include <gtest/gtest.h>

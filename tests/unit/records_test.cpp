@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "store/table.h"
 
 #include <arpa/inet.h>

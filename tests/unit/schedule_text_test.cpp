@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "objects/schedule_text.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libapmib.so: the store as its users see it. Each read and each write is a transaction of LMDB.
 
 #pragma GCC visibility push(default)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_router/apmib/boot.h"
 
 #include <cerrno>

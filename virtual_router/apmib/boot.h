@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What happens to the store when the router starts.
 #ifndef VIRTUAL_ROUTER_APMIB_BOOT_H
 #define VIRTUAL_ROUTER_APMIB_BOOT_H

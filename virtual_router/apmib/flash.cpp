@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The `flash` command: looks into the configuration store, and starts it.
 
 #include <getopt.h>

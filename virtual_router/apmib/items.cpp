@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_router/apmib/items.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The definition file: which items the store has, and the values of a router that leaves the factory.
 #ifndef VIRTUAL_ROUTER_APMIB_ITEMS_H
 #define VIRTUAL_ROUTER_APMIB_ITEMS_H

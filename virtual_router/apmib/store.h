@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The store's two copies and the records in them, shared by libapmib.so and the `flash` command.
 //
 // The working copy is an LMDB file that all programs of the router read and write, each write a transaction of its own.

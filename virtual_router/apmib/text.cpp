@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_router/apmib/text.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Items as lines of text, "NAME=value": what `flash` prints.
 //
 // A global item has its own name (MIB_USER_NAME). An item of the wireless interfaces has a name for each of them, in

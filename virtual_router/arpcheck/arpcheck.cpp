@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libarpcheck.so: the ARP list of a bridge, from the kernel's table.
 
 #pragma GCC visibility push(default)

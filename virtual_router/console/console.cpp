@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // console NAME: prints each line of its standard input with "NAME: " before it, at once and made fit for a terminal.
 // Empty lines are left out: the router's programs end many of theirs with two line feeds. Ends with its input.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_router/console/printable.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text that came from outside, made fit for a person's terminal.
 #ifndef VIRTUAL_ROUTER_CONSOLE_PRINTABLE_H
 #define VIRTUAL_ROUTER_CONSOLE_PRINTABLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The records that the endpoint posts to the system daemon.
 #ifndef VIRTUAL_ROUTER_DAEMON_RECORD_H
 #define VIRTUAL_ROUTER_DAEMON_RECORD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The router's system daemon: reads the message queue, prints each record, and has the router's command do what it
 // asks; has commands run at their times, too. One runs after another. Runs until it is killed.
 #include <fcntl.h>

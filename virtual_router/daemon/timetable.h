@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the router does at times of its own, and when its WAN's cable is pulled or plugged in.
 #ifndef VIRTUAL_ROUTER_DAEMON_TIMETABLE_H
 #define VIRTUAL_ROUTER_DAEMON_TIMETABLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The router's clock, which can be set and hurried without the PC's.
 //
 // /home/clock is one line of four whole numbers, put there by rename():

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The drivers that a PC lacks: Wi-Fi and the Ethernet switch.
 //
 // Preloaded into every process inside the router's root by the root's own /etc/ld.so.preload, before whatever else

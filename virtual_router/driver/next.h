@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the parts of the preloaded library have in common.
 #ifndef VIRTUAL_ROUTER_DRIVER_NEXT_H
 #define VIRTUAL_ROUTER_DRIVER_NEXT_H

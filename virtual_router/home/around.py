@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a home must know of the router: the settings in force, as the router's commands leave them in its /var/run. Each file is
 described in the command that writes it (virtual_router/system/bin). Pure: from the files' texts."""
 

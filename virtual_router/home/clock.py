@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The router's clock. It is the PC's until it is set, moved on or hurried; the PC's stays as it is.
 
 What it is stands in one line of a file in the router's root, which virtual_router/driver/clock.cpp reads and describes.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Plays a home beside a running router: writes what the router finds of it, does what the router's settings say to it, lets time
 pass, and takes orders."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A home around the virtual router. Called by script/server, script/router and router.sh:
 
 home.py check FILE PHONE-MAC PHONE-PLACE            says what is wrong with a home file; prints nothing when nothing is

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Home files: reading one, and saying what is wrong with it."""
 
 import ipaddress

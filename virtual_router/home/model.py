@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The state of a home and how it moves. Pure: no file, no clock. The same home, seed and calls give the same state."""
 
 import ipaddress

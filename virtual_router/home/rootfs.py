@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Files of the router's root, read and written from beside it. The router is nobody to trust: no link that it made is followed,
 nothing but plain files is opened, and no more is read than a file of that kind can have."""
 

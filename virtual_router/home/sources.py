@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The files in which the router finds its home: what each holds at a moment. One function per source."""
 
 import json

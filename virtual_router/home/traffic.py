@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What passes between the home and the Internet at a moment: what the devices would send and get, and what the router's rules
 leave of it. Reckoned, because the devices of a home send no packets."""
 

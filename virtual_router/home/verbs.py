@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What script/router can do to a home. A verb is a row of VERBS; whoever calls it wrongly gets its usage."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # variables of router.sh and home.sh
 # A mesh agent of the home: a router like the main one, in namespaces that the main one's script has made, whose network
 # has one link, eth0, to the main router's LAN. It has no WAN; its address and its default route are what the main router

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # variables of router.sh and home.sh
 # The router in Linux namespaces of its own: the kernel supplies addresses, routes, the ARP table, pings and the queue, and
 # clears everything away when the namespaces' first process ends.

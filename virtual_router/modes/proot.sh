@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # variables of router.sh and home.sh
 # The router where no namespace can be made. Its root is played by proot, the kernel's network by libplayed.so and by files
 # in the place of /proc. The web server listens on a socket in the root and is told who the client is.

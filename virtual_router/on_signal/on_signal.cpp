@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "virtual_router/on_signal/on_signal.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the router's small services have in common: on SIGUSR1 each hands a file of the home to those who read it.
 #ifndef VIRTUAL_ROUTER_ON_SIGNAL_ON_SIGNAL_H
 #define VIRTUAL_ROUTER_ON_SIGNAL_ON_SIGNAL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Plays the part of the kernel for the router's programs where no network namespace can be made.
 //
 // Preloaded into every process inside the router's root (by the root's own /etc/ld.so.preload, so that nothing outside

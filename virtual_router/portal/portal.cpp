@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way from the PC into the virtual router's network.
 //
 //   portal listen PORT... -- COMMAND [ARGUMENT...]

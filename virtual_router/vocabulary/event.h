@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes an event as the line that events.conf describes.
 //
 // Header only, without allocation and without the C++ library, so that whatever is loaded into the program may use it.

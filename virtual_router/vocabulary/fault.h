@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a fault from the line that faults.conf describes, and tells which calls it befalls.
 //
 // Header only, without allocation and without the C++ library, as event.h.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Reads and writes events and faults in the text form that events.conf and faults.conf describe."""
 
 import dataclasses

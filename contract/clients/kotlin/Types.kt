@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the router's objects look like. Made from the contract by contract/make: do not edit.
 // A key that need not be there is null by default; a value that may be a text or a number is Any.
 package kt7094hzm

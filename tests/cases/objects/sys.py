@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Macros of sys.toml."""
 
 

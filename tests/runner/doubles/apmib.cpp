@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A double of the configuration store: it answers from the case's store and logs what the program does with it.
 //
 // The case's store is a text file, one statement per line (written by tests/runner/store.py):

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A double of the ARP list: it answers from the case's file, one "ADDRESS MAC [dup]" per line. Entries marked "dup" are
 // the ones that deal_arp_list_dup_client() weeds out.
 #include <arpa/inet.h>

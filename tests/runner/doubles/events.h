@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one ordered log of what a request did, shared by the doubles of the libraries and of the shell.
 //
 // A line is appended with one write, so that lines of several processes never mix. The runner reads the log when the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A double of the kernel's network interfaces: the requests for an address, a netmask or a hardware address are
 // answered from the case, whatever interfaces the machine has. So are those of the Wi-Fi driver (wireless.cpp). All
 // other requests go to the kernel.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A double of /bin/sh: logs the exact command text and answers from the case's table, without running anything.
 //
 // The table is a file of entries, each "LENGTH STATUS OUTPUT-LENGTH REMOVED-LENGTH\n" followed by the command, its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An interface NAME is a folder /.runner/wireless/NAME; its file "stations" is the driver's answer, as many bytes as
 // there are. Without the file the driver refuses to tell stations, without the folder there is no such interface.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A double of the Wi-Fi driver: its requests for an interface's protocol and for the table of associated stations are
 // answered from the case.
 #ifndef TESTS_RUNNER_DOUBLES_WIRELESS_H

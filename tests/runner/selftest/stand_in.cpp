@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program under test that does exactly what its body says, one statement per line, so that the runner can be shown
 // right and wrong behaviour of every kind. See the functions below for the statements.
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 # IPv4 addresses in shell arithmetic. Read by the router's commands and by the scripts that make its home, in any shell.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=sh disable=SC3057  # the router's shell cuts strings
 # Entries of the store's tables, as `flash` prints them: two hexadecimal digits for each byte, entries with commas between.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 # What is in force, for whoever stands around the router: a file of /var/run for each command that puts settings in force.
 

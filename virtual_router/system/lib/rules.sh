@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 # Rules for the kernel's packet filter. Where the router has no kernel of its own, there is no nft either: without a
 # network of its own it must not touch the PC's.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 # Times of the router's clock, which is UTC: seconds since the epoch, seconds of a day, and days of a week as the store has
 # them, seven bits of which the highest is Sunday.

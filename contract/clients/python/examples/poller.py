@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Polls a router like a home automation does: poller.py http://127.0.0.1:8080/app/app.cgi [LOOKS]"""
 
 import asyncio

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Client of the router's configuration endpoint: Router, AsyncRouter, and errors as types."""
 
 from ._core import Change

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What both clients share: requests as bytes, replies and what they mean, the session, HTTP as text."""
 
 from __future__ import annotations

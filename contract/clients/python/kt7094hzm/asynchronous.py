@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The client for asyncio. Cancelling a task cancels its request; a login that others wait for goes on."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What can go wrong, as types."""
 
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The client for programs without asyncio. Threads may share one."""
 
 from __future__ import annotations

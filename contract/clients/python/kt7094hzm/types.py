@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the router's objects look like. Made from the contract by contract/make: do not edit."""
 
 # fmt: off

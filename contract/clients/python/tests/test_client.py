@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The clients against servers that do what a router seldom does, and against a router: ROUTER_URL names one."""
 
 import asyncio

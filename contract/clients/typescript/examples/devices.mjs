@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Prints who comes and goes: node devices.mjs http://127.0.0.1:8080/app/app.cgi [LOOKS]
 import { Refused, Router } from "kt7094hzm-client";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The contract's keys and steps. Made from contract/tool/types_dryrun.py by contract/make: do not edit.
 export const contract = {
  "order": [

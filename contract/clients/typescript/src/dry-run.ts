@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a request would do, told without a router and from the contract alone. The same as contract/tool/dryrun.py, for
 // requests that are objects of the app: an object has a key once, and a text is Unicode.
 

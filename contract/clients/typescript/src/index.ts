@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A client of the router's configuration endpoint. It needs fetch(), AbortController and timers, and nothing else.
 
 import { Cancelled, LoginRefused, NoReply, Refused, RouterError, SessionLost, TimedOut } from "./errors.js";

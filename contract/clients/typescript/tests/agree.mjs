@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether the dry run of this package tells what contract/tool/dryrun.py tells, which is held against the program: reads lines
 // of JSON, [request, ends], and compares. Without a file it has nothing to do.
 import assert from "node:assert/strict";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The client against servers that do what a router seldom does, and against a router: ROUTER_URL names one.
 import assert from "node:assert/strict";
 import { createServer } from "node:http";

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # JSON configuration endpoint of a home Wi-Fi router, from the source tree in which this external tree lies.
 ROUTER_ENDPOINT_VERSION = 1.0.0
 ROUTER_ENDPOINT_SITE = $(BR2_EXTERNAL_ROUTER_ENDPOINT_PATH)/../..

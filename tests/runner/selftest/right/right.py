@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Macros of right.toml and wrong.toml: one of every kind."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a request would do, told without a router and from the contract alone: dry_run({"action": "set", "app": {"port": 1}})."""
 
 from __future__ import annotations

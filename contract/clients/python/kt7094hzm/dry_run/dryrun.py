@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Made from contract/tool/dryrun.py by contract/make: do not edit.
 # mypy: ignore-errors
 # fmt: off
