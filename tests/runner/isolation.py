@@ -5,12 +5,15 @@ import contextlib
 import ctypes
 import os
 import pathlib
+import re
 import resource
 import shutil
 
 libc = ctypes.CDLL(None, use_errno=True)
 
 CLONE_NEWNS, CLONE_NEWIPC, CLONE_NEWUSER = 0x20000, 0x8000000, 0x10000000
+PROOT_KILLED = 255
+PROOT_SIGNAL = re.compile(rb"^proot info: pid \d+: terminated with signal (\d+)\n", re.M)
 MS_BIND, MS_REC, MS_PRIVATE = 4096, 16384, 1 << 18
 
 
@@ -157,6 +160,12 @@ class Isolation:
             binds = ["-b", "/proc:/.runner/proc"] if self.needs_proc else []
             return ["proot", "-r", str(root.folder), "-w", "/", *binds, "/.runner/launch"]
         return [str(tools / "launch"), "-r", str(root.folder)]
+
+    def end(self, status, stderr):
+        """(status, standard error) as the program left them: proot turns a signal into a status, and tells it there."""
+        if self.proot and status == PROOT_KILLED and (told := PROOT_SIGNAL.search(stderr)):
+            return -int(told[1]), stderr.replace(told[0], b"")
+        return status, stderr
 
     def environment(self, root):
         return {"PROOT_TMP_DIR": str(root.path(".runner"))} if self.proot else {}

@@ -129,8 +129,7 @@ class Sandbox:
                 daemon.start()
             stderr = exchange(process, body, step, console, self.watch.timeout)
             seen["timeout"] = stderr is None
-            seen["stderr"] = b"" if stderr is None else stderr
-            seen["exit"] = process.wait()
+            seen["exit"], seen["stderr"] = self.isolation.end(process.wait(), stderr or b"")
             seen["stdout"] = messages(replies)
             console.read()
             seen["console"], seen["console_opens"] = bytes(console.text), console.opens()
