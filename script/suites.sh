@@ -158,6 +158,7 @@ run() {
 run_builds() {
     local preset targets
     while read -r preset targets; do
+        [ -n "$preset" ] || continue # an empty list is an empty line
         # shellcheck disable=SC2086  # the targets of the table are words
         run "build-$preset" build "$preset" $targets
     done
