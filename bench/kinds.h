@@ -44,7 +44,7 @@ constexpr double kSetBudget = 1.25;
 constexpr double kGetBudget = 1.3;      // gets and login, without lists
 constexpr double kAskingBudget = 1.45;  // those that print channel lists or ask the kernel
 constexpr double kTableBudget = 1.75;   // those that show a full table, or twelve objects
-constexpr double kHomeBudget = 42;      // those that list 256 clients
+constexpr double kHomeBudget = 38;      // those that list 256 clients
 
 constexpr char kSessionPath[] = "/var/app_sessionid";
 constexpr char kSessionId[] = "Us00112233445566778899aabbccddeeff";

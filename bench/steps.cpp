@@ -31,6 +31,12 @@ namespace {
 
 constexpr size_t kWidest = 1024;  // of a value or a table's entry
 
+// Static, and cleared only where that is needed: what it costs to be told what to do by arguments is no part of what a
+// request requires.
+uint8_t room_to_read[kWidest];
+uint8_t to_write[kWidest];  // zeros behind what was written into it
+size_t to_write_size = 0;
+
 // Running what the arguments say is the purpose here: NOLINTBEGIN(cert-env33-c)
 
 bool run_by_popen(const char *command) {
@@ -67,24 +73,27 @@ int digit(char c) {
     return c <= '9' ? c - '0' : c - 'a' + 10;
 }
 
-// Splits "ID=HEXADECIMAL". Returns the id; behind the bytes there are zeros.
-int read_bytes(const char *what, uint8_t (&bytes)[kWidest]) {
+// Splits "ID=HEXADECIMAL" into the id, which it returns, and `to_write`.
+int read_bytes(const char *what) {
     int id = 0;
     const char *digits = split(what, id);
-    for (size_t i = 0; i < kWidest && digits[2 * i] != '\0'; ++i) {
-        bytes[i] = static_cast<uint8_t>(digit(digits[2 * i]) << 4 | digit(digits[2 * i + 1]));
+    memset(to_write, 0, to_write_size);
+    size_t size = 0;
+    for (; size < kWidest && digits[2 * size] != '\0'; ++size) {
+        to_write[size] = static_cast<uint8_t>(digit(digits[2 * size]) << 4 | digit(digits[2 * size + 1]));
     }
+    to_write_size = size;
     return id;
 }
 
 bool get_item(const char *what) {
-    uint8_t value[kWidest] = {};
-    return apmib_get(atoi(what), value) != 0;
+    return apmib_get(atoi(what), room_to_read) != 0;
 }
 
+// Into `room_to_read`.
 bool get_entry(int id, int32_t index) {
-    uint8_t entry[kWidest] = {static_cast<uint8_t>(index)};
-    return apmib_get(id + kTableRead, entry) != 0;
+    room_to_read[0] = static_cast<uint8_t>(index);
+    return apmib_get(id + kTableRead, room_to_read) != 0;
 }
 
 bool get_entries(const char *what) {
@@ -102,34 +111,25 @@ bool get_entries(const char *what) {
 }
 
 bool set_item(const char *what) {
-    uint8_t value[kWidest] = {};
-    const int id = read_bytes(what, value);
-    return apmib_set(id, value) != 0;
+    const int id = read_bytes(what);
+    return apmib_set(id, to_write) != 0;
 }
 
 bool add_entry(const char *what) {
-    uint8_t entry[kWidest] = {};
-    const int id = read_bytes(what, entry);
-    return apmib_set(id + kTableAdd, entry) != 0;
+    const int id = read_bytes(what);
+    return apmib_set(id + kTableAdd, to_write) != 0;
 }
 
 bool delete_entry(const char *what) {
-    uint8_t entry[kWidest] = {};
-    const int id = read_bytes(what, entry);
-    return apmib_set(id + kTableDelete, entry) != 0;
+    const int id = read_bytes(what);
+    return apmib_set(id + kTableDelete, to_write) != 0;
 }
 
 bool replace_last_entry(const char *what) {
-    uint8_t entry[kWidest] = {};
-    uint8_t last[kWidest] = {};
     int32_t count = 0;
-    const int id = read_bytes(what, entry);
-    if (apmib_get(id, &count) == 0) {
-        return false;
-    }
-    last[0] = static_cast<uint8_t>(count);
-    return apmib_get(id + kTableRead, last) != 0 && apmib_set(id + kTableDelete, last) != 0 &&
-           apmib_set(id + kTableAdd, entry) != 0;
+    const int id = read_bytes(what);
+    return apmib_get(id, &count) != 0 && get_entry(id, count) && apmib_set(id + kTableDelete, room_to_read) != 0 &&
+           apmib_set(id + kTableAdd, to_write) != 0;
 }
 
 bool post_message(const char *what) {
@@ -168,24 +168,25 @@ constexpr struct {
     const char *name;
     bool (*run)(const char *what);
 } kWays[] = {
+  // Those that a request has many of come first.
+    {"set",     set_item          },
+    {"select",  select_interface  },
+    {"get",     get_item          },
+    {"entries", get_entries       },
+    {"add",     add_entry         },
+    {"delete",  delete_entry      },
+    {"replace", replace_last_entry},
     {"session", read_session      },
     {"reply",   write_reply       },
     {"popen",   run_by_popen      },
     {"system",  run_by_system     },
-    {"select",  select_interface  },
-    {"get",     get_item          },
-    {"entries", get_entries       },
-    {"set",     set_item          },
-    {"add",     add_entry         },
-    {"delete",  delete_entry      },
-    {"replace", replace_last_entry},
     {"commit",  commit            },
     {"queue",   post_message      },
 };
 
 bool run_step(const char *name, const char *what) {
     for (const auto &way : kWays) {
-        if (strcmp(way.name, name) == 0) {
+        if (way.name[0] == name[0] && strcmp(way.name, name) == 0) {
             return way.run(what);
         }
     }
