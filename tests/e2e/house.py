@@ -7,7 +7,7 @@ import signal
 
 import router as routers
 from router import look_until
-from story import SESSION, Teller, get_reply, left_nothing, set_reply
+from story import SESSION, STARTED_ANEW, Teller, get_reply, left_nothing, set_reply
 
 ACCOUNT = {"usr": "owner", "pwd": "correct horse"}
 WIFI = {"combine": "0", "ssid": "House", "wifiPwd": "house key 2.4", "ssid5": "House 5G", "wifiPwd5": "house key 5"}
@@ -36,8 +36,13 @@ AGENT_ADDRESSES = ("10", "11")
 AGENTS = len(AGENT_ADDRESSES)
 
 
-RESTARTS = ("queue MSG_APP_REINIT", "queue MSG_REBOOT", "queue MSG_RESET", 'queue MSG_CALL_SYSCONF sysconfArgv="init gw all"')
-RESTART_END = " scheduled"  # every restart tells at last whether reboots are
+# What every restart says at last: whether reboots are scheduled; and who is away meanwhile, that it is back.
+RESTART_ENDS = {
+    "queue MSG_APP_REINIT": " scheduled",
+    'queue MSG_CALL_SYSCONF sysconfArgv="init gw all"': " scheduled",
+    "queue MSG_REBOOT": STARTED_ANEW,
+    "queue MSG_RESET": STARTED_ANEW,
+}
 
 
 class House(Teller):
@@ -54,9 +59,9 @@ class House(Teller):
         self.gated(step, {"action": "set", **objects}, set_reply(*objects))
         if lines:
             self.told(step, *lines, after=mark)
-        if lines and lines[0] in RESTARTS:
+        if lines and lines[0] in RESTART_ENDS:
             begin = mark + self.router.output()[mark:].find(f"daemon: {lines[0]}\n")
-            self.results.check(f"it ends: {step}", self.router.await_output(RESTART_END, begin), self.router.output()[begin:])
+            self.results.check(f"it ends: {step}", self.router.await_output(RESTART_ENDS[lines[0]], begin), self.router.output()[begin:])
 
     def get(self, step, **objects):
         self.gated(step, {"action": "get", **{name: {} for name in objects}}, get_reply(**objects))
@@ -313,7 +318,7 @@ def live(results, way, build):
 
         t.set(
             "reboot",
-            ("queue MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session"),
+            ("queue MSG_REBOOT", "  the router starts anew"),
             sys={"reboot": 1},
         )
         kept(t)

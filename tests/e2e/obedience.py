@@ -160,6 +160,7 @@ def a_night(t):
     t.clock("Sunday 2026-11-29 0", "advance", "59m", "58s")
     t.hears("the router reboots", "daemon: it is Sunday, 03:00:00: reboot\n", mark)
     t.hears("the next is a week later", "the next one is on 2026-12-06\n", mark)
+    t.started_anew("it is over", mark)
     before = t.ask(sys={}).get("sys", {}).get("upTime", 0)
     t.clock("Wednesday 2026-12-02 ", "advance", "3d")
     t.results.check("time has passed for the up-time, too", t.ask(sys={})["sys"]["upTime"] >= before + 3 * 86400, before)
@@ -167,6 +168,7 @@ def a_night(t):
     mark = t.mark()
     t.clock("Saturday 2026-12-05 22:", "rate", "1800")
     t.hears("time flies", "daemon: it is Sunday, 03:00:00: reboot\n", mark)
+    t.started_anew("and the router starts anew", mark)
     t.clock("", "rate", "1")
 
 

@@ -23,6 +23,8 @@ VARYING = (
     (re.compile(r"= \d+\.\d+/\d+\.\d+/\d+\.\d+ ms"), "= <t>/<t>/<t> ms"),
 )
 
+STARTED_ANEW = "router: it has started anew; what was not committed is gone, and so is the session\n"
+
 MOST_DETAIL = 3000  # characters of a failed step
 
 DUT = {
@@ -134,6 +136,10 @@ class Teller:
         daemon = look_until(lambda said: block in said, look)
         self.results.check(f"the daemon was told: {step}", block in daemon, daemon)
 
+    def started_anew(self, step, after):
+        """The router was away, and answers again."""
+        self.results.check(step, self.router.await_output(STARTED_ANEW, after), self.router.output()[after:])
+
     def mark(self):
         return len(self.router.output())
 
@@ -240,7 +246,7 @@ def web_server(t):
 
     body = json.dumps({"action": "set", "app": {"port": 4711}, "sessionid": t.session}).encode()
     with socket.create_connection(("127.0.0.1", t.router.port)) as phone:
-        phone.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: router\r\nContent-Length: %d\r\n\r\n%b" % (len(body), body))
+        phone.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: localhost:%d\r\nContent-Length: %d\r\n\r\n%b" % (t.router.port, len(body), body))
         phone.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))  # close with a reset
     request = {"action": "get", "app": {}, "sessionid": t.session}
     for _ in range(100):
@@ -292,7 +298,8 @@ def reboot_and_reset(t):
     t.gated("is read back", {"action": "get", "app": {}}, get_reply(app={"port": 1, "ticktime": 9}))
     mark = t.mark()
     t.router.post(3, bytes(360))
-    t.told("a reboot", "queue MSG_REBOOT", "  the router started anew; what was not committed is gone, and so is the session", after=mark)
+    t.told("a reboot", "queue MSG_REBOOT", "  the router starts anew", after=mark)
+    t.started_anew("it is over", mark)
     t.gated("the reboot ended the session", {"action": "get", "app": {}}, NEED_LOGIN)
     t.log_in("login after the reboot")
     t.gated("and dropped the write", {"action": "get", "app": {}}, get_reply(app={"port": 4711, "ticktime": 9}))
@@ -403,6 +410,7 @@ def restarts(results, router):
     mark = t.mark()
     router.post(2, bytes(360))
     t.told("a reset", "queue MSG_RESET", "  the factory's settings are back", after=mark)
+    t.started_anew("and the router with them", mark)
     t.expect("the factory's settings are back", kept, defaults, loopback=True)
     os.kill(router.find_process("lighttpd"), signal.SIGKILL)
     left_nothing(results, "the end of a part", (router.await_end(), router.leftovers()), 1)

@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "virtual_router/board/board.h"
+
 namespace store {
 
 void check(int error, const std::string &what) {
@@ -39,6 +41,8 @@ void set_aside(const char *path, const std::string &fault) {
     std::cerr << "flash: " << path << " is damaged: " << fault << "; it is kept as " << name
               << ", and the router starts from its defaults\n";
     std::filesystem::rename(path, name);
+    const std::string order = "keep " + name.substr(strlen("/flash/"));
+    check(board::order(order.c_str()), name);
 }
 
 // Takes over the value of a slot where it still fits the item's definition. False: it does not.

@@ -9,6 +9,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "virtual_router/board/board.h"
+
 namespace store {
 
 namespace {
@@ -184,6 +186,13 @@ int write_committed(FILE *to, Copy * /*working*/) {
     return error;
 }
 
+// Has the board keep a file of /flash, so that it outlives the router. Returns 0 or an errno.
+int keep_file(const char *path) {
+    char order[64] = "keep ";
+    strncat(order, path + strlen("/flash/"), sizeof(order) - sizeof("keep "));
+    return board::order(order);
+}
+
 // Renames kNewPath, so that it stays renamed. Returns 0 or an errno.
 int rename_new(const char *path) {
     int folder = open(kFlashPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -193,7 +202,7 @@ int rename_new(const char *path) {
         error = errno;
     }
     close(folder);
-    return error;
+    return error != 0 ? error : keep_file(path);
 }
 
 // Puts a new file in a path's place when what is written to it is safely down. The commit lock is held. Returns 0 or an

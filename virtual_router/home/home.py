@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A home around the virtual router. Called by script/server, script/router and router.sh:
+"""A home around the virtual router. Called by script/server, script/router and the keeper:
 
 home.py check FILE PHONE-MAC PHONE-PLACE            says what is wrong with a home file; prints nothing when nothing is
 home.py store FILE PHONE-MAC PHONE-PLACE            prints its settings, "NAME VALUE" a line

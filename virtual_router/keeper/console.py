@@ -1,0 +1,108 @@
+# SPDX-License-Identifier: MIT
+"""What is printed on the developer's terminal. Whatever comes out of a router is made fit for it first."""
+
+import asyncio
+import codecs
+import contextlib
+import os
+import queue
+import threading
+import time
+import unicodedata
+
+MOST_LINE_BYTES = 4096
+MOST_WAITING = 20000  # lines that the terminal has not taken yet
+END_SECONDS = 2
+
+_UNPRINTABLE = {"Cc", "Cf", "Cs", "Co", "Cn", "Zl", "Zp"}
+
+
+def _escape(error):
+    return "".join(f"\\x{byte:02x}" for byte in error.object[error.start : error.end]), error.end
+
+
+codecs.register_error("escape", _escape)
+
+
+def printable(line):
+    """Bytes as a text that no terminal acts on: control characters and what is no UTF-8 become \\xNN."""
+    text = line.decode("utf-8", "escape")
+    if text.isascii() and text.isprintable():
+        return text
+    return "".join(
+        character if unicodedata.category(character) not in _UNPRINTABLE else "".join(f"\\x{byte:02x}" for byte in character.encode("utf-8", "surrogateescape"))
+        for character in text
+    )
+
+
+class Printer:
+    """Prints lines, without making anybody wait: a terminal that takes none for long loses some."""
+
+    def __init__(self):
+        self.lines = queue.Queue(MOST_WAITING)
+        self.lost = 0
+        self.thread = threading.Thread(target=self.work, daemon=True)
+        self.thread.start()
+
+    def say(self, line):
+        try:
+            self.lines.put_nowait(line)
+        except queue.Full:
+            self.lost += 1
+
+    def work(self):
+        while (line := self.lines.get()) is not None:
+            data = (line + "\n").encode("utf-8", "replace")
+            if self.lost:
+                data += f"keeper: {self.lost} lines were not printed: this terminal takes them too slowly\n".encode()
+                self.lost = 0
+            try:
+                while data:
+                    data = data[os.write(1, data) :]
+            except OSError:
+                return  # the terminal has gone
+
+    def close(self):
+        """Waits a moment for what has not been printed."""
+        deadline = time.monotonic() + END_SECONDS
+        with contextlib.suppress(queue.Full):
+            self.lines.put(None, timeout=END_SECONDS)
+        self.thread.join(max(0, deadline - time.monotonic()))
+
+
+class LineReader:
+    """Reads a descriptor of a router's program, and says each line under a name. Empty lines are left out: the router's programs
+    end many of theirs with two line feeds."""
+
+    def __init__(self, fd, say, name=None):
+        self.fd = fd
+        self.say = say
+        self.prefix = f"{name}: " if name else ""
+        self.rest = b""
+        os.set_blocking(fd, False)
+        self.loop = asyncio.get_running_loop()
+        self.ended = self.loop.create_future()
+        self.loop.add_reader(fd, self.read)
+
+    def read(self):
+        try:
+            data = os.read(self.fd, 65536)
+        except BlockingIOError:
+            return
+        except OSError:
+            data = b""
+        *lines, self.rest = (self.rest + data).split(b"\n")
+        if not data or len(self.rest) > MOST_LINE_BYTES:
+            lines.append(self.rest)
+            self.rest = b""
+        for line in lines:
+            for start in range(0, len(line), MOST_LINE_BYTES):
+                self.say(self.prefix + printable(line[start : start + MOST_LINE_BYTES]))
+        if not data:
+            self.close()
+
+    def close(self):
+        if not self.ended.done():
+            self.loop.remove_reader(self.fd)
+            os.close(self.fd)
+            self.ended.set_result(None)

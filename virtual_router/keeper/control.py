@@ -1,0 +1,147 @@
+# SPDX-License-Identifier: MIT
+"""What script/router asks of the keeper, at a socket in the state folder. A question is a line of JSON, with the three descriptors that a
+program is to have; the answer is a line of JSON when it is done. Whoever hangs up ends the program."""
+
+import asyncio
+import contextlib
+import json
+import os
+import pwd
+import signal
+import socket
+import time
+
+import premises
+import router
+from router import shell_status
+from state import socket_address
+
+MOST_QUESTION_BYTES = 1 << 17
+# What the home's own program is told to do for these words.
+OF_HOME = {"home": "ask", "clock": "clock"}
+
+
+class WrongCall(Exception):
+    """The question makes no sense here; the text says why."""
+
+
+class Control:
+    def __init__(self, keeper):
+        self.keeper = keeper
+        self.loop = asyncio.get_running_loop()
+        self.talks = set()
+        self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        address, fd = socket_address(keeper.state.path)
+        before = os.umask(0o177)
+        try:
+            self.listener.bind(address)
+        finally:
+            os.umask(before)
+            os.close(fd)
+        self.listener.listen(32)
+        self.listener.setblocking(False)
+        self.loop.add_reader(self.listener.fileno(), self.accept)
+
+    def close(self):
+        self.loop.remove_reader(self.listener.fileno())
+        self.listener.close()
+        for talk in self.talks:
+            talk.cancel()
+
+    def accept(self):
+        try:
+            connection, _ = self.listener.accept()
+        except OSError:
+            return
+        talk = self.loop.create_task(self.serve(connection))
+        self.talks.add(talk)
+        talk.add_done_callback(self.talks.discard)
+
+    async def readable(self, connection):
+        ready = self.loop.create_future()
+        fd = connection.fileno()
+        self.loop.add_reader(fd, lambda: ready.done() or ready.set_result(None))
+        try:
+            await ready
+        finally:
+            self.loop.remove_reader(fd)
+
+    async def serve(self, connection):
+        fds = []
+        with connection:
+            connection.setblocking(False)
+            try:
+                await self.readable(connection)
+                question, fds = premises.receive(connection)
+                if question is None:
+                    return
+                answer = await self.answer(question, fds, connection)
+            except (WrongCall, premises.Refused) as error:
+                answer = {"status": 1, "refused": str(error)}
+            except (OSError, ValueError, KeyError, TypeError):
+                return
+            finally:
+                for fd in fds:
+                    os.close(fd)
+            with contextlib.suppress(OSError):
+                premises.send(connection, answer)
+
+    async def answer(self, question, fds, connection):
+        keeper = self.keeper
+        if not keeper.up:
+            raise WrongCall("the router is just starting")
+        words = [str(word) for word in question["words"]]
+        match question["verb"]:
+            case "status":
+                return {"status": 0, "is": self.status()}
+            case "run":
+                guest = question.get("of") or keeper.main.guest
+                if guest not in keeper.routers:
+                    raise WrongCall(f"there is no {guest}")
+                if not keeper.routers[guest].on:
+                    raise WrongCall("the router is away: it starts anew")
+                environment = dict(router.ENVIRONMENT)
+                if question.get("terminal"):
+                    environment["TERM"] = str(question["terminal"])
+                return await self.run(connection, fds, guest, words, environment, bool(question.get("terminal")))
+            case "phone":
+                return await self.run(connection, fds, None, words, keeper.tool_environment(), False, keeper.phone_network(int(question["number"])))
+            case verb if verb in OF_HOME:
+                command = keeper.home_command(OF_HOME[verb], keeper.premises.mode.run, *words)
+                return await self.run(connection, fds, None, command, keeper.tool_environment(), False)
+        raise WrongCall("the keeper knows no such question")
+
+    async def run(self, connection, fds, guest, words, environment, terminal, network=None):
+        if len(fds) != 3:
+            raise WrongCall("a program has three descriptors")
+        part = await self.keeper.spawn(words[0], guest, words, environment, fds, terminal=terminal, network=network)
+        hung_up = asyncio.ensure_future(self.readable(connection))
+        try:
+            await asyncio.wait([part.ended, hung_up], return_when=asyncio.FIRST_COMPLETED)
+        finally:
+            hung_up.cancel()
+            with contextlib.suppress(asyncio.CancelledError):
+                await hung_up
+        if not part.ended.done():
+            await self.keeper.order("kill", number=part.number, signal_number=signal.SIGKILL, group=True)
+        return {"status": shell_status(await part.ended)}
+
+    def status(self):
+        """What runs, where, since when, and which requests are in flight."""
+        keeper = self.keeper
+        return {
+            "state": str(keeper.state.path),
+            "mode": keeper.premises.mode.name,
+            "user": pwd.getpwuid(os.geteuid()).pw_name,
+            "lan": str(keeper.network.lan) if keeper.network.lan else None,
+            "phones": {phone.number: str(address) for phone, address in keeper.network.addresses.items() if phone in keeper.network.phones},
+            "agents": {agent.number: str(address) for agent, address in keeper.network.addresses.items() if agent in keeper.network.agents},
+            "ports": {port.number: {"of": port.name, "open": port.open} for port in keeper.ports},
+            "routers": {name: {"on": found.on, "since": found.since} for name, found in keeper.routers.items()},
+            "parts": [{"name": part.name, "of": part.guest, "since": part.since} for part in keeper.parts.values()],
+            "requests": [
+                {"port": port.number, "request": request.request, "seconds": round(time.time() - request.since, 3)}
+                for port in keeper.ports
+                for request in port.in_flight.values()
+            ],
+        }

@@ -1,0 +1,497 @@
+# SPDX-License-Identifier: MIT
+"""The keeper: owns what runs around script/server, from the first process to the last file. Whatever is started is started by
+it, it hears of each end, and what it is told to stop leaves nothing."""
+
+import asyncio
+import contextlib
+import os
+import re
+import signal
+import sys
+import time
+
+import console
+import control
+import kernel
+import namespaces
+import network
+import ports
+import premises
+import proot
+import router
+from premises import Premises
+from router import Failed, shell_status
+
+FIRST_SERVICE_SECONDS = 60
+HOME_SECONDS = 60
+END_SECONDS = 10
+MOST_FACT_BYTES = 4096
+HOME_FILES = "project"  # the folder of the run folder with the home's programs
+HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
+CLOCK = "home/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
+NORMAL_RATE = 1000
+STATUS_OF_SIGNAL = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
+
+
+class Stopped(Exception):
+    """The router is to end with this status."""
+
+    def __init__(self, status):
+        super().__init__()
+        self.status = status
+
+
+class Part:
+    """A program that the premises run."""
+
+    def __init__(self, name, guest, lasting):
+        self.name = name
+        self.guest = guest
+        self.lasting = lasting  # its end is the end of all
+        self.since = time.time()
+        self.ended = asyncio.get_running_loop().create_future()
+
+
+class Keeper:
+    def __init__(self, options, state, facts, layouts):
+        self.options = options
+        self.state = state
+        self.facts = facts
+        self.layouts = layouts
+        self.printer = console.Printer()
+        self.say = self.printer.say
+        self.parts = {}  # number -> Part
+        self.last_part = 0
+        self.routers = {}  # guest -> Router
+        self.premises = None
+        self.network = None
+        self.ports = []
+        self.outage = None  # the task of a reboot
+        self.lan_lock = asyncio.Lock()
+        self.stop = asyncio.get_running_loop().create_future()
+        self.up = False
+        self.home_ready = asyncio.Event()
+        self.moved = asyncio.Event()  # the LAN has been followed for the first time since the router is on
+
+    # --- the premises ---
+
+    async def order(self, verb, fds=(), **words):
+        return await self.premises.order(verb, fds, **words)
+
+    def hear(self, event):
+        if event is None:
+            self.end(1, "The premises have ended.")
+        elif event["event"] == premises.ENDED:
+            self.part_ended(event["number"], event["status"])
+        elif event["name"] == "home":
+            if not self.outage and self.moved.is_set():
+                self.background(self.follow_hosts())
+        elif event["name"] == "run":
+            self.background(self.look_for_home())
+
+    def background(self, work):
+        task = asyncio.get_running_loop().create_task(work)
+
+        def check(done):
+            if not done.cancelled() and done.exception() and not isinstance(done.exception(), premises.Refused):
+                self.end(1, f"keeper: {done.exception()!r}")
+
+        task.add_done_callback(check)
+        return task
+
+    def end(self, status, why=None):
+        if not self.stop.done():
+            if why:
+                print(why, file=sys.stderr, flush=True)
+            self.stop.set_result(status)
+
+    def part_ended(self, number, status):
+        part = self.parts.pop(number, None)
+        if part is None:
+            return
+        if not part.ended.done():
+            part.ended.set_result(status)
+        owner = self.routers.get(part.guest)
+        if part.lasting and (part.guest is None or (owner and owner.on)):
+            self.end(1, f"The router's {part.name} has ended with status {shell_status(status)}.")
+
+    async def spawn(self, name, guest, argv, environment, fds, lasting=False, terminal=False, network=None):
+        self.last_part += 1
+        number = self.last_part
+        part = self.parts[number] = Part(name, guest, lasting)
+        part.number = number
+        try:
+            about = {"argv": argv, "environment": environment, "terminal": terminal, "network": network}
+            await self.order("run", fds=fds, number=number, guest=guest, **about)
+        except premises.Refused:
+            self.parts.pop(number, None)
+            raise
+        return part
+
+    async def with_pipe(self, name, guest, argv, environment, lasting=False):
+        """Starts a program whose output comes through a pipe. Returns the part and the pipe's end."""
+        null = os.open("/dev/null", os.O_RDONLY | os.O_CLOEXEC)
+        read, write = os.pipe2(os.O_CLOEXEC)
+        try:
+            return await self.spawn(name, guest, argv, environment, [null, write, write], lasting), read
+        except premises.Refused:
+            os.close(read)
+            raise
+        finally:
+            os.close(null)
+            os.close(write)
+
+    async def start_part(self, name, guest, argv, environment, say, prefix):
+        _, read = await self.with_pipe(name, guest, argv, environment, lasting=True)
+        console.LineReader(read, say, prefix)
+
+    async def run(self, guest, argv, environment, reader):
+        part, read = await self.with_pipe(argv[0], guest, argv, environment)
+        lines = reader(read)
+        status = await part.ended
+        # What it left running may hold the pipe; what it said itself is there.
+        with contextlib.suppress(asyncio.TimeoutError):
+            await asyncio.wait_for(asyncio.shield(lines.ended), 0.05)
+        return shell_status(status)
+
+    async def collect(self, guest, argv, environment, most):
+        part, read = await self.with_pipe(argv[0], guest, argv, environment)
+        await part.ended
+        with os.fdopen(read, "rb") as file:
+            return await asyncio.to_thread(file.read, most)
+
+    async def open_in_root(self, path):
+        found = await self.order("open", path=path)
+        return found[0] if found else None
+
+    # --- switching on and off ---
+
+    async def found_premises(self):
+        refusals = []
+        for kind in self.options.modes:
+            mode = kind(self.state.run, self.layouts(kind))
+            try:
+                connection = mode.found()
+            except OSError as error:
+                refusals.append(str(error.strerror or error).strip().splitlines()[-1])
+                continue
+            if kind is proot.Mode:
+                if self.options.agents:
+                    connection.close()
+                    raise Failed(f"--agents needs namespaces{f', which cannot be made here ({refusals[-1]})' if refusals else ''}")
+                if refusals:
+                    self.say(f"No namespaces can be made here, so proot and a stand-in for the network take their place ({refusals[-1]}).")
+                for line in mode.warnings():
+                    self.say(line)
+            self.premises = Premises(mode, connection, self.hear)
+            return mode
+        raise Failed(f"neither namespaces can be made here nor does proot work: {'; '.join(refusals)}")
+
+    async def start(self):
+        mode = await self.found_premises()
+        kind = network.KernelNetwork if mode.own_network else network.FileNetwork
+        self.network = kind(self.order, self.facts, self.options.phones, self.options.agents, self.say)
+        for port in self.ports:
+            port.attach(self.order)
+        await self.network.make()
+        await self.copy_home()
+        texts = self.texts(mode)
+        self.main = router.Router(self, "router", "", network.ROUTER, self.state.flash(), texts)
+        self.routers["router"] = self.main
+        await self.switch_on()
+        await self.order("watch", name="home", path="root/home")
+        if self.options.home:
+            await self.play_home()
+        for agent in self.network.agents:
+            await self.start_agent(agent)
+        await self.main.start_services()
+        await self.await_lan()
+        if self.options.home:
+            await asyncio.wait_for(self.home_ready.wait(), HOME_SECONDS)
+            await self.follow_hosts()
+        await self.open_ports()
+        self.up = True
+
+    def texts(self, mode):
+        """The files of the root that are not the same for each router."""
+        found = {}
+        if mode.own_network:
+            found[router.LISTEN_CONF] = 'server.bind = "0.0.0.0"\n'
+        else:
+            found[router.LISTEN_CONF] = (
+                'server.modules += ( "mod_extforward" )\nserver.bind = "/var/run/http.sock"\n'
+                'extforward.forwarder = ( "all" => "trust" )\nextforward.hap-PROXY = "enable"\n'
+            )
+            found.update(self.network.texts())
+            found["etc/played"] = self.network.interfaces()
+        if self.network.agents:
+            found["etc/agents"] = "".join(f"{agent.place} {agent.mac}\n" for agent in self.network.agents)
+        return found
+
+    async def switch_on(self, clock=None):
+        await self.network.plug_in()
+        for agent in self.network.agents if clock else ():
+            await self.network.ip(agent.network, ["link set eth0 master br0 up"])
+        await self.main.power_on()
+        now = time.time_ns()
+        shown, rate = clock or (now, NORMAL_RATE)
+        await self.order("write", path=self.main.path(CLOCK), content=f"{now} {shown} 0 {rate}\n")
+        await self.main.boot()
+        if self.options.settings:
+            await self.store_settings()
+
+    async def store_settings(self):
+        """Stores the settings of the home, unless they are those that were stored the last time: what was changed since then stays."""
+        taken = self.state.flash() / "home-taken"
+        settings = self.options.settings
+        if taken.exists() and not taken.is_symlink() and taken.read_text() == settings:
+            return
+        for line in settings.splitlines():
+            name, _, value = line.partition(" ")
+            if await self.main.command(["flash", "set", name, value], "") != 0:
+                raise Failed(f"the setting {name} of {self.options.home} cannot be stored")
+        await self.main.command(["flash", "commit"], "")
+        new = taken.with_suffix(".new")
+        new.unlink(missing_ok=True)
+        with open(os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_NOFOLLOW, 0o600), "w") as file:
+            file.write(settings)
+        new.replace(taken)
+
+    async def await_lan(self):
+        """Waits until the router has said what its LAN is."""
+        waiting = asyncio.ensure_future(self.moved.wait())
+        await asyncio.wait([waiting, self.stop], timeout=FIRST_SERVICE_SECONDS, return_when=asyncio.FIRST_COMPLETED)
+        waiting.cancel()
+        if self.stop.done():
+            raise Stopped(self.stop.result())
+        if not self.moved.is_set():
+            raise Failed("the router's LAN does not come up")
+
+    async def open_ports(self):
+        """The ports are open when the web server answers, for which a busy PC may take its time."""
+        if self.network.addresses.get(self.network.phones[0]) and not await self.answers(self.phone_target(0)):
+            raise Failed("the router's web server does not answer")
+        for port in self.ports:
+            port.start()
+
+    async def answers(self, find_target):
+        deadline = time.monotonic() + FIRST_SERVICE_SECONDS
+        while time.monotonic() < deadline and not self.stop.done():
+            if await ports.answers(self.order, find_target()):
+                return True
+            await asyncio.sleep(0.02)
+        return False
+
+    # --- where the ports lead ---
+
+    def phone_target(self, index):
+        """Finds where the port of a phone leads at this moment."""
+
+        def find():
+            lan = self.network.lan
+            phone = self.network.phones[index]
+            if lan is None or phone not in self.network.addresses:
+                return None
+            if self.network_is_kernels():
+                return ports.Target(phone.network, (str(lan.ip), 80))
+            return ports.Target(None, None, f"PROXY TCP4 {self.network.addresses[phone]} {lan.ip} {{}} 80\r\n")
+
+        return find
+
+    def agent_target(self, index):
+        def find():
+            agent = self.network.agents[index]
+            address = self.network.addresses.get(agent)
+            return ports.Target(self.network.phones[0].network, (str(address), 80)) if address else None
+
+        return find
+
+    def loopback_target(self):
+        if self.network_is_kernels():
+            return ports.Target(network.ROUTER, ("127.0.0.1", 80))
+        return ports.Target(None, None, "PROXY TCP4 127.0.0.1 127.0.0.1 {} 80\r\n")
+
+    def address_of(self, port):
+        """The address of the phone or the agent that a port is of."""
+        kind, number = port.name.split(" ")
+        who = {"phone": self.network.phones, "agent": self.network.agents}[kind][int(number) - 1]
+        return self.network.addresses.get(who, "without an address")
+
+    def phone_network(self, number):
+        if not self.network_is_kernels():
+            raise premises.Refused("there is no phone with a network where namespaces cannot be made")
+        if not 1 <= number <= len(self.network.phones):
+            raise premises.Refused(f"there is no phone {number}")
+        return self.network.phones[number - 1].network
+
+    def network_is_kernels(self):
+        return isinstance(self.network, network.KernelNetwork)
+
+    # --- the LAN and who is in it ---
+
+    async def lan_moved(self, who, lan):
+        if who is not self.main:
+            return
+        async with self.lan_lock:
+            if lan == self.network.lan and self.moved.is_set():
+                return
+            first = not self.moved.is_set()
+            await self.network.follow_lan(lan)
+            phone = self.network.addresses.get(self.network.phones[0], "")
+            await self.order("write", path="phone", content=f"{phone}\n")
+            for agent in self.network.agents:
+                await self.give_lease(agent)
+            self.moved.set()
+        if not first:
+            for port in self.ports:
+                if port.name != "router":
+                    port.cut()
+
+    async def follow_hosts(self):
+        async with self.lan_lock:
+            await self.network.follow_hosts()
+
+    # --- agents ---
+
+    async def start_agent(self, agent):
+        guest = f"agent{agent.number}"
+        folder = f"agents/{agent.number}"
+        await self.order("folder", path=folder)
+        await self.network.ip(agent.network, [f"link add br0 address {agent.mac} type bridge", "link set eth0 master br0 up"])
+        texts = {router.LISTEN_CONF: 'server.bind = "0.0.0.0"\n', "etc/items.conf": agent_items(self.items, agent.number)}
+        found = self.routers[guest] = router.Router(self, guest, folder, agent.network, self.state.flash(agent.number), texts, f"agent {agent.number}")
+        await found.power_on()
+        await found.boot()
+        if agent in self.network.addresses:
+            await self.give_lease(agent)
+
+    async def give_lease(self, agent):
+        """Gives an agent its address and its default route, as the router's DHCP server would."""
+        found = self.routers.get(f"agent{agent.number}")
+        address, lan = self.network.addresses.get(agent), self.network.lan
+        if not found or not found.on or not address:
+            return
+        await self.order("write", path=found.path("var/run/lan-lease"), content=f"{address} {lan.netmask} {lan.ip}\n")
+        if found.started:
+            await found.command(["initlan"], "initlan")
+        else:
+            found.started = True
+            self.background(found.start_services())
+
+    # --- the home ---
+
+    async def copy_home(self):
+        """Puts the home's programs where a user whom nobody else is can read them."""
+        for folder in HOME_FOLDERS:
+            await self.order("folder", path=f"{HOME_FILES}/{folder}")
+            for path in sorted((self.options.project / folder).glob("*.*")):
+                await self.order("write", path=f"{HOME_FILES}/{folder}/{path.name}", content=path.read_text())
+        if self.options.home:
+            await self.order("write", path=f"{HOME_FILES}/{self.options.home.name}", content=self.options.home.read_text())
+
+    def home_command(self, *words):
+        run = self.premises.mode.run
+        return ["/usr/bin/python3", "-B", f"{run}/{HOME_FILES}/virtual_router/home/home.py", *words]
+
+    async def play_home(self):
+        await self.order("watch", name="run", path="")
+        run = self.premises.mode.run
+        file = f"{run}/{HOME_FILES}/{self.options.home.name}"
+        facts = self.facts
+        words = ["play", file, facts["PHONE_MAC"], facts["PHONE_PLACE"], facts["ROUTER_LAN_MAC"], run, "yes" if self.options.still else "no"]
+        await self.start_part("home", None, self.home_command(*words), self.tool_environment(), self.say, None)
+
+    def tool_environment(self):
+        """Of the PC's programs that run beside the router."""
+        kept = {name: os.environ[name] for name in ("PATH", "LANG", "LC_ALL") if name in os.environ}
+        return {**kept, "PYTHONDONTWRITEBYTECODE": "1", "HOME": "/"}
+
+    async def look_for_home(self):
+        if not self.home_ready.is_set() and await self.order("read", path="home.ready", most=1) is not None:
+            self.home_ready.set()
+
+    # --- an outage ---
+
+    def reset_wanted(self, who):
+        """A router is to start anew. It hears "done" first."""
+        if who is self.main and not self.outage:
+            self.outage = self.background(self.reboot())
+
+    async def reboot(self):
+        seconds = self.options.outage
+        # The reply to whoever asked for it is on its way.
+        await asyncio.sleep(0.5)
+        self.say(f"router: it starts anew, and is away for {seconds:g} s")
+        clock = await self.clock()
+        for port in self.ports:
+            port.refuse()
+            port.cut()
+        await self.main.power_off()
+        self.moved.clear()
+        async with self.lan_lock:
+            await self.network.unplug()
+        await asyncio.sleep(seconds)
+        await self.switch_on(clock)
+        self.outage = None
+        await self.main.start_services(pause=seconds / 20)
+        await self.await_lan()
+        await self.follow_hosts()
+        await self.open_ports()
+        self.say("router: it has started anew; what was not committed is gone, and so is the session")
+
+    async def clock(self):
+        """What the router's clock shows, and its rate; a clock goes on while the router is off."""
+        text = await self.order("read", path=self.main.path(CLOCK), most=MOST_FACT_BYTES) or ""
+        now = time.time_ns()
+        if not re.fullmatch(r"-?\d{1,19} -?\d{1,19} -?\d{1,19} \d{1,9}\n?", text):
+            return now, NORMAL_RATE
+        pc, shown, _, rate = map(int, text.split())
+        return shown + (now - pc) * rate // NORMAL_RATE, rate
+
+    # --- until the end ---
+
+    async def introduction(self):
+        phone = self.network.addresses.get(self.network.phones[0])
+        return {
+            "phone": str(phone) if phone else "",
+            "user": await self.main.setting("MIB_USER_NAME"),
+            "password": await self.main.setting("MIB_USER_PASSWORD"),
+        }
+
+    async def close(self):
+        for port in self.ports:
+            port.close()
+        if self.outage:
+            self.outage.cancel()
+        if self.premises:
+            self.premises.close()
+            await asyncio.to_thread(reap, time.monotonic() + END_SECONDS)
+        self.state.clear_run()
+        self.printer.close()
+
+
+def reap(deadline):
+    """Waits for the end of all that was started, and sees to it."""
+    while True:
+        try:
+            if os.waitpid(-1, os.WNOHANG)[0] == 0:
+                time.sleep(0.002)
+        except ChildProcessError:
+            return
+        if time.monotonic() > deadline:
+            for pid in kernel.children():
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(pid, signal.SIGKILL)
+
+
+def agent_items(items, number):
+    """The definitions of a router's settings for an agent, which leaves the factory as one, with a name and a number of its own."""
+    for pattern, replacement in (
+        (r'(?m)^((?:186|2389) [^"\n]*)"[^"\n]*"', rf'\1"Agent {number}"'),
+        (r'(?m)^(4200 [^"\n]*"[^"\n]*)."', rf'\g<1>{number}"'),
+        (r"(?m)^(2386 .*?global +)0", r"\g<1>2"),
+        (r"(?m)^(192 .*?global +)0", r"\g<1>1"),
+        (r"(?m)^(173 .*?global +)2", r"\g<1>1"),
+    ):
+        items = re.sub(pattern, replacement, items)
+    return items

@@ -1,0 +1,254 @@
+# SPDX-License-Identifier: MIT
+"""The PC's ports on 127.0.0.1: each leads to a router's web server, as somebody of its network would reach it."""
+
+import asyncio
+import contextlib
+import itertools
+import socket
+import struct
+import time
+from typing import NamedTuple
+
+import gate as gates
+import premises
+
+BACKLOG = 128
+MOST_CONNECTIONS = 512
+HEAD_SECONDS = 60
+SERVER_SECONDS = 5  # how long a web server that is just starting is waited for
+LINGER_SECONDS = 2  # how long a client may take to notice that the server has closed
+CHUNK = 65536
+
+
+class PortTaken(Exception):
+    pass
+
+
+class InFlight(NamedTuple):
+    port: str
+    request: str
+    since: float
+
+
+class Target(NamedTuple):
+    """Where a port leads: a network of the premises and an address there; `announced` is the line that tells the web server who the
+    client is where the network cannot."""
+
+    network: str | None
+    address: tuple | None
+    announced: str = ""
+
+
+class Port:
+    """`find_target` returns the Target at this moment, or None."""
+
+    def __init__(self, name, number, find_target, say, hosts=(), origins=()):
+        self.name = name
+        self.number = number
+        self.find_target = find_target
+        self.say = say
+        self.gate = gates.Gate(number, hosts, origins)
+        self.connections = {}  # task -> the client's socket
+        self.in_flight = {}
+        self.numbers = itertools.count(1)
+        self.open = False
+        self.listener = socket.socket()
+        self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.listener.setblocking(False)
+        try:
+            self.listener.bind(("127.0.0.1", number))
+            self.listener.listen(BACKLOG)  # which another's listening would not let it do
+            self.listener.shutdown(socket.SHUT_RDWR)
+        except OSError as error:
+            self.listener.close()
+            raise PortTaken(f"Port {number} of 127.0.0.1 cannot be used: {error.strerror}") from None
+
+    def attach(self, order):
+        self.order = order
+        self.loop = asyncio.get_running_loop()
+
+    def start(self):
+        if not self.open:
+            self.open = True
+            self.listener.listen(BACKLOG)
+            self.loop.add_reader(self.listener.fileno(), self.accept)
+
+    def refuse(self):
+        """Keeps the port, and has connections refused."""
+        if self.open:
+            self.open = False
+            self.loop.remove_reader(self.listener.fileno())
+            self.listener.shutdown(socket.SHUT_RDWR)
+
+    def cut(self):
+        """Ends all connections with a reset, as when the other end has gone."""
+        for task, client in list(self.connections.items()):
+            reset(client)
+            task.cancel()
+
+    def close(self):
+        self.refuse()
+        self.cut()
+        self.listener.close()
+
+    def accept(self):
+        while True:
+            try:
+                client, peer = self.listener.accept()
+            except OSError:
+                return
+            if len(self.connections) >= MOST_CONNECTIONS:
+                client.close()
+                continue
+            client.setblocking(False)
+            client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            task = self.loop.create_task(self.serve(client, peer[1]))  # it may hang up at any moment
+            self.connections[task] = client
+            task.add_done_callback(self.connections.pop)
+
+    async def serve(self, client, client_port):
+        number = next(self.numbers)
+        try:
+            head, rest = await asyncio.wait_for(self.read_head(client), HEAD_SECONDS)
+            if head is None:
+                return
+            try:
+                request = self.gate.admit(head)
+            except gates.Refusal as refusal:
+                self.say(f"port {self.number}: {refusal.status}: {refusal}")
+                await self.answer(client, refusal.status, f"{refusal}\n")
+                return
+            if request.preflight:
+                await self.loop.sock_sendall(client, self.gate.preflight_answer(request))
+                await self.linger(client)
+                return
+            self.in_flight[number] = InFlight(self.name, f"{request.method} {request.target}", time.time())
+            await self.pass_on(client, client_port, request, rest)
+        except (OSError, asyncio.TimeoutError, premises.Refused):
+            reset(client)
+        finally:
+            self.in_flight.pop(number, None)
+            client.close()
+
+    async def read_head(self, client):
+        data = b""
+        while b"\r\n\r\n" not in data:
+            more = await self.loop.sock_recv(client, CHUNK)
+            data += more
+            if not more:
+                return None, b""
+            if len(data) > gates.MOST_HEAD_BYTES and b"\r\n\r\n" not in data[: gates.MOST_HEAD_BYTES]:
+                await self.answer(client, "431 Request Header Fields Too Large", "The head of the request is too long.\n")
+                return None, b""
+        head, end, rest = data.partition(b"\r\n\r\n")
+        return head + end, rest
+
+    async def answer(self, client, status, text):
+        body = text.encode()
+        head = f"HTTP/1.1 {status}\r\nContent-Type: text/plain; charset=utf-8\r\nContent-Length: {len(body)}\r\nConnection: close\r\n\r\n"
+        await self.loop.sock_sendall(client, head.encode() + body)
+        await self.linger(client)
+
+    async def linger(self, client):
+        """Lets the client read its answer before its own unread bytes would have the connection reset."""
+        client.shutdown(socket.SHUT_WR)
+        with contextlib.suppress(asyncio.TimeoutError):
+            async with asyncio.timeout(LINGER_SECONDS):
+                while await self.loop.sock_recv(client, CHUNK):
+                    pass
+
+    async def connect(self, client_port):
+        target = self.find_target()
+        if target is None:
+            self.say(f"port {self.number}: nobody on this side knows an address of the router")
+            raise OSError
+        deadline = time.monotonic() + SERVER_SECONDS
+        while True:
+            try:
+                async with asyncio.timeout(max(0.1, deadline - time.monotonic())):
+                    return await reach(self.order, target, client_port)
+            except (OSError, premises.Refused, asyncio.TimeoutError):
+                if time.monotonic() >= deadline:
+                    self.say("The router's web server does not answer.")
+                    raise OSError from None
+                await asyncio.sleep(0.02)
+
+    async def pass_on(self, client, client_port, request, rest):
+        """Passes one request on, and its reply back. The web server is not told when the client hangs up after its request: it would
+        kill the program that is at work on it."""
+        server = await self.connect(client_port)
+        with server:
+            requests = self.loop.create_task(self.pass_request(client, server, request, rest))
+            try:
+                await self.pass_reply(client, server, request)
+            finally:
+                requests.cancel()
+            with contextlib.suppress(OSError):
+                await self.linger(client)
+
+    async def pass_request(self, client, server, request, rest):
+        left = request.length
+        data = request.head + (rest if left is None else rest[:left])
+        left = None if left is None else left - len(rest[:left])
+        try:
+            await self.loop.sock_sendall(server, data)
+            while left is None or left > 0:
+                data = await self.loop.sock_recv(client, CHUNK if left is None else min(left, CHUNK))
+                if not data:
+                    # Half a request is none.
+                    if left is not None:
+                        server.shutdown(socket.SHUT_RDWR)
+                    return
+                left = None if left is None else left - len(data)
+                await self.loop.sock_sendall(server, data)
+        except OSError:
+            pass
+
+    async def pass_reply(self, client, server, request):
+        lost = False  # the client takes no more; what comes is dropped
+        permission = self.gate.permission(request)
+        while data := await self.loop.sock_recv(server, CHUNK):
+            if permission and b"\r\n" in data:
+                status, end, more = data.partition(b"\r\n")
+                data, permission = status + end + permission + more, b""
+            if not lost:
+                try:
+                    await self.loop.sock_sendall(client, data)
+                except OSError:
+                    lost = True
+
+
+async def reach(order, target, client_port):
+    """A connection to where a port leads."""
+    loop = asyncio.get_running_loop()
+    (fd,) = await order("socket", network=target.network)
+    server = socket.socket(fileno=fd)
+    server.setblocking(False)
+    try:
+        if target.address:
+            server.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            await loop.sock_connect(server, target.address)
+        if target.announced:
+            await loop.sock_sendall(server, target.announced.format(client_port).encode())
+    except BaseException:
+        server.close()
+        raise
+    return server
+
+
+async def answers(order, target):
+    """Whether a web server answers there."""
+    loop = asyncio.get_running_loop()
+    try:
+        async with asyncio.timeout(SERVER_SECONDS):
+            with await reach(order, target, 1) as server:
+                await loop.sock_sendall(server, b"GET / HTTP/1.0\r\n\r\n")
+                return bool(await loop.sock_recv(server, CHUNK))
+    except (OSError, premises.Refused, asyncio.TimeoutError):
+        return False
+
+
+def reset(client):
+    """Has the socket's closing tell the other end so at once."""
+    with contextlib.suppress(OSError):
+        client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
