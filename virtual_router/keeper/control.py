@@ -98,8 +98,7 @@ class Control:
                 guest = question.get("of") or keeper.main.guest
                 if guest not in keeper.routers:
                     raise WrongCall(f"there is no {guest}")
-                if not keeper.routers[guest].on:
-                    raise WrongCall("the router is away: it starts anew")
+                self.check_on(keeper.routers[guest])
                 environment = dict(router.ENVIRONMENT)
                 if question.get("terminal"):
                     environment["TERM"] = str(question["terminal"])
@@ -107,9 +106,15 @@ class Control:
             case "phone":
                 return await self.run(connection, fds, None, words, keeper.tool_environment(), False, keeper.phone_network(int(question["number"])))
             case verb if verb in OF_HOME:
+                if verb == "clock":
+                    self.check_on(keeper.main)
                 command = keeper.home_command(OF_HOME[verb], keeper.premises.mode.run, *words)
                 return await self.run(connection, fds, None, command, keeper.tool_environment(), False)
         raise WrongCall("the keeper knows no such question")
+
+    def check_on(self, found):
+        if not found.on:
+            raise WrongCall("the router is away: it starts anew")
 
     async def run(self, connection, fds, guest, words, environment, terminal, network=None):
         if len(fds) != 3:
