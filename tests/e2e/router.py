@@ -113,6 +113,7 @@ class Router:
                 os.chown(folder, way.user.pw_uid, way.user.pw_gid)
         self.folder.chmod(0o755)
         self.port = free_port()
+        GIVEN_PORTS.update(range(self.port + 1, self.port + 4))  # of further phones and of agents
         self.loopback_port = free_port()
         self.log = self.folder / "log"
         self.process = None

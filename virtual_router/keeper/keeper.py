@@ -25,6 +25,10 @@ from router import Failed, shell_status
 FIRST_SERVICE_SECONDS = 60
 HOME_SECONDS = 60
 END_SECONDS = 10
+USE_SECONDS = 1  # between two looks at what a router uses up
+FULL, ROOMY = 0.95, 0.8  # parts of what it may use: above, it is told; below that part of it, it is over
+# A router has a dozen processes. Those of a bomb come and go, as most that it begins are refused.
+FULL_OF = {"processes": 0.5}
 MOST_FACT_BYTES = 4096
 HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
@@ -211,6 +215,7 @@ class Keeper:
             await self.follow_hosts()
         await self.open_ports()
         self.up = True
+        self.background(self.watch_use())
 
     def texts(self, mode):
         """The files of the root that are not the same for each router."""
@@ -409,6 +414,27 @@ class Keeper:
     async def look_for_home(self):
         if not self.home_ready.is_set() and await self.order("read", path="home.ready", most=1) is not None:
             self.home_ready.set()
+
+    # --- what it uses up ---
+
+    async def watch_use(self):
+        """Tells when a router has used up what it may, which is its own trouble and not the PC's."""
+        told = set()
+        while not self.stop.done():
+            for found in [found for found in self.routers.values() if found.on]:
+                try:
+                    use = await self.order("use", guest=found.guest)
+                except premises.Refused:  # it has just been switched off
+                    continue
+                for what, (used, most) in use.items():
+                    full = FULL_OF.get(what, FULL) * most
+                    if used >= full and (found, what) not in told:
+                        told.add((found, what))
+                        found.say(f"router: in trouble: it uses up its {what} ({used} of {most})")
+                    elif used < ROOMY * full and (found, what) in told:
+                        told.discard((found, what))
+                        found.say(f"router: it has room for {what} again")
+            await asyncio.sleep(USE_SECONDS)
 
     # --- an outage ---
 

@@ -69,15 +69,11 @@ class Mode:
             finally:
                 os._exit(1)
         there.close()
-        try:
-            premises.receive(here)  # it has a user namespace, or says why not
+        message, _ = premises.receive(here)  # it has a user namespace, or says why not
+        if message is not None and "refused" not in message:
             self.map_users(builder)
             premises.send(here, {})
-        except OSError:
-            pass  # it has ended, and has said why
-        message = {}
-        while message is not None and not {"ready", "refused"} & message.keys():
-            message, _ = premises.receive(here)
+            message, _ = premises.receive(here)  # it is ready, or says why not
         os.waitpid(builder, 0)
         if message is None or "refused" in message:
             here.close()
@@ -236,6 +232,15 @@ class Mode:
             os.mkdir(home)
             kernel.mount("home", home, "tmpfs", kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC, f"mode=755,size={confinement.HOME_BYTES}")
         kernel.mount(home, os.path.join(root, "home"), None, kernel.MS_BIND)
+
+    def use(self, guest):
+        """All routers' processes count together, with the premises' own."""
+        room = os.statvfs(self.guests[guest].root)
+        return {
+            "MiB of memory for files": ((room.f_blocks - room.f_bfree) * room.f_frsize >> 20, room.f_blocks * room.f_frsize >> 20),
+            "files": (room.f_files - room.f_ffree, room.f_files),
+            "processes": (sum(name.isdigit() for name in os.listdir("/proc")), confinement.MOST_PROCESSES),
+        }
 
     def start_first_process(self, found, name):
         told, tell = os.pipe2(os.O_CLOEXEC)

@@ -172,6 +172,10 @@ class Server:
     def do_power_off(self, _fds, guest):
         self.mode.power_off(guest, self.tell_end)
 
+    def do_use(self, _fds, guest):
+        """How much of what is bounded a router has used: {what: (used, most)}."""
+        return self.mode.use(guest)
+
     def do_network(self, _fds, name):
         self.mode.add_network(name)
 

@@ -1,10 +1,13 @@
 # SPDX-License-Identifier: MIT
 """The state folder: what survives the router, and where it runs. It belongs to one router at a time."""
 
+import contextlib
 import fcntl
 import os
 import pathlib
 import shutil
+
+import kernel
 
 LOCK = "router.lock"
 RUN = "run"
@@ -48,6 +51,8 @@ class State:
 
     def clear_run(self):
         """What a killed router left, too."""
+        with contextlib.suppress(OSError, ValueError):
+            kernel.remove_queue(int((self.run / "queue").read_text()))
         if self.run.exists():
             shutil.rmtree(self.run, ignore_errors=True)
         (self.path / SOCKET).unlink(missing_ok=True)

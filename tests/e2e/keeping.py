@@ -1,0 +1,269 @@
+# SPDX-License-Identifier: MIT
+"""How a router is kept: who may ask at the PC's ports, phones and agents, an outage, a LAN that moves, and the end of each part."""
+
+import json
+import os
+import re
+import signal
+import socket
+import subprocess
+import time
+
+import router as routers
+from router import look_until
+from story import STARTED_ANEW, Teller, get_reply, left_nothing, set_reply
+
+SCAN = b'{"action":"scan"}'
+PAGE = "http://app.example:3000"
+LET_IN, REFUSED, NONE = 200, 403, 400
+OTHER_LAN = {"ip": "10.9.0.1", "mask": "255.255.255.0", "dhcp": 2, "time": 60, "ipStart": "10.9.0.20", "ipEnd": "10.9.0.99"}
+CUT_SECONDS = 2  # in which whoever is connected learns that the LAN has moved
+
+# name, target, header lines beside the length ("@" is the port), what it gets
+REQUESTS = (
+    ("by address", "/app/app.cgi", ["Host: 127.0.0.1:@"], LET_IN),
+    ("by name", "/app/app.cgi", ["Host: localhost:@"], LET_IN),
+    ("by name in capitals", "/app/app.cgi", ["HOST: LocalHost:@"], LET_IN),
+    ("from a page of its own", "/app/app.cgi", ["Host: localhost:@", "Origin: http://localhost:@"], LET_IN),
+    ("an absolute target", "http://localhost:@/app/app.cgi", ["Host: localhost:@"], LET_IN),
+    ("from a page that is allowed", "/app/app.cgi", ["Host: localhost:@", f"Origin: {PAGE}"], LET_IN),
+    ("a name that was led here", "/app/app.cgi", ["Host: evil.example:@"], REFUSED),
+    ("a name that was led here, from its own page", "/app/app.cgi", ["Host: evil.example:@", "Origin: http://evil.example:@"], REFUSED),
+    ("another port", "/app/app.cgi", ["Host: 127.0.0.1:1"], REFUSED),
+    ("no port", "/app/app.cgi", ["Host: 127.0.0.1"], REFUSED),
+    ("no host", "/app/app.cgi", [], REFUSED),
+    ("an empty host", "/app/app.cgi", ["Host:"], REFUSED),
+    ("two hosts", "/app/app.cgi", ["Host: localhost:@", "Host: evil.example"], REFUSED),
+    ("the same host twice", "/app/app.cgi", ["Host: localhost:@", "Host: localhost:@"], REFUSED),
+    ("an absolute target of another", "http://evil.example/app/app.cgi", ["Host: localhost:@"], REFUSED),
+    ("an absolute target without a host", "http://localhost:@/app/app.cgi", [], REFUSED),
+    ("from another's page", "/app/app.cgi", ["Host: localhost:@", "Origin: https://evil.example"], REFUSED),
+    ("from a page of the other scheme", "/app/app.cgi", ["Host: localhost:@", "Origin: https://app.example:3000"], REFUSED),
+    ("from a page of no origin", "/app/app.cgi", ["Host: localhost:@", "Origin: null"], REFUSED),
+    ("from a page of another port", "/app/app.cgi", ["Host: localhost:@", "Origin: http://localhost:1"], REFUSED),
+    ("with two origins", "/app/app.cgi", ["Host: localhost:@", f"Origin: {PAGE}", "Origin: https://evil.example"], REFUSED),
+    ("a picture of another's page", "/app/app.cgi", ["Host: localhost:@", "Sec-Fetch-Site: cross-site"], REFUSED),
+    ("a folded header", "/app/app.cgi", ["Host: localhost:@", " evil: x"], NONE),
+    ("a header with a blank before its colon", "/app/app.cgi", ["Host : localhost:@"], NONE),
+    ("two lengths", "/app/app.cgi", ["Host: localhost:@", "Content-Length: 3"], NONE),
+    ("a length and pieces", "/app/app.cgi", ["Host: localhost:@", "Transfer-Encoding: chunked"], NONE),
+)  # fmt: skip
+
+
+def exchange(port, data, seconds=routers.PATIENCE_SECONDS):
+    """Sends bytes to a port and returns all that comes back."""
+    with socket.create_connection(("127.0.0.1", port), timeout=seconds) as client:
+        client.sendall(data)
+        answer = b""
+        while more := client.recv(65536):
+            answer += more
+        return answer
+
+
+def request(method, target, headers, body, port):
+    lines = [f"{method} {target} HTTP/1.1", *headers, f"Content-Length: {len(body)}"]
+    return "".join(f"{line}\r\n" for line in lines).replace("@", str(port)).encode() + b"\r\n" + body
+
+
+def status_of(answer):
+    found = re.match(rb"HTTP/1\.1 (\d{3}) ", answer)
+    return int(found[1]) if found else None
+
+
+def gates(t, port):
+    for name, target, headers, wanted in REQUESTS:
+        answer = exchange(port, request("POST", target, headers, SCAN, port))
+        good = status_of(answer) == wanted and (b'"scanRsp"' in answer) == (wanted == LET_IN)
+        good &= wanted != REFUSED or b"script/server --allow-" in answer or b"names one host" in answer or b"one header" in answer
+        t.results.check(f"a request {name}: {wanted}", good, answer.decode(errors="replace"))
+    first = request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN, port)
+    second = request("POST", "/app/app.cgi", ["Host: evil.example"], SCAN, port)
+    for name, data in (("behind another", first + second), ("in another's body", request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN + second, port))):
+        answer = exchange(port, data)
+        t.results.check(f"a request {name} is not answered", answer.count(b"HTTP/1.1 ") == 1 and answer.count(b"scanRsp") <= 1, answer)
+    answer = exchange(port, b"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n")
+    t.results.check("HTTP/2 is not spoken", status_of(answer) == NONE, answer)
+    answer = exchange(port, request("GET", "/", ["Host: localhost:@", "Connection: Upgrade, HTTP2-Settings", "Upgrade: h2c", "HTTP2-Settings: AAMAAABk"], b"", port))
+    t.results.check("nor after an upgrade", status_of(answer) == LET_IN and b"Upgrade" not in answer, answer)
+    allowed = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@", f"Origin: {PAGE}"], SCAN, port))
+    t.results.check("a page that is allowed may read the reply", f"Access-Control-Allow-Origin: {PAGE}\r\n".encode() in allowed, allowed)
+    ask = ["Host: localhost:@", "Access-Control-Request-Method: POST", "Access-Control-Request-Headers: content-type"]
+    answer = exchange(port, request("OPTIONS", "/app/app.cgi", [*ask, f"Origin: {PAGE}"], b"", port))
+    good = status_of(answer) == 204 and b"Access-Control-Allow-Headers: content-type\r\n" in answer and f"Allow-Origin: {PAGE}".encode() in answer
+    t.results.check("and is told so before", good, answer)
+    answer = exchange(port, request("OPTIONS", "/app/app.cgi", [*ask, "Origin: https://evil.example"], b"", port))
+    t.results.check("another is not", status_of(answer) == REFUSED and b"Access-Control" not in answer, answer)
+    t.results.check("what was refused is told", f"port {port}: 403 Forbidden: " in t.router.output())
+
+
+def phones(t):
+    for number in (1, 2):
+        port = t.router.port + number - 1
+        mark = t.mark()
+        answer = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN, port))
+        address = f"192.168.1.{99 + number}"
+        seen = t.router.await_output(f":REMOTE_ADDR={address}\n", after=mark) if not t.router.way.played else True
+        t.results.check(f"phone {number} asks as {address}", b"scanRsp" in answer and seen, answer)
+        told = f"The router answers at http://127.0.0.1:{port}/app/app.cgi, as to the phone {address}" if number == 1 else (
+            f"It answers at http://127.0.0.1:{port}/app/app.cgi as to phone 2 {address}."
+        )  # fmt: skip
+        t.results.check(f"and phone {number} is told of", told in t.router.output(), t.router.output())
+
+
+def agent(t):
+    port = t.router.port + 2
+    scan = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN, port))
+    t.results.check("the agent answers at a port of its own", b'"name":\t"Agent 1"' in scan, scan)
+    read = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], b'{"action":"get","sys":{}}', port))
+    t.results.check("and wants a login from there", b'"need login"' in read, read)
+    login = b'{"action":"login","info":{"user":"admin","pwd":"admin"}}'
+    session = re.search(rb"Us[0-9a-f]{32}", exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], login, port)))
+    ask = b'{"action":"get","sys":{},"sessionid":"%b"}' % (session.group() if session else b"")
+    read = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], ask, port))
+    t.results.check("which it can have", b'"led":' in read, read)
+
+
+def outage(t):
+    """The router is away: at once for who is connected, refused for who comes, and back with an up-time of its own."""
+    port = t.router.port
+    asked = socket.create_connection(("127.0.0.1", port), timeout=routers.PATIENCE_SECONDS)
+    asked.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: localhost:%d\r\nContent-Length: 100\r\n\r\n" % port)
+    mark = t.mark()
+    t.router.post(3, bytes(360))
+    t.results.check("it says that it is away", t.router.await_output("router: it starts anew, and is away for 1 s\n", after=mark))
+    try:
+        end = asked.recv(1)
+    except ConnectionResetError:
+        end = "reset"
+    t.results.check("who is connected is cut off", end == "reset", end)
+    refused = look_until(bool, lambda: socket.socket().connect_ex(("127.0.0.1", port)) != 0, pause=0.01, seconds=3)
+    t.results.check("who comes is refused", refused)
+    status, said = t.router.inside("run", "true")
+    t.results.check("script/router says that it is away", status == 1 and ("is away" in said or STARTED_ANEW in t.router.output()[mark:]), said)
+    t.started_anew("it is back", mark)
+    up = json.loads(t.router.ask('{"action":"get","sys":{}}', loopback=True)[2]).get("sys", {}).get("upTime", 999)
+    t.results.check("its up-time began anew", up < 30, up)
+    t.results.check("nothing of its memory is left", t.router.inside("run", "ls", "/tmp/planted")[0] != 0)
+
+
+def lan_moves(t):
+    """A request that is in flight when the LAN moves ends soon, and without an answer."""
+    port = t.router.port
+    slow = socket.create_connection(("127.0.0.1", port), timeout=routers.PATIENCE_SECONDS)
+    slow.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: localhost:%d\r\nContent-Length: 100\r\n\r\n" % port)
+    flying = look_until(bool, lambda: json.loads(t.router.inside("status")[1])["requests"])
+    t.results.check("a request is in flight", [found["port"] for found in flying] == [port], flying)
+    mark = t.mark()
+    t.expect("the LAN moves", {"action": "set", "lan": OTHER_LAN}, set_reply("lan"), loopback=True)
+    t.results.check("the phones follow", t.router.await_output("home: phone 2 has the address 10.9.0.101\n", after=mark))
+    begin = time.monotonic()
+    try:
+        end = slow.recv(1)
+    except ConnectionResetError:
+        end = "reset"
+    seconds = time.monotonic() - begin
+    t.results.check(f"it ends within {CUT_SECONDS} s with a reset", end == "reset" and seconds < CUT_SECONDS, f"{end} after {seconds:.2f} s")
+    answer = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN, port))
+    t.results.check("the port answers as before", b"scanRsp" in answer, answer)
+
+
+def trouble(t):
+    """What the router uses up is its own trouble, and told."""
+    mark = t.mark()
+    t.router.inside("run", "sh", "-c", "dd if=/dev/zero of=/tmp/1 bs=1M count=30; dd if=/dev/zero of=/tmp/2 bs=1M count=30; dd if=/dev/zero of=/tmp/3 bs=1M count=30")
+    t.results.check("a full memory is told", t.router.await_output("in trouble: it uses up its MiB of memory for files", after=mark))
+    t.router.inside("run", "rm", "-f", "/tmp/1", "/tmp/2", "/tmp/3")
+    t.results.check("and when it is over", t.router.await_output("room for MiB of memory for files again", after=mark))
+    mark = t.mark()
+    bomb = subprocess.Popen(
+        [*t.router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(t.router.state), "run", "sh", "-c", "b() { b | b & }; b; sleep 3"],
+        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+    )  # fmt: skip
+    t.results.check("a fork bomb is told", t.router.await_output("in trouble: it uses up its processes", after=mark))
+    t.results.check("and the PC starts programs", subprocess.run(["true"]).returncode == 0)
+    bomb.kill()
+    bomb.wait()
+
+
+def commits(results, router):
+    """What was committed when the reply came is there, though the keeper was killed the moment after."""
+    t = Teller(router, results)
+    for number in range(1, 6):
+        if not results.check("it starts, to be killed", router.start() is not None, router.output()):
+            return
+        t.expect("a commit", {"action": "set", "app": {"port": number, "ticktime": number}}, set_reply("app"), loopback=True)
+        router.process.kill()
+        router.await_end()
+        left = [item for item in router.leftovers() if "state folder" not in item]
+        results.check("kill -9 of the keeper leaves no process, mount, queue or temporary file", not left, left)
+    results.check("it starts again", router.start() is not None, router.output())
+    t.expect("what was committed is there", {"action": "get", "app": {}}, get_reply(app={"port": 5, "ticktime": 5}), loopback=True)
+    flash = router.state / "flash"
+    modes = {str(path.relative_to(router.state)): path.stat().st_mode & 0o7777 for path in [flash, *flash.rglob("*")]}
+    good = all(mode == (0o700 if (router.state / name).is_dir() else 0o600) for name, mode in modes.items())
+    results.check("for its owner alone", good, modes)
+    status = (router.state / "keeper.sock").stat().st_mode & 0o7777
+    results.check("and so is the keeper's socket", status == 0o600, oct(status))
+
+
+def ends(results, router):
+    """Each part is killed; the keeper names it, ends with status 1 and leaves nothing."""
+    parts = (("lighttpd", "web server"), ("system_daemon", "system daemon"), ("udhcpd", "DHCP server"))
+    for program, name in parts:
+        if router.process.poll() is not None and router.start() is None:
+            results.check(f"it starts, for the end of the {name}", False, router.output())
+            continue
+        os.kill(router.find_process(program), signal.SIGKILL)
+        left_nothing(results, f"kill -9 of the {name}", (router.await_end(), router.leftovers()), 1)
+        results.check(f"which it names: {name}", f"The router's {name} has ended with status " in router.output(), router.output())
+    results.check("it starts, for the end of its premises", router.start() is not None, router.output())
+    premises = [pid for pid, (parent, name) in routers.processes().items() if parent == router.process.pid]
+    for pid in premises:
+        os.kill(pid, signal.SIGKILL)
+    left_nothing(results, "kill -9 of the premises", (router.await_end(), router.leftovers()), 1)
+    results.check("which it names", "The premises have ended." in router.output(), router.output())
+
+
+def ignored_signals(results, router):
+    """Whoever starts it in the background has Ctrl-C ignored."""
+    routers.heed_signals, heeded = (lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)), routers.heed_signals
+    try:
+        results.check("it starts where Ctrl-C is ignored", router.start() is not None, router.output())
+    finally:
+        routers.heed_signals = heeded
+    left_nothing(results, "Ctrl-C all the same", router.stop(signal.SIGINT), 130)
+    if os.geteuid() == 0 and router.way.user is None and not router.way.played:
+        results.check("root is told that it need not be", "started as root, though an ordinary user can do so" in router.output(), router.output())
+
+
+def anywhere(results, router):
+    """--state stands before or behind a verb."""
+    tool = [*router.way.prefix, str(routers.PROJECT / "script/router")]
+    for words in (["--state", router.state, "status"], ["status", "--state", router.state], ["status", f"--state={router.state}"], ["clock", "--state", router.state]):
+        run = subprocess.run([*tool, *map(str, words)], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=routers.PATIENCE_SECONDS)
+        results.check(f"script/router {' '.join(str(word).replace(str(router.state), 'DIR') for word in words)}", run.returncode == 0, run.stdout + run.stderr)
+
+
+def keep(results, way, build):
+    """Keeps routers in this way. The results are added to `results`."""
+    router = routers.Router(way, build)
+    try:
+        arguments = ["--phones", "2", "--allow-origin", PAGE] + ([] if way.played else ["--agents", "1"])
+        if not results.check("a router with two phones starts", router.start(*arguments) is not None, router.output()):
+            return
+        t = Teller(router, results)
+        gates(t, router.port)
+        gates(t, router.loopback_port)
+        phones(t)
+        if not way.played:
+            agent(t)
+            trouble(t)
+        outage(t)
+        lan_moves(t)
+        anywhere(results, router)
+        left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
+        commits(results, router)
+        ends(results, router)
+        ignored_signals(results, router)
+    finally:
+        router.remove()
