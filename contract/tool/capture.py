@@ -36,9 +36,9 @@ def capture(home, contract, build, folder):
         (folder / "scan.json").write_bytes(ask(url, {"action": "scan"}))
         ask(url, {"action": "get", "wanStatus": {}, "sessionid": session})  # wakes the speed sampler
         time.sleep(2)
-        for name, spec in contract.objects.items():
-            if "get" in spec:
-                request = {"action": "get", name: spec["get"].get("example", {}), "sessionid": session}
+        for name, facts in contract.objects.items():
+            if "get" in facts:
+                request = {"action": "get", name: facts["get"].get("example", {}), "sessionid": session}
                 (folder / f"{name}.json").write_bytes(ask(url, request))
 
 

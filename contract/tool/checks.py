@@ -110,12 +110,12 @@ def limit_tries(bench):
         value = limits.request_of(bench.contract, each)
         seen = bench.program.ask_object(each.action, each.object, value, each.world)
         end = dryrun.ends_of(bench.contract, seen.body)[-1]
-        if range_by := [row for row in each.spec.get("range_by", []) if {"store": row["state"]} == each.world]:
+        if range_by := [row for row in each.facts.get("range_by", []) if {"store": row["state"]} == each.world]:
             low, high = range_by[0]["range"]
             wanted = None if each.inside else f"ERROR: the MTU size should in range {low}-{high}"
             end = next(end for end in dryrun.ends_of(bench.contract, seen.body) if end.message == wanted and end.reply == "setRsp")
         good = end.code == 0
-        if each.inside and not good or not each.inside and good and "beyond" not in each.spec:
+        if each.inside and not good or not each.inside and good and "beyond" not in each.facts:
             faults.append(f"{each}: the contract says {'it succeeds' if good else 'it fails: ' + end.message}")
             continue
         if different := agree.differences(end, seen):
@@ -185,12 +185,12 @@ REQUEST = re.compile(r"^POST [^\n]*\n(?:[^\n]+\n)*\n(.*?)(?=^###|^@|\Z)", re.M |
 def examples(bench):
     """Every example of the contract and every request of the collection succeeds, and fits the schema of requests."""
     tried, faults = 0, []
-    for name, spec in bench.contract.objects.items():
+    for name, facts in bench.contract.objects.items():
         for action in ("get", "set"):
-            if action not in spec:
+            if action not in facts:
                 continue
             tried += 1
-            value = spec[action].get("example", {})
+            value = facts[action].get("example", {})
             seen = bench.program.ask_object(action, name, value)
             if agree.reply_of(seen.document)[1] != 0:
                 faults.append(f"the example of {action} {name}: {agree.reply_of(seen.document)}")
@@ -224,9 +224,9 @@ OTHER_KINDS = {"number": ("int32", "byte", "sbyte"), "week": ("byte",), "clock":
 def items(bench):
     """The store items of the contract exist, in the kind and the width that its keys need; what a setter writes is named."""
     known, faults, tried = bench.program.items.by_name, [], 0
-    for name, spec in bench.contract.objects.items():
+    for name, facts in bench.contract.objects.items():
         for action in ("get", "set"):
-            side = spec.get(action, {})
+            side = facts.get(action, {})
             for path, key in all_keys(side.get("reply", {}) | side.get("keys", {})):
                 for item in listed(key.get("store", [])):
                     tried += 1
@@ -259,9 +259,9 @@ def safe_parse(body):
 
 
 def all_keys(keys, path=""):
-    for key, spec in keys.items():
-        yield path + key, spec
-        yield from all_keys(spec.get("keys", {}), f"{path}{key}.")
+    for key, facts in keys.items():
+        yield path + key, facts
+        yield from all_keys(facts.get("keys", {}), f"{path}{key}.")
 
 
 def bad_item(known, item, key):

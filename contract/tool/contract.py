@@ -35,9 +35,9 @@ class Contract:
 
     def steps(self):
         """(object, action, step) of every step, those within "each" too."""
-        for name, spec in self.objects.items():
+        for name, facts in self.objects.items():
             for action in ("get", "set"):
-                for step in flat(spec.get(action, {}).get("steps", [])):
+                for step in flat(facts.get(action, {}).get("steps", [])):
                     yield name, action, step
 
     def refusals(self):
@@ -57,7 +57,7 @@ def check_form(contract):
 
     form = json.loads((FOLDER / "form.schema.json").read_text())
     found = []
-    for name, document in [("protocol", contract.protocol), *((f"objects/{name}", spec) for name, spec in contract.objects.items())]:
+    for name, document in [("protocol", contract.protocol), *((f"objects/{name}", facts) for name, facts in contract.objects.items())]:
         schema = {**form, "$ref": "#/$defs/" + ("protocol" if name == "protocol" else "object")}
         plain = json.loads(json.dumps(document))  # keys that are numbers become texts
         for error in jsonschema.Draft202012Validator(schema).iter_errors(plain):

@@ -44,17 +44,17 @@ class End:
 class Walk:
     """The steps of one object on one value."""
 
-    def __init__(self, spec, side, value, effects):
-        self.spec, self.side, self.value, self.effects = spec, side, value, effects
+    def __init__(self, facts, side, value, effects):
+        self.facts, self.side, self.value, self.effects = facts, side, value, effects
         self.ends = []       # (step, effects up to it, "refuse" or "done", state)
 
-    def run(self, steps, it=MISSING, items=(), at=0, it_spec=None):
+    def run(self, steps, it=MISSING, items=(), at=0, it_facts=None):
         """True: the object has ended for certain."""
         for step in steps:
-            if "when" in step and not self.holds(parse(step["when"]), it, items, at, it_spec):
+            if "when" in step and not self.holds(parse(step["when"]), it, items, at, it_facts):
                 continue
             state = step.get("state")
-            if state and "sure" in step and self.holds(parse(step["sure"]), it, items, at, it_spec):
+            if state and "sure" in step and self.holds(parse(step["sure"]), it, items, at, it_facts):
                 state = None
             if "unreachable" in step:
                 continue
@@ -65,9 +65,9 @@ class Walk:
             elif "each" in step:
                 array = wire.find(self.value, step["each"])
                 elements = array if isinstance(array, list) and not isinstance(array, Object) else []
-                spec = self.keys()[step["each"]]["of"]
+                facts = self.keys()[step["each"]]["of"]
                 for number, element in enumerate(elements):
-                    if self.run(step["steps"], element, elements, number, spec):
+                    if self.run(step["steps"], element, elements, number, facts):
                         return True
             else:
                 self.apply(step, state)
@@ -91,41 +91,41 @@ class Walk:
     # ---- conditions
 
     def keys(self):
-        side = self.spec[self.side]
+        side = self.facts[self.side]
         return side.get("keys", side.get("ask", {}))
 
-    def look_up(self, path, it, it_spec):
-        """(value, its description) of a path."""
+    def look_up(self, path, it, it_facts):
+        """(value, what the contract tells of it) of a path."""
         words = path.split(".")
         if words[0] == "value":
-            return self.value, self.spec[self.side]["value"]
+            return self.value, self.facts[self.side]["value"]
         if words[0] == "it":
-            value, spec = it, it_spec
+            value, facts = it, it_facts
             words = words[1:]
         else:
-            value, spec = self.value, {"keys": self.keys()}
+            value, facts = self.value, {"keys": self.keys()}
         for word in words:
             if word.isdigit():
-                spec = spec["each"][int(word)]
+                facts = facts["each"][int(word)]
                 is_array = isinstance(value, list) and not isinstance(value, Object)
                 value = value[int(word)] if is_array and int(word) < len(value) else MISSING
             else:
-                spec = spec["keys"][word]
+                facts = facts["keys"][word]
                 value = wire.find(value, word)
-        return value, spec
+        return value, facts
 
-    def holds(self, tree, it, items, at, it_spec):
+    def holds(self, tree, it, items, at, it_facts):
         if tree[0] in ("and", "or"):
-            left = self.holds(tree[1], it, items, at, it_spec)
+            left = self.holds(tree[1], it, items, at, it_facts)
             if left == (tree[0] == "or"):
                 return left
-            return self.holds(tree[2], it, items, at, it_spec)
+            return self.holds(tree[2], it, items, at, it_facts)
         if tree[0] == "not":
-            return not self.holds(tree[1], it, items, at, it_spec)
+            return not self.holds(tree[1], it, items, at, it_facts)
         word, path, arguments = tree
         if word == "unfit":
-            return pool_is_unfit(*(wire.ipv4(self.look_up(each, it, it_spec)[0]) for each in path))
-        value, spec = self.look_up(path, it, it_spec)
+            return pool_is_unfit(*(wire.ipv4(self.look_up(each, it, it_facts)[0]) for each in path))
+        value, facts = self.look_up(path, it, it_facts)
         if word == "given":
             return value is not MISSING
         if word == "there":  # what is null is as good as missing
@@ -137,7 +137,7 @@ class Walk:
         if word == "text":
             return isinstance(value, str)
         if word == "breaks":
-            return breaks(value, spec)
+            return breaks(value, facts)
         if word == "longer":
             return isinstance(value, str) and wire.length(value) > arguments[0] or \
                 isinstance(value, list) and not isinstance(value, Object) and len(value) > arguments[0]
@@ -151,34 +151,34 @@ class Walk:
         if word == "=":
             if isinstance(arguments[0], str):
                 return value == arguments[0] and isinstance(value, str)
-            return worth(value, spec) == arguments[0]
+            return worth(value, facts) == arguments[0]
         raise AssertionError(word)
 
 
-def worth(value, spec):
+def worth(value, facts):
     """The number that a value counts as."""
-    counts, is_text = spec.get("counts"), isinstance(value, str)
-    reads_text = "string" in listed(spec["type"])
+    counts, is_text = facts.get("counts"), isinstance(value, str)
+    reads_text = "string" in listed(facts["type"])
     number = wire.decimal(value) if is_text and reads_text else wire.integer(value)
     if counts == "low byte" or counts == "low byte of a text" and is_text:
         return wire.signed_byte(number)
     return number
 
 
-def breaks(value, spec):
+def breaks(value, facts):
     """Whether a value is there, of a type that its limits mean, and beyond them."""
     if value is MISSING:
         return False
-    kinds = listed(spec["type"])
+    kinds = listed(facts["type"])
     if "string" in kinds and "number" not in kinds and not isinstance(value, str):
         return False
-    if isinstance(value, str) and "bytes" in spec and not spec["bytes"][0] <= wire.length(value) <= spec["bytes"][1]:
+    if isinstance(value, str) and "bytes" in facts and not facts["bytes"][0] <= wire.length(value) <= facts["bytes"][1]:
         return True
-    if "range" in spec and "number" in kinds and not spec["range"][0] <= wire.integer(value) <= spec["range"][1]:
+    if "range" in facts and "number" in kinds and not facts["range"][0] <= wire.integer(value) <= facts["range"][1]:
         return True
-    if "least" in spec and wire.integer(value) < spec["least"]:
+    if "least" in facts and wire.integer(value) < facts["least"]:
         return True
-    return "form" in spec and not spec.get("loose") and isinstance(value, str) and not FORMS[spec["form"]](value)
+    return "form" in facts and not facts.get("loose") and isinstance(value, str) and not FORMS[facts["form"]](value)
 
 
 def pool_is_unfit(ip, mask, start, end):
@@ -246,15 +246,15 @@ def login(request):
 def dispatch(contract, request, action):
     reply, ends, effects, reached = action + "Rsp", [], Effects(), False
     for name in contract.order:
-        value, spec = wire.find(request, name), contract.objects[name]
-        if value is MISSING or action == "get" and "get" not in spec:
+        value, facts = wire.find(request, name), contract.objects[name]
+        if value is MISSING or action == "get" and "get" not in facts:
             continue
         reached = True
-        if action not in spec:
+        if action not in facts:
             ends.append(End(reply, -1, "ERROR:not support set", name, "it can only be read", effects=effects))
             return ends
-        walk = Walk(spec, action, value, effects)
-        over = walk.run(spec[action].get("steps", []))
+        walk = Walk(facts, action, value, effects)
+        over = walk.run(facts[action].get("steps", []))
         for step, done, kind, state in walk.ends:
             if kind == "refuse":
                 ends.append(End(reply, step.get("code", -1), step["refuse"], name, step["cause"], state or "", done))
@@ -309,22 +309,22 @@ def unknown_keys(contract, body):
     if action == "login":
         known |= contract.protocol["login"]["request"]
     elif action in ("get", "set"):
-        for name, spec in contract.objects.items():
-            side = spec.get(action, {})
+        for name, facts in contract.objects.items():
+            side = facts.get(action, {})
             known[name] = {"type": "object", "keys": side.get("keys", side.get("ask", {}))}
     return list(strangers(request, {"type": "object", "keys": known}, ""))
 
 
-def strangers(value, spec, path):
-    if isinstance(value, Object) and "keys" in spec:
-        names = {wire.lower(key): key for key in spec["keys"]}
+def strangers(value, facts, path):
+    if isinstance(value, Object) and "keys" in facts:
+        names = {wire.lower(key): key for key in facts["keys"]}
         for key, member in value:
             where = f"{path}.{key}" if path else key
             if wire.lower(key) in names:
-                yield from strangers(member, spec["keys"][names[wire.lower(key)]], where)
+                yield from strangers(member, facts["keys"][names[wire.lower(key)]], where)
             else:
                 near = difflib.get_close_matches(wire.lower(key), list(names), 1)
                 yield where, names[near[0]] if near else ""
-    elif isinstance(value, list) and not isinstance(value, Object) and "of" in spec:
+    elif isinstance(value, list) and not isinstance(value, Object) and "of" in facts:
         for number, element in enumerate(value):
-            yield from strangers(element, spec["of"], f"{path}[{number}]")
+            yield from strangers(element, facts["of"], f"{path}[{number}]")

@@ -27,7 +27,7 @@ class Try:
     path: tuple
     value: object        # MISSING: the key is left out
     inside: bool
-    spec: dict
+    facts: dict
     world: dict
 
     def __str__(self):
@@ -40,65 +40,65 @@ MISSING = object()
 
 
 def tries_of(contract):
-    for name, spec in contract.objects.items():
+    for name, facts in contract.objects.items():
         for action in ("get", "set"):
-            keys = spec.get(action, {}).get("keys", spec.get(action, {}).get("ask", {}))
+            keys = facts.get(action, {}).get("keys", facts.get(action, {}).get("ask", {}))
             for key, below in keys.items():
                 yield from tries_of_key(name, action, (key,), below)
-            if "value" in spec.get(action, {}):
-                yield from (dataclasses.replace(each, path=()) for each in tries_of_key(name, action, ("value",), spec[action]["value"]))
+            if "value" in facts.get(action, {}):
+                yield from (dataclasses.replace(each, path=()) for each in tries_of_key(name, action, ("value",), facts[action]["value"]))
 
 
-def tries_of_key(name, action, path, spec):
-    world = {"store": spec["limit_store"]} if "limit_store" in spec else {}
+def tries_of_key(name, action, path, facts):
+    world = {"store": facts["limit_store"]} if "limit_store" in facts else {}
 
     def one(value, inside, where=world):
-        return Try(name, action, path, value, inside, spec, where)
+        return Try(name, action, path, value, inside, facts, where)
 
-    kinds = listed(spec["type"])
+    kinds = listed(facts["type"])
     is_text = kinds == ["string"]
-    if "bytes" in spec:
-        low, high = spec["bytes"]
-        prefix = "http:" if spec.get("form") == "url" else ""
+    if "bytes" in facts:
+        low, high = facts["bytes"]
+        prefix = "http:" if facts.get("form") == "url" else ""
         for count in {low, high} - {0}:
             yield one(prefix + "x" * (count - len(prefix)), True)
         if low:
             yield one("x" * (low - 1), False)
         yield one(prefix + "x" * (high + 1 - len(prefix)), False)
-    if "range" in spec and "open" not in spec or is_text and "range" in spec:
-        low, high = spec["range"]
+    if "range" in facts and "open" not in facts or is_text and "range" in facts:
+        low, high = facts["range"]
         as_kind = str if is_text else int
         for number, inside in ((low, True), (high, True), (low - 1, False), (high + 1, False)):
             yield one(as_kind(number), inside)
-    if "least" in spec:
-        yield one(spec["least"], True)
-        yield one(spec["least"] - 1, False)
-    for row in spec.get("range_by", []):
+    if "least" in facts:
+        yield one(facts["least"], True)
+        yield one(facts["least"] - 1, False)
+    for row in facts.get("range_by", []):
         low, high = row["range"]
         for number, inside in ((low, True), (high, True), (low - 1, False), (high + 1, False)):
             yield one(number, inside, {"store": row["state"]})
-    if "values" in spec and "range" not in spec:
+    if "values" in facts and "range" not in facts:
         for kind in kinds:
-            for value in spec["values"]:
+            for value in facts["values"]:
                 if not needs_more(name, path, value):
                     yield one(str(value) if kind == "string" else int(value), True)
-            if "open" not in spec:
+            if "open" not in facts:
                 yield one("other" if is_text else str(MANY) if kind == "string" else MANY, False)
-    if "form" in spec and "loose" not in spec:
-        for value in GOOD.get(spec["form"], []):
+    if "form" in facts and "loose" not in facts:
+        for value in GOOD.get(facts["form"], []):
             yield one(value, True)
-        for value in BAD.get(spec["form"], []):
+        for value in BAD.get(facts["form"], []):
             yield one(value, False)
-    if "entries" in spec:
-        elements = [[f"{number:012x}"] for number in range(1, spec["entries"] + 2)]
+    if "entries" in facts:
+        elements = [[f"{number:012x}"] for number in range(1, facts["entries"] + 2)]
         yield one(elements[:-1], True)
         yield one(elements, False)
-    if spec.get("needed") is True and len(path) == 1 and path != ("value",):
+    if facts.get("needed") is True and len(path) == 1 and path != ("value",):
         yield one(MISSING, False)
-    for key, below in spec.get("keys", {}).items():
+    for key, below in facts.get("keys", {}).items():
         yield from tries_of_key(name, action, (*path, key), below)
-    if "of" in spec:
-        below = spec["of"]
+    if "of" in facts:
+        below = facts["of"]
         if "keys" in below:
             for key, each in below["keys"].items():
                 yield from tries_of_key(name, action, (*path, 0, key), each)
@@ -117,7 +117,7 @@ def needs_more(name, path, value):
 def request_of(contract, each):
     """The object of the request: the contract's example, with the value in its place."""
     value = copy.deepcopy(contract.objects[each.object][each.action].get("example", {}))
-    merge(value, each.spec.get("limit_with", {}))
+    merge(value, each.facts.get("limit_with", {}))
     if not each.path:
         return each.value
     spot = value
@@ -152,4 +152,4 @@ def merge(below, above):
 
 def refuses(contract, each):
     """Whether anything of the contract says what becomes of a value beyond the limit."""
-    return "beyond" in each.spec or any("refuse" in step for step in flat(contract.objects[each.object][each.action].get("steps", [])))
+    return "beyond" in each.facts or any("refuse" in step for step in flat(contract.objects[each.object][each.action].get("steps", [])))

@@ -19,10 +19,10 @@ def document(contract, project):
             schema["else"] = {"properties": {key: {"$ref": f"#/components/schemas/{key}.get.partial"} for key in schema["else"]["properties"]}}
         components[name.removesuffix(".json")] = schema
     requests = {"scan": {"action": "scan"}, "login": {"action": "login", "info": {"user": "admin", "pwd": "admin"}}}
-    for name, spec in contract.objects.items():
+    for name, facts in contract.objects.items():
         for action in ("get", "set"):
-            if action in spec:
-                requests[f"{action} {name}"] = {"action": action, "sessionid": "Us4fb942caf223377fb611bc9c09d37f94", name: spec[action].get("example", {})}
+            if action in facts:
+                requests[f"{action} {name}"] = {"action": action, "sessionid": "Us4fb942caf223377fb611bc9c09d37f94", name: facts[action].get("example", {})}
     replies = {}
     for name in ["scan", *contract.order]:
         fixture = project / f"contract/fixtures/family/{name}.json"

@@ -23,9 +23,9 @@ def all_files(contract, project):
     made = schemas.Schemas(contract, ref=lambda name: {"$ref": name}).files()
     files = {folder / "schema" / name: as_json(schema) for name, schema in made.items()}
     files[folder / "openapi.json"] = as_json(openapi.document(contract, project))
-    for name, spec in contract.objects.items():
+    for name, facts in contract.objects.items():
         page = project / f"docs/objects/{name}.md"
-        files[page] = tables.splice(page.read_text(), tables.tables_of(spec))
+        files[page] = tables.splice(page.read_text(), tables.tables_of(facts))
     files[project / "docs/messages.md"] = catalogue.page(contract)
     files[folder / "clients/typescript/src/types.ts"] = types_typescript.text(contract)
     files[folder / "clients/python/kt7094hzm/types.py"] = types_python.text(contract)

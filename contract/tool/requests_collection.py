@@ -20,11 +20,11 @@ Content-Type: application/json
 
 def files(contract):
     found = {}
-    for name, spec in contract.objects.items():
-        parts = [HEAD.format(about=spec["about"], name=name)]
+    for name, facts in contract.objects.items():
+        parts = [HEAD.format(about=facts["about"], name=name)]
         for action in ("get", "set"):
-            if action in spec:
-                parts.append(request(f"{action} {name}", {"action": action, "sessionid": "{{session}}", name: spec[action].get("example", {})}))
+            if action in facts:
+                parts.append(request(f"{action} {name}", {"action": action, "sessionid": "{{session}}", name: facts[action].get("example", {})}))
         found[f"{name}.http"] = "\n".join(parts)
     return found
 

@@ -28,47 +28,47 @@ PATTERNS = {
 }
 
 
-def value_schema(spec, is_reply, same=lambda name: {}):
+def value_schema(facts, is_reply, same=lambda name: {}):
     """The schema of a key's value."""
-    kinds = listed(spec["type"])
+    kinds = listed(facts["type"])
     schema = {}
     if kinds != ["any"]:
         kinds = ["integer" if kind == "number" else kind for kind in kinds]
         schema["type"] = kinds[0] if len(kinds) == 1 else kinds
-    description = describe(spec)
+    description = describe(facts)
     if description:
         schema["description"] = description
-    if "values" in spec and "open" not in spec:
-        values = [value for kind in listed(spec["type"]) for value in as_kind(spec["values"], kind)]
+    if "values" in facts and "open" not in facts:
+        values = [value for kind in listed(facts["type"]) for value in as_kind(facts["values"], kind)]
         schema["enum"] = values
     if "string" in kinds and "enum" not in schema:
-        add_text_limits(schema, spec, is_reply)
-    if "range" in spec and "integer" in kinds and "enum" not in schema:
-        schema["minimum"], schema["maximum"] = spec["range"]
-    if "least" in spec:
-        schema["minimum"] = spec["least"]
-    if "range_by" in spec:
-        schema["minimum"] = min(row["range"][0] for row in spec["range_by"])
-        schema["maximum"] = max(row["range"][1] for row in spec["range_by"])
-    if "same" in spec:
-        return {**same(spec["same"]), **({"description": description} if description else {})}
-    if "keys" in spec:
-        schema |= object_schema(spec["keys"], is_reply, same)
-    if "numbered" in spec:
-        schema["patternProperties"] = {f"^{spec['numbered']}[0-9]+$": value_schema(spec["of"], is_reply, same)}
+        add_text_limits(schema, facts, is_reply)
+    if "range" in facts and "integer" in kinds and "enum" not in schema:
+        schema["minimum"], schema["maximum"] = facts["range"]
+    if "least" in facts:
+        schema["minimum"] = facts["least"]
+    if "range_by" in facts:
+        schema["minimum"] = min(row["range"][0] for row in facts["range_by"])
+        schema["maximum"] = max(row["range"][1] for row in facts["range_by"])
+    if "same" in facts:
+        return {**same(facts["same"]), **({"description": description} if description else {})}
+    if "keys" in facts:
+        schema |= object_schema(facts["keys"], is_reply, same)
+    if "numbered" in facts:
+        schema["patternProperties"] = {f"^{facts['numbered']}[0-9]+$": value_schema(facts["of"], is_reply, same)}
         schema["additionalProperties"] = False
-    elif "each" in spec:
-        schema["prefixItems"] = [value_schema(each, is_reply, same) for each in spec["each"]]
+    elif "each" in facts:
+        schema["prefixItems"] = [value_schema(each, is_reply, same) for each in facts["each"]]
         schema["items"] = False
-        schema["minItems"] = len(spec["each"]) if is_reply else 1
-    elif "of" in spec:
-        schema["items"] = value_schema(spec["of"], is_reply, same)
-    if "entries" in spec:
-        schema["maxItems"] = spec["entries"]
-    if "usual" in spec:
-        schema["x-usual"] = object_schema(spec["usual"], is_reply, same)["properties"]
-    if "unit" in spec:
-        schema["x-unit"] = spec["unit"]
+        schema["minItems"] = len(facts["each"]) if is_reply else 1
+    elif "of" in facts:
+        schema["items"] = value_schema(facts["of"], is_reply, same)
+    if "entries" in facts:
+        schema["maxItems"] = facts["entries"]
+    if "usual" in facts:
+        schema["x-usual"] = object_schema(facts["usual"], is_reply, same)["properties"]
+    if "unit" in facts:
+        schema["x-unit"] = facts["unit"]
     return schema
 
 
@@ -76,35 +76,35 @@ def as_kind(values, kind):
     return [str(value) if kind == "string" else int(value) for value in values]
 
 
-def add_text_limits(schema, spec, is_reply):
-    if "bytes" in spec:
-        low, high = spec["bytes"]
+def add_text_limits(schema, facts, is_reply):
+    if "bytes" in facts:
+        low, high = facts["bytes"]
         # Lengths count bytes, those of a schema characters, of which one may have four.
         if low:
             schema["minLength"] = math.ceil(low / 4)
         schema["maxLength"] = high
-        schema["x-bytes"] = spec["bytes"]
-    if "form" in spec:
-        schema["pattern"] = PATTERNS[spec["form"]]
+        schema["x-bytes"] = facts["bytes"]
+    if "form" in facts:
+        schema["pattern"] = PATTERNS[facts["form"]]
 
 
-def describe(spec):
-    parts = [spec["is"]] if "is" in spec else []
-    if "values" in spec:
-        parts.append(", ".join(f"{value!s}: {text}" for value, text in spec["values"].items() if text != "always"))
-    if isinstance(spec.get("needed"), str):
-        parts.append(f"needed {spec['needed']}")
-    if "only" in spec:
-        parts.append(f"only {spec['only']}")
-    if "default" in spec:
-        parts.append(f"if missing: {spec['default']}")
+def describe(facts):
+    parts = [facts["is"]] if "is" in facts else []
+    if "values" in facts:
+        parts.append(", ".join(f"{value!s}: {text}" for value, text in facts["values"].items() if text != "always"))
+    if isinstance(facts.get("needed"), str):
+        parts.append(f"needed {facts['needed']}")
+    if "only" in facts:
+        parts.append(f"only {facts['only']}")
+    if "default" in facts:
+        parts.append(f"if missing: {facts['default']}")
     return "; ".join(part for part in parts if part)
 
 
 def object_schema(keys, is_reply, same=lambda name: {}):
     """The part of a schema that tells an object's members."""
-    needed = [key for key, spec in keys.items() if ("only" not in spec if is_reply else spec.get("needed") is True)]
-    schema = {"properties": {key: value_schema(spec, is_reply, same) for key, spec in keys.items()}}
+    needed = [key for key, facts in keys.items() if ("only" not in facts if is_reply else facts.get("needed") is True)]
+    schema = {"properties": {key: value_schema(facts, is_reply, same) for key, facts in keys.items()}}
     if needed:
         schema["required"] = needed
     schema["additionalProperties"] = False
@@ -135,9 +135,9 @@ class Schemas:
         return {name: head(name.removesuffix(".json"), self.part(name)) for name in self.names()}
 
     def names(self):
-        for name, spec in self.contract.objects.items():
+        for name, facts in self.contract.objects.items():
             for action in ("get", "set"):
-                if action in spec:
+                if action in facts:
                     yield f"{name}.{action}.request.json"
                     yield f"{name}.{action}.reply.json"
         for action in ("scan", "login", "get", "set"):
@@ -157,15 +157,15 @@ class Schemas:
         return self.whole_request(words[0]) if words[1] == "request" else self.whole_reply(words[0])
 
     def of_object(self, name, action, side):
-        spec = self.contract.objects[name][action]
+        facts = self.contract.objects[name][action]
         if side == "request":
-            if "value" in spec:
-                return value_schema(spec["value"], False)
+            if "value" in facts:
+                return value_schema(facts["value"], False)
             return {"type": "object", "description": self.contract.objects[name]["about"],
-                    **object_schema(spec.get("keys", spec.get("ask", {})), False)}
+                    **object_schema(facts.get("keys", facts.get("ask", {})), False)}
         if action == "set":
             return {"const": "1", "description": "the mark of an object that was reached, whether it failed or not"}
-        return {"type": "object", "description": self.contract.objects[name]["about"], **object_schema(spec["reply"], True)}
+        return {"type": "object", "description": self.contract.objects[name]["about"], **object_schema(facts["reply"], True)}
 
     def partial(self, name):
         """The reply of a getter that failed: some of its keys, or none."""
@@ -174,7 +174,7 @@ class Schemas:
         return schema
 
     def whole_request(self, action):
-        keys = {key: spec for key, spec in self.contract.protocol["request"].items()
+        keys = {key: facts for key, facts in self.contract.protocol["request"].items()
                 if key != "ip" and (key != "sessionid" or action in ("get", "set"))}
         if action == "login":
             keys |= self.contract.protocol["login"]["request"]

@@ -23,27 +23,27 @@ def table(head, rows):
     return "".join("|" + "|".join(cell if cell == "---" else f" {cell} " if cell else " " for cell in line) + "|\n" for line in lines)
 
 
-def type_name(spec):
-    kinds = " or ".join(listed(spec["type"]))
+def type_name(facts):
+    kinds = " or ".join(listed(facts["type"]))
     return "anything" if kinds == "any" else kinds
 
 
 def rows_of(keys, path=""):
     """(path, description) of every key, those within objects and lists too."""
-    for key, spec in keys.items():
-        yield from rows_of_value(f'{path}"{key}"', spec)
+    for key, facts in keys.items():
+        yield from rows_of_value(f'{path}"{key}"', facts)
 
 
-def rows_of_value(path, spec):
-    yield path, spec
-    if "keys" in spec:
-        yield from rows_of(spec["keys"], path + ".")
-    if "usual" in spec:
-        yield from rows_of(spec["usual"], path + ".")
-    for number, each in enumerate(spec.get("each", [])):
+def rows_of_value(path, facts):
+    yield path, facts
+    if "keys" in facts:
+        yield from rows_of(facts["keys"], path + ".")
+    if "usual" in facts:
+        yield from rows_of(facts["usual"], path + ".")
+    for number, each in enumerate(facts.get("each", [])):
         yield from rows_of_value(f"{path}[{number}]", each)
-    if "of" in spec and "numbered" not in spec:
-        below = spec["of"]
+    if "of" in facts and "numbered" not in facts:
+        below = facts["of"]
         if "keys" in below:
             yield from rows_of(below["keys"], path + "[].")
         elif "each" in below:
@@ -51,53 +51,53 @@ def rows_of_value(path, spec):
                 yield from rows_of_value(f"{path}[][{number}]", each)
 
 
-def limits(spec):
+def limits(facts):
     parts = []
-    if "bytes" in spec:
-        low, high = spec["bytes"]
+    if "bytes" in facts:
+        low, high = facts["bytes"]
         parts.append(f"{high} bytes" if low == high else f"{low} to {high} bytes" if low else f"at most {high} bytes")
-    if "range" in spec:
-        parts.append(f"{spec['range'][0]} to {spec['range'][1]}")
-    if "least" in spec:
-        parts.append(f"at least {spec['least']}")
-    parts += [f"{row['name']}: {row['range'][0]} to {row['range'][1]}" for row in spec.get("range_by", [])]
-    if FORMS.get(spec.get("form", ""), ""):
-        parts.append(FORMS[spec["form"]])
-    if "of" in spec and "form" in spec["of"]:
-        parts.append(f"each {FORMS[spec['of']['form']]}")
-    if "entries" in spec:
-        parts.append(f"at most {spec['entries']}")
-    if "beyond" in spec:
-        parts.append(f"else {spec['beyond'][0].lower() + spec['beyond'][1:]}")
+    if "range" in facts:
+        parts.append(f"{facts['range'][0]} to {facts['range'][1]}")
+    if "least" in facts:
+        parts.append(f"at least {facts['least']}")
+    parts += [f"{row['name']}: {row['range'][0]} to {row['range'][1]}" for row in facts.get("range_by", [])]
+    if FORMS.get(facts.get("form", ""), ""):
+        parts.append(FORMS[facts["form"]])
+    if "of" in facts and "form" in facts["of"]:
+        parts.append(f"each {FORMS[facts['of']['form']]}")
+    if "entries" in facts:
+        parts.append(f"at most {facts['entries']}")
+    if "beyond" in facts:
+        parts.append(f"else {facts['beyond'][0].lower() + facts['beyond'][1:]}")
     return "; ".join(parts)
 
 
-def meaning(spec, is_reply):
-    parts = [spec.get("is", "")]
-    if "values" in spec and list(spec["values"].values()) != ["always"]:
-        parts.append(", ".join(f"{quoted(value, spec)} {text}" for value, text in spec["values"].items()))
-    if "unit" in spec:
-        parts.append(spec["unit"] if spec["unit"].startswith("as ") else "in " + spec["unit"])
-    if "only" in spec and is_reply:
-        parts.append("only " + spec["only"])
-    if "default" in spec:
-        parts.append(f"if missing: {spec['default']}")
+def meaning(facts, is_reply):
+    parts = [facts.get("is", "")]
+    if "values" in facts and list(facts["values"].values()) != ["always"]:
+        parts.append(", ".join(f"{quoted(value, facts)} {text}" for value, text in facts["values"].items()))
+    if "unit" in facts:
+        parts.append(facts["unit"] if facts["unit"].startswith("as ") else "in " + facts["unit"])
+    if "only" in facts and is_reply:
+        parts.append("only " + facts["only"])
+    if "default" in facts:
+        parts.append(f"if missing: {facts['default']}")
     return ". ".join(part[0].upper() + part[1:] if at and part[0] != '"' else part for at, part in enumerate(filter(None, parts)))
 
 
-def quoted(value, spec):
-    return f'"{value}"' if "string" in listed(spec["type"]) and "number" not in listed(spec["type"]) else f"{value}"
+def quoted(value, facts):
+    return f'"{value}"' if "string" in listed(facts["type"]) and "number" not in listed(facts["type"]) else f"{value}"
 
 
 def reply_table(keys):
-    return table(["key", "type", "form", "meaning"], [(path, type_name(spec), limits(spec), meaning(spec, True)) for path, spec in rows_of(keys)])
+    return table(["key", "type", "form", "meaning"], [(path, type_name(facts), limits(facts), meaning(facts, True)) for path, facts in rows_of(keys)])
 
 
 def request_table(keys):
     rows = []
-    for path, spec in rows_of(keys):
-        needed = "yes" if spec.get("needed") is True else spec.get("needed", "no")
-        rows.append((path, type_name(spec), needed, limits(spec), meaning(spec, False)))
+    for path, facts in rows_of(keys):
+        needed = "yes" if facts.get("needed") is True else facts.get("needed", "no")
+        rows.append((path, type_name(facts), needed, limits(facts), meaning(facts, False)))
     return table(["key", "type", "needed", "limits", "meaning"], rows)
 
 
@@ -105,9 +105,9 @@ def shown(message):
     return f"`{message}`".replace("\n", "\\n") if message else "empty"
 
 
-def stored_before(spec, action, last):
+def stored_before(facts, action, last):
     """What may have been stored before a refusal: the keys whose items were written, and whether that is committed."""
-    side = spec[action]
+    side = facts[action]
     owner = {}
     for path, key in rows_of(side.get("keys", {})):
         for item in listed(key.get("store", [])):
@@ -134,26 +134,26 @@ def stored_before(spec, action, last):
     return ", ".join(keys) + (" (committed)" if committed and keys else "")
 
 
-def message_rows(spec):
+def message_rows(facts):
     """(action, code, text, causes, stored before) of every message of an object, in the order of the checks."""
     rows = {}
     for action in ("get", "set"):
-        for step in flat(spec.get(action, {}).get("steps", [])):
+        for step in flat(facts.get(action, {}).get("steps", [])):
             if "refuse" in step:
                 row = rows.setdefault((action, step.get("code", -1), step["refuse"]), ([], []))
                 if step["cause"] not in row[0]:
                     row[0].append(step["cause"])
-                before = stored_before(spec, action, step)
+                before = stored_before(facts, action, step)
                 if before not in row[1]:
                     row[1].append(before)
-    if "set" not in spec:
+    if "set" not in facts:
         rows["set", -1, "ERROR:not support set"] = (["a set"], [""])
     return [(action, code, text, "; ".join(causes), "; or ".join(each or "nothing" for each in before) if any(before) else "")
             for (action, code, text), (causes, before) in rows.items()]
 
 
-def messages_table(spec):
-    rows = message_rows(spec)
+def messages_table(facts):
+    rows = message_rows(facts)
     actions = {row[0] for row in rows}
     codes = {row[1] for row in rows}
     return table(
@@ -163,15 +163,15 @@ def messages_table(spec):
     )
 
 
-def tables_of(spec):
+def tables_of(facts):
     """mark -> table, of a page."""
-    found = {"messages": messages_table(spec)}
-    if "get" in spec:
-        found["get.reply"] = reply_table(spec["get"]["reply"])
-        if "ask" in spec["get"]:
-            found["get.request"] = request_table(spec["get"]["ask"])
-    if "set" in spec:
-        keys = spec["set"].get("keys") or {spec["object"]: spec["set"]["value"]}
+    found = {"messages": messages_table(facts)}
+    if "get" in facts:
+        found["get.reply"] = reply_table(facts["get"]["reply"])
+        if "ask" in facts["get"]:
+            found["get.request"] = request_table(facts["get"]["ask"])
+    if "set" in facts:
+        keys = facts["set"].get("keys") or {facts["object"]: facts["set"]["value"]}
         found["set.request"] = request_table(keys)
     return found
 

@@ -11,15 +11,15 @@ LICENCE = "SPDX-License-Identifier: MIT"
 MARK = "Made from contract/tool/{name} by contract/make: do not edit."
 
 
-def trimmed_key(spec):
-    found = {word: value for word, value in spec.items() if word in KEPT}
+def trimmed_key(facts):
+    found = {word: value for word, value in facts.items() if word in KEPT}
     for word in ("keys",):
-        if word in spec:
-            found[word] = {key: trimmed_key(below) for key, below in spec[word].items()}
-    if "of" in spec:
-        found["of"] = trimmed_key(spec["of"])
-    if "each" in spec:
-        found["each"] = [trimmed_key(below) for below in spec["each"]]
+        if word in facts:
+            found[word] = {key: trimmed_key(below) for key, below in facts[word].items()}
+    if "of" in facts:
+        found["of"] = trimmed_key(facts["of"])
+    if "each" in facts:
+        found["each"] = [trimmed_key(below) for below in facts["each"]]
     return found
 
 
@@ -32,18 +32,18 @@ def trimmed_step(step):
 
 def document(contract):
     objects = {}
-    for name, spec in contract.objects.items():
+    for name, facts in contract.objects.items():
         objects[name] = {}
         for action in ("get", "set"):
-            if action in spec:
-                side = spec[action]
+            if action in facts:
+                side = facts[action]
                 objects[name][action] = {
                     "keys": {key: trimmed_key(below) for key, below in side.get("keys", side.get("ask", {})).items()},
                     **({"value": trimmed_key(side["value"])} if "value" in side else {}),
                     "steps": [trimmed_step(step) for step in side.get("steps", [])],
                 }
-    known = {key: trimmed_key(spec) for key, spec in contract.protocol["request"].items()}
-    info = {key: trimmed_key(spec) for key, spec in contract.protocol["login"]["request"].items()}
+    known = {key: trimmed_key(facts) for key, facts in contract.protocol["request"].items()}
+    info = {key: trimmed_key(facts) for key, facts in contract.protocol["login"]["request"].items()}
     return {"order": contract.order, "objects": objects, "request": known, "login": info}
 
 

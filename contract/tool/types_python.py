@@ -20,18 +20,18 @@ from typing import Any, Dict, List, Literal, Sequence, TypedDict, Union
 def text(contract):
     made = Maker()
     gets, sets = [], []
-    for name, spec in contract.objects.items():
+    for name, facts in contract.objects.items():
         kind = name[0].upper() + name[1:]
-        if "get" in spec:
-            made.typed_dict(kind, spec["about"], spec["get"]["reply"], True)
+        if "get" in facts:
+            made.typed_dict(kind, facts["about"], facts["get"]["reply"], True)
             gets.append((name, kind))
-            if "ask" in spec["get"]:
-                made.typed_dict(f"{kind}Request", f'What a get of "{name}" may ask for.', spec["get"]["ask"], False)
-        if "set" in spec:
-            if "value" in spec["set"]:
-                made.parts.append(f"{kind}Settings = {made.type_of(spec['set']['value'], False, kind)}\n\n")
+            if "ask" in facts["get"]:
+                made.typed_dict(f"{kind}Request", f'What a get of "{name}" may ask for.', facts["get"]["ask"], False)
+        if "set" in facts:
+            if "value" in facts["set"]:
+                made.parts.append(f"{kind}Settings = {made.type_of(facts['set']['value'], False, kind)}\n\n")
             else:
-                made.typed_dict(f"{kind}Settings", f'What a set of "{name}" takes.', spec["set"]["keys"], False)
+                made.typed_dict(f"{kind}Settings", f'What a set of "{name}" takes.', facts["set"]["keys"], False)
             sets.append((name, f"{kind}Settings"))
     made.parts.append("class Objects(TypedDict, total=False):\n    \"\"\"The objects that can be read.\"\"\"\n\n" + "".join(f"    {name}: {kind}\n" for name, kind in gets) + "\n\n")
     made.parts.append("class Settings(TypedDict, total=False):\n    \"\"\"The objects that can be changed.\"\"\"\n\n" + "".join(f"    {name}: {kind}\n" for name, kind in sets) + "\n\n")
@@ -54,8 +54,8 @@ class Maker:
 
     def typed_dict(self, name, about, keys, is_reply):
         """A class; keys that may be missing are those of a class below it, for Python before 3.11."""
-        sure = {key: spec for key, spec in keys.items() if ("only" not in spec if is_reply else spec.get("needed") is True)}
-        rest = {key: spec for key, spec in keys.items() if key not in sure}
+        sure = {key: facts for key, facts in keys.items() if ("only" not in facts if is_reply else facts.get("needed") is True)}
+        rest = {key: facts for key, facts in keys.items() if key not in sure}
         base = "TypedDict"
         if sure and rest:
             self.parts.append(self.body(f"_{name}", f"The keys of {name} that are always there.", sure, is_reply, "TypedDict", name))
@@ -64,34 +64,34 @@ class Maker:
 
     def body(self, name, about, keys, is_reply, base, prefix):
         lines = []
-        for key, spec in keys.items():
-            lines.append(f"    {key}: {self.type_of(spec, is_reply, prefix + key[0].upper() + key[1:])}")
+        for key, facts in keys.items():
+            lines.append(f"    {key}: {self.type_of(facts, is_reply, prefix + key[0].upper() + key[1:])}")
         about = about.replace("\\", "\\\\")
         quote = ' ' if about.endswith('"') else ''
         return f'class {name}({base}):\n    """{about}{quote}"""\n\n' + "\n".join(lines) + "\n\n\n"
 
-    def type_of(self, spec, is_reply, name):
-        kinds = listed(spec["type"])
-        if "same" in spec:
+    def type_of(self, facts, is_reply, name):
+        kinds = listed(facts["type"])
+        if "same" in facts:
             return f'"{self.topology}"'
-        if "usual" in spec:
+        if "usual" in facts:
             self.topology = name
-            self.typed_dict(name, spec["is"], {key: {**below, "only": "often"} for key, below in spec["usual"].items()}, True)
+            self.typed_dict(name, facts["is"], {key: {**below, "only": "often"} for key, below in facts["usual"].items()}, True)
             return name
         if kinds == ["any"]:
             return "Any"
-        if spec.get("values") == {"": "always"}:  # empty here, but not in the reply to a scan
+        if facts.get("values") == {"": "always"}:  # empty here, but not in the reply to a scan
             return "str"
-        if "values" in spec and "open" not in spec and (is_reply or "beyond" not in spec):
-            return "Literal[" + ", ".join(json.dumps(value) for kind in kinds for value in as_kind(spec["values"], kind)) + "]"
-        if "numbered" in spec:
+        if "values" in facts and "open" not in facts and (is_reply or "beyond" not in facts):
+            return "Literal[" + ", ".join(json.dumps(value) for kind in kinds for value in as_kind(facts["values"], kind)) + "]"
+        if "numbered" in facts:
             return "Dict[str, str]"
-        if "keys" in spec:
-            self.typed_dict(name, spec["is"], spec["keys"], is_reply)
+        if "keys" in facts:
+            self.typed_dict(name, facts["is"], facts["keys"], is_reply)
             return name
-        if "each" in spec:
+        if "each" in facts:
             return "Sequence[str]"
-        if "of" in spec:
-            return f"List[{self.type_of(spec['of'], is_reply, name + 'Entry')}]" if is_reply else f"Sequence[{self.type_of(spec['of'], is_reply, name + 'Entry')}]"
+        if "of" in facts:
+            return f"List[{self.type_of(facts['of'], is_reply, name + 'Entry')}]" if is_reply else f"Sequence[{self.type_of(facts['of'], is_reply, name + 'Entry')}]"
         words = [{"string": "str", "number": "int"}[kind] for kind in kinds]
         return words[0] if len(words) == 1 else f"Union[{', '.join(words)}]"

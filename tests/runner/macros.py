@@ -85,7 +85,7 @@ def of_file(path):
     path = path.with_suffix(".py")
     if not path.exists():
         return Macros({})
-    spec = importlib.util.spec_from_file_location(f"macros_of_{path.stem}", path)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    source = importlib.util.spec_from_file_location(f"macros_of_{path.stem}", path)
+    module = importlib.util.module_from_spec(source)
+    source.loader.exec_module(module)
     return Macros({name: value for name, value in vars(module).items() if name.isupper() and inspect.isfunction(value)})

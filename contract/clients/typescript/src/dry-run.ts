@@ -154,10 +154,10 @@ const length = (text: string) => new TextEncoder().encode(text).length;
 // On the router a text ends at a zero byte.
 const ended = (value: Value): Value => (typeof value === "string" ? value.split("\0")[0] : value);
 
-function worth(value: Value, spec: Key): number {
-  const isText = typeof value === "string" && [spec.type].flat().includes("string");
+function worth(value: Value, facts: Key): number {
+  const isText = typeof value === "string" && [facts.type].flat().includes("string");
   const number = isText ? bounded(Number(/^[ \t\n\v\f\r]*([+-]?[0-9]+)/.exec(value)?.[1] ?? 0)) : integer(value);
-  return spec.counts === "low byte" || (spec.counts && isText) ? signedByte(number) : number;
+  return facts.counts === "low byte" || (facts.counts && isText) ? signedByte(number) : number;
 }
 
 export function ipv4(text: Value): number[] | undefined {
@@ -184,14 +184,14 @@ const forms: Record<string, (text: string) => boolean> = {
   },
 };
 
-function breaks(value: Value, spec: Key): boolean {
-  const kinds = [spec.type].flat();
+function breaks(value: Value, facts: Key): boolean {
+  const kinds = [facts.type].flat();
   if (value === undefined || (kinds.includes("string") && !kinds.includes("number") && typeof value !== "string")) return false;
   const outside = (number: number, [low, high]: [number, number]) => number < low || number > high;
-  if (typeof value === "string" && spec.bytes && outside(length(value), spec.bytes)) return true;
-  if (spec.range && kinds.includes("number") && outside(integer(value), spec.range)) return true;
-  if (spec.least !== undefined && integer(value) < spec.least) return true;
-  return typeof value === "string" && spec.form !== undefined && !spec.loose && !(forms[spec.form]?.(value) ?? true);
+  if (typeof value === "string" && facts.bytes && outside(length(value), facts.bytes)) return true;
+  if (facts.range && kinds.includes("number") && outside(integer(value), facts.range)) return true;
+  if (facts.least !== undefined && integer(value) < facts.least) return true;
+  return typeof value === "string" && facts.form !== undefined && !facts.loose && !(forms[facts.form]?.(value) ?? true);
 }
 
 function poolIsUnfit(ip?: number[], mask?: number[], start?: number[], end?: number[]): boolean {
@@ -209,7 +209,7 @@ interface Spot {
   it?: Value;
   items?: Value[];
   at?: number;
-  spec?: Key | undefined;
+  facts?: Key | undefined;
 }
 
 class Walk {
@@ -230,9 +230,9 @@ class Walk {
         if (!state) return true;
       } else if (step.each) {
         const items = find(this.value, step.each);
-        const spec = this.side.keys[step.each]?.of;
+        const facts = this.side.keys[step.each]?.of;
         for (const [at, it] of (Array.isArray(items) ? items : []).entries()) {
-          if (this.run(step.steps ?? [], { it: ended(it), items: items as Value[], at, spec })) return true;
+          if (this.run(step.steps ?? [], { it: ended(it), items: items as Value[], at, facts })) return true;
         }
       } else {
         this.apply(step, state);
@@ -248,14 +248,14 @@ class Walk {
     else if (step.restart) this.effects.restart.add(step.restart);
   }
 
-  private lookUp(path: string, { it, spec }: Spot): [Value, Key] {
+  private lookUp(path: string, { it, facts }: Spot): [Value, Key] {
     let words = path.split(".");
     let value: Value = this.value;
     let key: Key = { type: "object", keys: this.side.keys };
     if (words[0] === "value") return [this.value, this.side.value!];
     if (words[0] === "it") {
       value = it;
-      key = spec!;
+      key = facts!;
       words = words.slice(1);
     }
     for (const word of words) {
@@ -279,7 +279,7 @@ class Walk {
       const [ip, mask, start, end] = paths.map((path) => ipv4(this.lookUp(path, spot)[0]));
       return poolIsUnfit(ip, mask, start, end);
     }
-    const [value, spec] = this.lookUp(paths[0]!, spot);
+    const [value, facts] = this.lookUp(paths[0]!, spot);
     const [first = 0, second = 0] = numbers as number[];
     switch (word) {
       case "given":
@@ -293,7 +293,7 @@ class Walk {
       case "text":
         return typeof value === "string";
       case "breaks":
-        return breaks(value, spec);
+        return breaks(value, facts);
       case "longer":
         return typeof value === "string" ? length(value) > first : Array.isArray(value) && value.length > first;
       case "length":
@@ -303,7 +303,7 @@ class Walk {
       case "repeated":
         return typeof value === "string" && (spot.items ?? []).slice(spot.at! + 1).some((item) => Array.isArray(item) && ended(item[0]) === value);
       case "=":
-        return typeof numbers[0] === "string" ? value === numbers[0] : worth(value, spec) === numbers[0];
+        return typeof numbers[0] === "string" ? value === numbers[0] : worth(value, facts) === numbers[0];
     }
     throw new Error(`a condition of the contract says ${word}`);
   }
