@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Whether the dry run tells what the program does: compared on every request of every case."""
 
-import dryrun
+from engine import dryrun
 from caseformat_text import parse_event
 
 INTERFACES = {"wlan0": "0.0", "wlan1": "1.0", "wlan0-va1": "0.2", "wlan1-va1": "1.2"}

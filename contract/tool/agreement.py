@@ -12,7 +12,7 @@ sys.dont_write_bytecode = True
 
 import cases
 import contract
-import dryrun
+from engine import dryrun
 
 
 LONGEST = 4000  # bytes of a request

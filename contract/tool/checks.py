@@ -10,13 +10,13 @@ import jsonschema
 
 import agree
 import cases
-import dryrun
+from engine import dryrun
 import limits
 import products
 import schemas
 from caseformat_text import expand
 from contract import FOLDER, PROJECT, check_form, flat
-from dryrun import listed
+from engine.dryrun import listed
 from program import Program
 
 KINDS = {"getRsp": "get", "setRsp": "set", "loginRsp": "login", "scanRsp": "scan"}
@@ -70,7 +70,7 @@ def form(bench):
 
 
 def bad_paths(contract, name, action, step, tree):
-    from expression import paths
+    from engine.expression import paths
 
     side = contract.objects[name][action]
     keys = side.get("keys", side.get("ask", {}))

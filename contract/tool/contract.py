@@ -3,11 +3,13 @@
 
 import json
 import pathlib
+import sys
 
 import yaml
 
 FOLDER = pathlib.Path(__file__).resolve().parents[1]
 PROJECT = FOLDER.parent
+sys.path.append(str(FOLDER / "clients/python/kt7094hzm/dry_run"))  # whose engine the tools use, too
 
 
 class Loader(yaml.CSafeLoader):

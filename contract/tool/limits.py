@@ -5,7 +5,7 @@ import copy
 import dataclasses
 
 from contract import flat
-from dryrun import listed
+from engine.dryrun import listed
 
 GOOD = {"mac": ["a0b1c2d3e4f5", "A0B1C2D3E4F5"], "ipv4": [], "range": [], "url": ["http:", "https:", "ftp:"]}
 BAD = {

@@ -31,7 +31,7 @@ def all_files(contract, project):
     files[folder / "clients/python/kt7094hzm/types.py"] = types_python.text(contract)
     files[folder / "clients/kotlin/Types.kt"] = types_kotlin.text(contract)
     files[folder / "clients/typescript/src/contract.ts"] = types_dryrun.typescript(contract)
-    files |= {folder / "clients/python/kt7094hzm/dry_run" / name: text for name, text in types_dryrun.python_files(contract).items()}
+    files[folder / "clients/python/kt7094hzm/dry_run/contract.json"] = types_dryrun.python(contract)
     files |= {folder / "requests" / name: text for name, text in requests_collection.files(contract).items()}
     return files
 

@@ -7,7 +7,7 @@ spelling of the contract, none that the router does not read, values within thei
 
 import math
 
-from dryrun import listed
+from engine.dryrun import listed
 
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 IPV4 = r"(25[0-5]|2[0-4][0-9]|1?[0-9]?[0-9])(\.(25[0-5]|2[0-4][0-9]|1?[0-9]?[0-9])){3}"

@@ -4,7 +4,7 @@
 import re
 
 from contract import flat
-from dryrun import listed
+from engine.dryrun import listed
 
 FORMS = {
     "mac": "12 hexadecimal digits", "mac upper": "12 hexadecimal digits in upper case", "mac or empty": "12 hexadecimal digits",

@@ -1,21 +1,18 @@
 # SPDX-License-Identifier: MIT
-"""What the clients' dry runs need: the contract's keys and steps without prose, and for Python the dry run itself."""
+"""What the clients' dry runs need: the contract's keys and steps without prose."""
 
 import json
-
-from contract import FOLDER
 
 KEPT = {"type", "bytes", "range", "least", "form", "loose", "counts"}
 STEP_DROPPED = {"try"}
 LICENCE = "SPDX-License-Identifier: MIT"
-MARK = "Made from contract/tool/{name} by contract/make: do not edit."
+MARK = "Made from contract/tool/types_dryrun.py by contract/make: do not edit."
 
 
 def trimmed_key(facts):
     found = {word: value for word, value in facts.items() if word in KEPT}
-    for word in ("keys",):
-        if word in facts:
-            found[word] = {key: trimmed_key(below) for key, below in facts[word].items()}
+    if "keys" in facts:
+        found["keys"] = {key: trimmed_key(below) for key, below in facts["keys"].items()}
     if "of" in facts:
         found["of"] = trimmed_key(facts["of"])
     if "each" in facts:
@@ -47,19 +44,13 @@ def document(contract):
     return {"order": contract.order, "objects": objects, "request": known, "login": info}
 
 
-def as_text(contract):
-    return json.dumps(document(contract), ensure_ascii=False, separators=(",", ":"))
+def as_json(contract):
+    return json.dumps(document(contract), ensure_ascii=False, indent=1)
 
 
 def typescript(contract):
-    return f"// {LICENCE}\n// The contract's keys and steps. {MARK.format(name='types_dryrun.py')}\nexport const contract = {json.dumps(document(contract), ensure_ascii=False, indent=1)} as const;\n".replace(" as const", " as unknown")
+    return f"// {LICENCE}\n// The contract's keys and steps. {MARK}\nexport const contract = {as_json(contract)} as unknown;\n"
 
 
-def python_files(contract):
-    """Name -> text of the files of the Python package's dry run."""
-    found = {"contract.json": json.dumps(document(contract), ensure_ascii=False, indent=1) + "\n"}
-    for name in ("wire.py", "expression.py", "dryrun.py"):
-        text = (FOLDER / "tool" / name).read_text().removeprefix(f"# {LICENCE}\n")
-        text = text.replace("\nimport wire\nfrom expression import", "\nfrom . import wire\nfrom .expression import").replace("\nfrom wire import", "\nfrom .wire import")
-        found[name] = f"# {LICENCE}\n# {MARK.format(name=name)}\n# mypy: ignore-errors\n# fmt: off\n{text}"
-    return found
+def python(contract):
+    return as_json(contract) + "\n"

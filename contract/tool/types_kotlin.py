@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The Kotlin types of the contract: a data class for each object."""
 
-from dryrun import listed
+from engine.dryrun import listed
 
 HEAD = """// SPDX-License-Identifier: MIT
 // What the router's objects look like. Made from the contract by contract/make: do not edit.

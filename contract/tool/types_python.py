@@ -3,7 +3,7 @@
 
 import json
 
-from dryrun import listed
+from engine.dryrun import listed
 from schemas import as_kind
 
 HEAD = '''# SPDX-License-Identifier: MIT

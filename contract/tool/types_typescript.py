@@ -4,7 +4,7 @@
 import json
 import re
 
-from dryrun import listed
+from engine.dryrun import listed
 from schemas import as_kind
 
 HEAD = "// SPDX-License-Identifier: MIT\n// What the router's objects look like. Made from the contract by contract/make: do not edit.\n"

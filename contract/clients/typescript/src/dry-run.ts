@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a request would do, told without a router and from the contract alone. The same as contract/tool/dryrun.py, for
+// What a request would do, told without a router and from the contract alone. The same as the Python package's engine/dryrun.py, for
 // requests that are objects of the app: an object has a key once, and a text is Unicode.
 
 import { contract as document } from "./contract.js";

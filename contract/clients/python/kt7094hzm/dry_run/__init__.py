@@ -8,7 +8,7 @@ import pathlib
 from dataclasses import dataclass
 from typing import Any, Dict, List, Mapping, Optional, Tuple, Union
 
-from . import dryrun
+from .engine import dryrun
 
 
 @dataclass
@@ -34,7 +34,7 @@ class _Contract:
         self.protocol = {"request": document["request"], "login": {"request": document["login"]}}
 
 
-_engine: Any = dryrun  # a copy of the tool, which has no types
+_engine: Any = dryrun  # which has no types
 _CONTRACT = _Contract()
 
 

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# mypy: ignore-errors
 """What a request would do, told from the contract alone: which refusals, which writes, which restarts.
 
 The router's state is not known here. So a request has a list of ends, in the order in which the program could come to
@@ -9,9 +10,9 @@ import copy
 import dataclasses
 import difflib
 
-import wire
-from expression import parse
-from wire import MISSING, Object
+from . import wire
+from .expression import parse
+from .wire import MISSING, Object
 
 
 @dataclasses.dataclass

@@ -1,7 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Made from contract/tool/expression.py by contract/make: do not edit.
 # mypy: ignore-errors
-# fmt: off
 """The conditions of the contract: "ssid text and not ssid breaks". README.md lists the words."""
 
 import functools

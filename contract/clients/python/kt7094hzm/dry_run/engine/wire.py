@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# mypy: ignore-errors
 """Requests as the router reads them: JSON by the rules of its parser, and one rule for values of a wrong type.
 
 A document is made of Python's own values, but objects are lists of pairs in an Object, because a key may stand twice and
