@@ -146,6 +146,31 @@ def outage(t):
     t.results.check("nothing of its memory is left", t.router.inside("run", "ls", "/tmp/planted")[0] != 0)
 
 
+def outage_of_home(results, router):
+    """A reboot takes as long as the home file says."""
+    seconds = 3
+    home = router.folder / "home.json"
+    home.write_text(json.dumps({"description": "Slow to reboot", "outage": seconds, "devices": []}))
+    if not results.check("it starts in a home that says how long an outage is", router.start("--home", str(home), fast=False) is not None, router.output()):
+        return
+    t = Teller(router, results)
+    mark = t.mark()
+    router.post(3, bytes(360))
+    told = router.await_output(f"router: it starts anew, and is away for {seconds} s\n", after=mark)
+    begin = time.monotonic()
+    results.check("it says so", told, router.output()[mark:])
+    refused = looks = 0
+    while STARTED_ANEW not in router.output()[mark:] and time.monotonic() < begin + routers.PATIENCE_SECONDS:
+        refused += socket.socket().connect_ex(("127.0.0.1", router.port)) != 0
+        looks += 1
+        time.sleep(0.02)
+    away = time.monotonic() - begin
+    # It is back before it says so; the last look may see that.
+    results.check(f"and refuses connections for {seconds} s", away >= seconds and refused >= looks - 2 > 10, f"{refused} of {looks} in {away:.2f} s")
+    t.expect("it answers again", {"action": "get", "app": {}}, get_reply(app={"port": 0, "ticktime": 0}), loopback=True)
+    left_nothing(results, "a router of a home, Ctrl-C", router.stop(signal.SIGINT), 130)
+
+
 def lan_moves(t):
     """A request that is in flight when the LAN moves ends soon, and without an answer."""
     port = t.router.port
@@ -262,6 +287,7 @@ def keep(results, way, build):
         lan_moves(t)
         anywhere(results, router)
         left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
+        outage_of_home(results, router)
         commits(results, router)
         ends(results, router)
         ignored_signals(results, router)

@@ -138,15 +138,15 @@ class Router:
         )
         return run.returncode, run.stdout
 
-    def start(self, *arguments):
-        """Starts a router. Returns the seconds until it had introduced itself, or None if it did not."""
+    def start(self, *arguments, fast=True):
+        """Starts a router, whose reboots are short ones unless it is told otherwise. Returns the seconds until it had introduced itself, or None if it did not."""
         self.before = queues()
         begin = time.monotonic()
         with open(self.log, "w") as log:
             self.process = subprocess.Popen(
                 self.command(
                     "--port", str(self.port), "--loopback-port", str(self.loopback_port), "--state", str(self.state),
-                    "--debug", "--fast", *arguments,
+                    "--debug", *(["--fast"] if fast else []), *arguments,
                 ),
                 stdin=subprocess.DEVNULL,
                 stdout=log,

@@ -2,7 +2,8 @@
 """A home around the virtual router. Called by script/server, script/router and the keeper:
 
 home.py check FILE PHONE-MAC PHONE-PLACE            says what is wrong with a home file; prints nothing when nothing is
-home.py store FILE PHONE-MAC PHONE-PLACE            prints its settings, "NAME VALUE" a line
+home.py facts FILE PHONE-MAC PHONE-PLACE            prints what the keeper must know of it: {"store": {NAME: VALUE}, "outage": SECONDS
+                                                    or null} as JSON
 home.py play FILE PHONE-MAC PHONE-PLACE MAC RUN yes|no   plays it beside the router in the folder RUN, whose LAN has that MAC
                                                     address; yes: it stands still until it is told to move
 home.py ask RUN [WORD...]                           gives the home in that folder an order, and prints the answer
@@ -36,9 +37,9 @@ def check(*place):
     load(*place)
 
 
-def store(*place):
-    for name, value in load(*place)["store"].items():
-        print(f"{name} {value}")
+def facts(*place):
+    home = load(*place)
+    print(json.dumps({key: home[key] for key in ("store", "outage")}))
 
 
 def play(file, phone_mac, phone_place, mac, run, still):
@@ -81,7 +82,7 @@ def clock(run, *words):
 
 
 if __name__ == "__main__":
-    commands = {function.__name__: function for function in (check, store, play, ask, help, clock)}
+    commands = {function.__name__: function for function in (check, facts, play, ask, help, clock)}
     if len(sys.argv) < 2 or sys.argv[1] not in commands:
         print(__doc__.rstrip(), file=sys.stderr)
         sys.exit(2)

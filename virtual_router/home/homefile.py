@@ -174,7 +174,7 @@ def load(path, phone_mac, phone_place):
         raise HomeError(f"{path}: {error}")
     found = findings(home, SCHEMA)
     if not found:
-        home = {"seed": 0, "pace": 2, "store": {}, "ports": {}, "internet": [], "phone": {}, "agents": [], **home}
+        home = {"seed": 0, "pace": 2, "outage": None, "store": {}, "ports": {}, "internet": [], "phone": {}, "agents": [], **home}
         phone = {"name": "phone", "at": "wlan0", **home["phone"], "mac": phone_mac, "place": phone_place}
         home["phone"] = complete(phone)
         home["agents"] = [{"via": None, **agent, "mac": agent["mac"].lower()} for agent in home["agents"]]

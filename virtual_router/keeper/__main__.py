@@ -13,6 +13,7 @@ sys.dont_write_bytecode = True
 
 import argparse  # noqa: E402
 import asyncio  # noqa: E402
+import json  # noqa: E402
 import os  # noqa: E402
 import pathlib  # noqa: E402
 import signal  # noqa: E402
@@ -31,6 +32,8 @@ import state  # noqa: E402
 from introduction import introduction  # noqa: E402
 from keeper import STATUS_OF_SIGNAL, Keeper, Stopped  # noqa: E402
 
+OUTAGE_SECONDS = 20  # where neither an option nor the home file tells
+
 MODES = {"namespaces": [namespaces.Mode, proot.Mode], "proot": [proot.Mode]}
 
 
@@ -44,7 +47,7 @@ def parse(words):
     parser.add_argument("--home", type=pathlib.Path)
     for name in ("--agents", "--phones"):
         parser.add_argument(name, type=int, default=name == "--phones")
-    parser.add_argument("--outage", type=float, required=True)
+    parser.add_argument("--outage", type=float)
     parser.add_argument("--build-lock", type=int)
     for name in ("--allow-origin", "--allow-host"):
         parser.add_argument(name, action="append", default=[])
@@ -55,9 +58,14 @@ def parse(words):
     return options
 
 
-def home_settings(options, about):
-    command = ["/usr/bin/python3", "-B", options.project / "virtual_router/home/home.py", "store", options.home]
-    return subprocess.run([*command, about["PHONE_MAC"], about["PHONE_PLACE"]], stdout=subprocess.PIPE, text=True, check=True).stdout
+def take_from_home(options, about):
+    """What the home file says of the router itself: `settings`, as "NAME VALUE" lines, and `outage`, which an option overrules."""
+    home = {"store": {}, "outage": None}
+    if options.home:
+        command = ["/usr/bin/python3", "-B", options.project / "virtual_router/home/home.py", "facts", options.home]
+        home = json.loads(subprocess.run([*command, about["PHONE_MAC"], about["PHONE_PLACE"]], stdout=subprocess.PIPE, check=True).stdout)
+    options.settings = "".join(f"{name} {value}\n" for name, value in home["store"].items())
+    options.outage = options.outage or home["outage"] or OUTAGE_SECONDS
 
 
 def open_ports(options, keeper):
@@ -79,7 +87,7 @@ def open_ports(options, keeper):
 async def keep(options):
     loop = asyncio.get_running_loop()
     about = facts.Facts(options.project / "virtual_router/home.sh")
-    options.settings = home_settings(options, about) if options.home else ""
+    take_from_home(options, about)
 
     def layouts(kind):
         preload = () if kind.own_network else ("played",)

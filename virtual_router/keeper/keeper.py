@@ -34,6 +34,7 @@ HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
 CLOCK = "home/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
 NORMAL_RATE = 1000
+BOOT = 1 / 4  # of an outage: the part in which the router is on, and its services come back
 STATUS_OF_SIGNAL = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
 
 
@@ -447,6 +448,7 @@ class Keeper:
         seconds = self.options.outage
         # The reply to whoever asked for it is on its way.
         await asyncio.sleep(0.5)
+        ends = time.monotonic() + seconds
         self.say(f"router: it starts anew, and is away for {seconds:g} s")
         clock = await self.clock()
         for port in self.ports:
@@ -456,12 +458,13 @@ class Keeper:
         self.moved.clear()
         async with self.lan_lock:
             await self.network.unplug()
-        await asyncio.sleep(seconds)
+        await asyncio.sleep(seconds * (1 - BOOT))
         await self.switch_on(clock)
         self.outage = None
-        await self.main.start_services(pause=seconds / 20)
+        await self.main.start_services(pause=seconds * BOOT / len(router.SERVICES))
         await self.await_lan()
         await self.follow_hosts()
+        await asyncio.sleep(ends - time.monotonic())  # it is at once where that is over
         await self.open_ports()
         self.say("router: it has started anew; what was not committed is gone, and so is the session")
 
