@@ -15,10 +15,13 @@ extern int app_debug;
 void write_debug_line(const char *module, const char *function, int line, const char *format, ...)
     __attribute__((format(printf, 4, 5)));
 
-#define DebugLog(...)                                                   \
+#define DebugLog(...) DebugLogOf(__func__, __VA_ARGS__)
+
+// The same for code that does not stand in the function that the line names.
+#define DebugLogOf(function, ...)                                       \
     do {                                                                \
         if (app_debug != 0) {                                           \
-            write_debug_line(kModule, __func__, __LINE__, __VA_ARGS__); \
+            write_debug_line(kModule, function, __LINE__, __VA_ARGS__); \
         }                                                               \
     } while (false)
 

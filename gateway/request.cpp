@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The entry: one process, one request. main() is the road of a request from top to bottom.
+#include "gateway/request.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "base/debug_log.h"
 #include "base/json.h"
-#include "base/resource.h"
 #include "base/shortage.h"
 #include "base/text.h"
 #include "gateway/actions.h"
@@ -27,6 +25,9 @@
 namespace {
 
 constexpr char kModule[] = "app";
+
+// The entry's lines in the debug log name one function, whichever step of the road writes them.
+#define EntryLog(...) DebugLogOf("main", __VA_ARGS__)
 
 constexpr char kLoopback[] = "127.0.0.1";
 
@@ -53,71 +54,70 @@ const char *pending_sysconf() {
 
 }  // namespace
 
-int main() {
+bool receive_request(const char *content_length, OwnedText &body) {
     watch_json_allocations();
     app_debug = read_debug_switch();
     if (!store_open()) {
-        DebugLog("Initialize AP MIB failed !\n\n");
-        return -1;
+        EntryLog("Initialize AP MIB failed !\n\n");
+        return false;
     }
-
-    const char *content_length = getenv("CONTENT_LENGTH");
     if (content_length == nullptr) {
         fprintf(stderr, "==>Not found CONTENT_LENGTH\n");
-        return -1;
+        return false;
     }
-    OwnedText body;
     if (!read_body(content_length, body)) {
-        return -1;
+        return false;
     }
-    DebugLog("content=%s\n\n", printable(body.get()));
+    EntryLog("content=%s\n\n", printable(body.get()));
+    return true;
+}
 
+int answer_request(OwnedText body, const char *remote_address) {
     Json request(cJSON_Parse(body.get()));
     if (!request) {
         fprintf(stderr, "cJSON_Parse error:%s\n", printable(cJSON_GetErrorPtr()));
-        return -1;
+        return kNotServed;
     }
     if (find_item(request.get(), "action") == nullptr) {
-        DebugLog("error action_json \n\n");
+        EntryLog("error action_json \n\n");
         send_error_request();
-        return -1;
+        return kNotServed;
     }
     const ActionRow &action = find_action(find_text(request.get(), "action"));
 
-    const char *remote_address = getenv("REMOTE_ADDR");
     if (remote_address == nullptr) {
         fprintf(stderr, "==>Not found REMOTE_ADDR\n");
-        return -1;
+        return kNotServed;
     }
-    DebugLog("REMOTE_ADDR=%s\n\n", remote_address);
+    EntryLog("REMOTE_ADDR=%s\n\n", remote_address);
 
     if (!action.open_to_guests && strcmp(remote_address, kLoopback) != 0) {
         if (is_from_controller(remote_address)) {
-            DebugLog("request is from gateway ip\n");
+            EntryLog("request is from gateway ip\n");
         } else if (checkLogin(request.get()) != 0) {
-            DebugLog("not login,need log\n\n");
+            EntryLog("not login,need log\n\n");
             send_login_response(Json(), kNeedLogin);
-            return -1;
+            return kNotServed;
         }
     }
 
     const char *ip = find_text(request.get(), "ip");
     if (ip != nullptr) {
-        DebugLog("route to ip\n");
+        EntryLog("route to ip\n");
         forward(std::move(request), ip);
-        return reply_is_lost() ? -1 : 0;
+        return 0;
     }
 
     if (action.handler == nullptr) {
-        DebugLog("error not Find valid action\n\n");
+        EntryLog("error not Find valid action\n\n");
         send_error_request();
-        return -1;
+        return kNotServed;
     }
     action.handler(request.get());
-    // The reply has left the process. What follows may take long, or cut the client off.
-    body.reset();
-    request.reset();
+    return 0;
+}
 
+int finish_request() {
     if (save_config_flag != 0) {
         store_commit();
     }
@@ -128,7 +128,7 @@ int main() {
         msg_send(record);  // Deliberately not checked: the settings are stored, and nobody could be told.
     } else if (const char *sysconf = pending_sysconf(); sysconf != nullptr) {
         if (wifi_reinit_flag != 0) {
-            DebugLog("sysconfArgv=%s\n", sysconf);
+            EntryLog("sysconfArgv=%s\n", sysconf);
         }
         status = call_sysconf(sysconf);
     }
