@@ -104,7 +104,7 @@ std::string station(int number, const Mac &mac) {
 
 // Every fourth client is in the last table. The other tables hold as many stations, which are no clients.
 void fill_station_tables(const Home &home) {
-    std::filesystem::remove_all("/home/stations");
+    std::filesystem::remove_all("/outside/stations");
     if (!home.radios) {
         return;
     }
@@ -119,7 +119,7 @@ void fill_station_tables(const Home &home) {
             table += station(number, interface == last ? client_mac(client) : stranger);
         }
         table.resize(kStationTableSize);
-        write_file(std::string("/home/stations/") + interface, table);
+        write_file(std::string("/outside/stations/") + interface, table);
     }
 }
 
@@ -155,12 +155,12 @@ void fill_lists(const Home &home) {
     }
     write_file("/var/lib/misc/udhcpd.leases", leases);
     write_file("/var/terminal_rate_info", traffic);
-    write_file("/home/rtl865x/arp", arp);
+    write_file("/outside/rtl865x/arp", arp);
     std::string ports = "Dump Port Status:\n";
     for (int port = 0; port < 6; ++port) {
         ports += "Port" + std::to_string(port) + " LinkUp\nDuplex Enabled\nThe port's link Speed: 1000M\n";
     }
-    write_file("/home/rtl865x/port_status", ports);
+    write_file("/outside/rtl865x/port_status", ports);
     write_file("/tmp/topology_json",
                R"({"station_info":[],"child_devices":[{"mac_address":"020000000300","ip_addr":"10.0.2.1",)"
                R"("station_info":[)" +

@@ -27,7 +27,7 @@ PROBES = {
 
 def obstacle(way, table):
     """Returns why a router of this way cannot have its rules in force, or None."""
-    if way.played:
+    if way.by_proot:
         return f"this router has no {'nft' if table == 'firewall' else 'tc'}"
     script = 'PATH="$PATH:/usr/sbin:/sbin"; nft "$1"; ip link add br0 type bridge; tc qdisc add dev br0 root handle 1: htb'
     probe = [*way.prefix, "unshare", "--user", "--map-root-user", "--net", "sh", "-euc", script, "sh", PROBES[table]]

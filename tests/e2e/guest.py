@@ -115,7 +115,7 @@ def invade(results, way, build):
     try:
         if not results.check("a router for a hostile app starts", router.start() is not None, router.output()):
             return
-        if way.played:
+        if way.by_proot:
             # proot keeps less out, which docs/virtual-router.md tells.
             results.check("it says what it cannot keep out", "has the rights of whoever started it" in router.output(), router.output())
             return

@@ -200,7 +200,7 @@ def wan_comes_and_goes(t, flat):
     t.wan_is("the cable is cut", 0, 0, NO_SPEED, "none")
     nothing = {"ip": "0.0.0.0", "mask": "0.0.0.0", "gateway": "255.255.255.255", "dns1": "0.0.0.0", "dns2": "0.0.0.0"}
     t.becomes("and with it what the provider gave", lambda: t.ask(wanInfo={}).get("wanInfo"), {"type": "1", "dnsmode": 0, **nothing})
-    if not t.router.way.played:
+    if not t.router.way.by_proot:
         status, said = t.router.on_phone("busybox", "ping", "-c", "1", "-W", "1", "203.0.113.1")
         t.results.check("no packet reaches the provider", status != 0 and "100% packet loss" in said, said)
     t.order("the WAN is up", "wan", "up")
@@ -357,7 +357,7 @@ def mesh(t, home):
     t.order(f"{name} is at wlan0", "roam", name, "wlan0")
 
     # As at the start, when a router may be up before its home has written anything.
-    before_the_home = "mv /home/hosts /home/hosts.aside; initmesh; ls /tmp/topology_json; mv /home/hosts.aside /home/hosts"
+    before_the_home = "mv /outside/hosts /outside/hosts.aside; initmesh; ls /tmp/topology_json; mv /outside/hosts.aside /outside/hosts"
     t.inside("the router leaves the topology to the home", ["run", "sh", "-c", before_the_home], r"^/tmp/topology_json$")
 
     behind = {device["name"] for device in home.devices if "/" in str(device["at"])[:12]} | {agent["name"] for agent in home.agents}

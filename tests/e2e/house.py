@@ -300,9 +300,9 @@ def wrong_calls(results, router):
 def live(results, way, build):
     """Sets a house up. The results are added to `results`."""
     router = routers.Router(way, build)
-    agents = [] if way.played else ["--agents", str(AGENTS)]
+    agents = [] if way.by_proot else ["--agents", str(AGENTS)]
     try:
-        if way.played:
+        if way.by_proot:
             got, said = router.run("--state", str(router.state), "--agents", "1")
             results.check("agents need namespaces, and it says so", got == 1 and "--agents needs namespaces" in said, said)
         wrong_calls(results, router)
@@ -314,7 +314,7 @@ def live(results, way, build):
         results.check("a command of the router has its words, and its status is told", (status, said) == (7, "x y /bin:/sbin\n"), said)
         for chapter in (internet, wifi, box, lan):
             chapter(t)
-        mesh(t, not way.played)
+        mesh(t, not way.by_proot)
 
         t.set(
             "reboot",

@@ -102,7 +102,7 @@ def phones(t):
         mark = t.mark()
         answer = exchange(port, request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN, port))
         address = f"192.168.1.{99 + number}"
-        seen = t.router.await_output(f":REMOTE_ADDR={address}\n", after=mark) if not t.router.way.played else True
+        seen = t.router.await_output(f":REMOTE_ADDR={address}\n", after=mark) if not t.router.way.by_proot else True
         t.results.check(f"phone {number} asks as {address}", b"scanRsp" in answer and seen, answer)
         told = f"The router answers at http://127.0.0.1:{port}/app/app.cgi, as to the phone {address}" if number == 1 else (
             f"It answers at http://127.0.0.1:{port}/app/app.cgi as to phone 2 {address}."
@@ -257,7 +257,7 @@ def ignored_signals(results, router):
     finally:
         routers.heed_signals = heeded
     left_nothing(results, "Ctrl-C all the same", router.stop(signal.SIGINT), 130)
-    if os.geteuid() == 0 and router.way.user is None and not router.way.played:
+    if os.geteuid() == 0 and router.way.user is None and not router.way.by_proot:
         results.check("root is told that it need not be", "started as root, though an ordinary user can do so" in router.output(), router.output())
 
 
@@ -273,14 +273,14 @@ def keep(results, way, build):
     """Keeps routers in this way. The results are added to `results`."""
     router = routers.Router(way, build)
     try:
-        arguments = ["--phones", "2", "--allow-origin", PAGE] + ([] if way.played else ["--agents", "1"])
+        arguments = ["--phones", "2", "--allow-origin", PAGE] + ([] if way.by_proot else ["--agents", "1"])
         if not results.check("a router with two phones starts", router.start(*arguments) is not None, router.output()):
             return
         t = Teller(router, results)
         gates(t, router.port)
         gates(t, router.loopback_port)
         phones(t)
-        if not way.played:
+        if not way.by_proot:
             agent(t)
             trouble(t)
         outage(t)

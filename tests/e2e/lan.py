@@ -31,7 +31,7 @@ class Street(House):
 
     def hosts(self, *hosts):
         """Changes who is on the LAN: (address, MAC address, "wired" or "air")."""
-        self.put("/home/hosts", "".join(f"{' '.join(host)}\n" for host in hosts).encode())
+        self.put("/outside/hosts", "".join(f"{' '.join(host)}\n" for host in hosts).encode())
 
     def listed(self):
         """The entries of the ARP table: (address, MAC address)."""
@@ -62,7 +62,7 @@ class Street(House):
             return None
 
 
-def hosts(t, played):
+def hosts(t, by_proot):
     tv, tablet = ("192.168.1.20", mac(1)), ("192.168.1.21", mac(2))
     t.lists("the phone is known before anyone else", PHONE)
     t.hosts((*tv, "wired"), (*tablet, "air"))
@@ -88,13 +88,13 @@ def hosts(t, played):
     for address in (tablet[0], twice[0]):
         t.answers("a host with two addresses answers at both", address, True)
     t.expect("the phone is not disturbed", {"action": "get", "app": {}, "sessionid": t.session}, get_reply(app={"port": 0, "ticktime": 0}))
-    if not played:
+    if not by_proot:
         t.inside("what br0 forgets while it is down", ["run", "sh", "-c", "ifconfig br0 down; ifconfig br0 up"])
         t.hosts((*tablet, "air"))
         t.lists("is there again with the next change", PHONE, tablet)
 
 
-def crowd(t, played):
+def crowd(t, by_proot):
     """As many as the ARP list takes, and a LAN that moves."""
     places = [*range(2, 100), *range(101, 255)]
     many = [(f"192.168.1.{place}", mac(place)) for place in places]
@@ -117,7 +117,7 @@ def crowd(t, played):
     t.results.check("the client list has room for 256", len(devices) == 256, f"{len(devices)}")
     t.hosts()
     t.lists("all have gone", phone)
-    if not played:
+    if not by_proot:
         t.inside("and their links with them", ["run", "ifconfig", "-a"], r"\A(?!(.|\n)*^h)")
 
 
@@ -131,10 +131,10 @@ def station(number, transmit_rate):
 def drivers(t):
     hosts = [(f"10.20.0.{20 + number}", mac(number), "air") for number in (1, 2)]
     t.hosts(*hosts)
-    t.put("/home/stations/wlan0", (bytes(63) + station(1, 108)).ljust(4095, b"\0"))
-    t.put("/home/stations/wlan1", (bytes(63) + station(2, 11)).ljust(4095, b"\0"))
-    t.put("/home/rtl865x/arp", f"head\n10.20.0.100 {PHONE[1].replace(':', '-')} (1 3)\n".encode())
-    t.put("/home/rtl865x/port_status", b"head\nPort1 LinkUp\nDuplex: full, Speed is 1000M\nPort3 LinkUp\nDuplex: full, Speed is 100M\n")
+    t.put("/outside/stations/wlan0", (bytes(63) + station(1, 108)).ljust(4095, b"\0"))
+    t.put("/outside/stations/wlan1", (bytes(63) + station(2, 11)).ljust(4095, b"\0"))
+    t.put("/outside/rtl865x/arp", f"head\n10.20.0.100 {PHONE[1].replace(':', '-')} (1 3)\n".encode())
+    t.put("/outside/rtl865x/port_status", b"head\nPort1 LinkUp\nDuplex: full, Speed is 1000M\nPort3 LinkUp\nDuplex: full, Speed is 100M\n")
 
     def seen():
         devices = (t.ask("lanStatus") or {}).get("devlist", [])
@@ -146,9 +146,9 @@ def drivers(t):
         t.inside(f"{reader[0]} reads the switch's file", ["run", *reader, "/proc/rtl865x/arp"], r"\Ahead\n")
     t.inside("the 5 GHz radio becomes one of before 802.11ax", ["flash", "set", "WLAN0_AX_SUPPORT", "0"])
     t.becomes("and is asked as such", seen, all_known)
-    t.inside("a driver refuses", ["run", "touch", "/home/stations/wlan0.refuses"])
+    t.inside("a driver refuses", ["run", "touch", "/outside/stations/wlan0.refuses"])
     t.becomes("its stations are unknown", seen, {**all_known, hosts[0][0]: "unknown "})
-    t.inside("it does not any more", ["run", "rm", "/home/stations/wlan0.refuses", "/home/stations/wlan1"])
+    t.inside("it does not any more", ["run", "rm", "/outside/stations/wlan0.refuses", "/outside/stations/wlan1"])
     t.becomes("the other interface has gone", seen, {**all_known, hosts[1][0]: "unknown "})
 
 
@@ -160,9 +160,9 @@ def services(t):
         return b"".join(struct.pack("!16s4sI64sI", bytes.fromhex(mac(n).replace(":", "")), bytes(4), 0, name, 0) for n, name in hosts)
 
     t.becomes("without leases no names", names, ["", "", ""])
-    t.put("/home/leases", leases((1, b"first"), (2, b"second")))
+    t.put("/outside/leases", leases((1, b"first"), (2, b"second")))
     t.becomes("the DHCP server writes its leases when it is asked", names, ["", "first", "second"])
-    t.put("/home/leases", leases((2, b"another")))
+    t.put("/outside/leases", leases((2, b"another")))
     t.becomes("and anew each time", names, ["", "", "another"])
 
     def speeds():
@@ -171,10 +171,10 @@ def services(t):
 
     t.results.check("nobody needed the speed sampler so far", t.router.inside("run", "killall", "-0", "speedtest")[0] != 0)
     mark = t.mark()
-    t.put("/home/wanspeed", b"2.000000,256000,128000\n")
+    t.put("/outside/wanspeed", b"2.000000,256000,128000\n")
     t.becomes("it is started by the first to ask", speeds, ("1000.00", "500.00"))
     t.told("once", "queue MSG_APP_START_SPEEDTEST", "  speedtest is started", after=mark)
-    t.put("/home/wanspeed", b"1.000000,12800,0\n")
+    t.put("/outside/wanspeed", b"1.000000,12800,0\n")
     t.becomes("and gives a fresh sample each time", speeds, ("100.00", "0.00"))
     t.results.check("it was started once only", t.router.output()[mark:].count("queue MSG_APP_START_SPEEDTEST\n") == 1)
     t.router.post(8, bytes(360))
@@ -196,8 +196,8 @@ def follow(results, way, build):
             return
         t = Street(router, results)
         t.log_in("login", "admin", "admin")
-        hosts(t, way.played)
-        crowd(t, way.played)
+        hosts(t, way.by_proot)
+        crowd(t, way.by_proot)
         drivers(t)
         services(t)
         left_nothing(results, "Ctrl-C", router.stop(2), 130)

@@ -213,8 +213,8 @@ class Router:
         """Posts a record to the system daemon. True: the queue took it."""
         enter = []
         key = QUEUE_KEY
-        if self.way.played:
-            home = (self.state / "run/root/etc/played").read_text()
+        if self.way.by_proot:
+            home = (self.state / "run/root/etc/kernel-stand-in").read_text()
             key = int(re.search(r"^queue-key (-?\d+)$", home, re.MULTILINE).group(1))
         else:
             pid = self.find_process("system_daemon")

@@ -41,10 +41,10 @@ def refusal(command):
 class Way:
     """What stands before script/server on its command line, and what is expected of it."""
 
-    def __init__(self, name, prefix, played, user, obstacle):
+    def __init__(self, name, prefix, by_proot, user, obstacle):
         self.name = name
         self.prefix = prefix
-        self.played = played  # the router cannot have namespaces, and must find that out by itself
+        self.by_proot = by_proot  # the router cannot have namespaces, and must find that out by itself
         self.user = user  # who owns the state folder; None: who runs the test
         self.obstacle = obstacle  # returns why this machine cannot go this way, or None
 

@@ -65,13 +65,13 @@ def passing(check, clock, pc, _folder):
 def damage(check, clock, _pc, folder):
     clock.advance("1h")
     for content in (b"", b"1 2 3\n", b"1 2 3 4", b"1 2 3 x\n", b"-1 2 3 4\n", b"1" * 400 + b" 1 1 1\n", b"\xff\n"):
-        folder.joinpath("home/clock").write_bytes(content)
+        folder.joinpath("outside/clock").write_bytes(content)
         check(f"a line that is none: {content[:20]}", seconds_of(clock)[0], SUNDAY_NOON)
-    folder.joinpath("home/clock").unlink()
+    folder.joinpath("outside/clock").unlink()
     folder.joinpath("elsewhere").write_bytes(b"1 2 3 4\n")
-    folder.joinpath("home/clock").symlink_to("../elsewhere")
+    folder.joinpath("outside/clock").symlink_to("../elsewhere")
     check("no link is followed", seconds_of(clock)[0], SUNDAY_NOON)
-    folder.joinpath("home/clock.new").symlink_to("../elsewhere")
+    folder.joinpath("outside/clock.new").symlink_to("../elsewhere")
     clock.advance("1h")
     check("nor written to", folder.joinpath("elsewhere").read_bytes(), b"1 2 3 4\n")
     check("it is replaced", seconds_of(clock)[0], SUNDAY_NOON + 3600)

@@ -106,7 +106,7 @@ class House:
         return path.read_bytes() if path.exists() else None
 
     def stations(self, interface):
-        table = self.content(f"home/stations/{interface}")
+        table = self.content(f"outside/stations/{interface}")
         records = [table[start : start + 63] for start in range(0, len(table), 63)]
         macs = {struct.unpack_from("<H6s", record)[1].hex(":") for record in records if any(record)}
         return sorted(device.name for device in self.home.devices if device.mac in macs)
@@ -121,7 +121,7 @@ class House:
         return found
 
     def hosts(self):
-        return [line.split()[0] for line in self.content("home/hosts").decode().splitlines()]
+        return [line.split()[0] for line in self.content("outside/hosts").decode().splitlines()]
 
 
 def with_house(test):
@@ -250,7 +250,7 @@ def rules(check, house):
     check("at first", (usual["tablet"], usual["television"]), ((100, 10), (3000, 20)))
     house.put("firewall", "denied 02:00:00:00:00:01\ndenied 0A:0B:0C:0D:0E:0F\n")
     check("a denied tablet has no traffic", house.rates(), {**usual, "tablet": (0, 0)})
-    check("the WAN has the others'", house.content("home/wanspeed"), b"2.000000,%d,%d\n" % ((10 + 50 + 40 + 3000 + 7) * 2048, 20 * 2048))
+    check("the WAN has the others'", house.content("outside/wanspeed"), b"2.000000,%d,%d\n" % ((10 + 50 + 40 + 3000 + 7) * 2048, 20 * 2048))
     house.put("firewall", "\n")
     house.put("shaping", "limit 192.168.1.23 192.168.1.23 0 2000\n")
     check("a slowed television", house.rates(), {**usual, "television": (244, 20)})
@@ -305,10 +305,10 @@ def asking(check):
 
 @with_house
 def wan(check, house):
-    check("the cable is in", house.content("home/wan-cable"), b"up\n")
-    check("there is an Internet", (house.content("tmp/internet"), house.content("home/internet")), (b"1\n", b"answers 8.8.8.8/32\nanswers 198.18.0.0/15\n"))
+    check("the cable is in", house.content("outside/wan-cable"), b"up\n")
+    check("there is an Internet", (house.content("tmp/internet"), house.content("outside/internet")), (b"1\n", b"answers 8.8.8.8/32\nanswers 198.18.0.0/15\n"))
     house.order("wan", "down")
-    check("it is pulled", (house.content("home/wan-cable"), house.content("tmp/internet")), (b"down\n", b"0\n"))
+    check("it is pulled", (house.content("outside/wan-cable"), house.content("tmp/internet")), (b"down\n", b"0\n"))
     house.put("wan", f"1 down {SUNDAY_NOON}\n")
     house.order("wan", "up")
     check("the router has no address yet", (house.content("tmp/internet"), house.content("var/wan_uptime")), (b"0\n", None))
@@ -318,13 +318,13 @@ def wan(check, house):
     check("an address that is none", (house.content("tmp/internet"), house.rates()["television"]), (b"0\n", (0, 0)))
     house.put("wan", f"1 up {SUNDAY_NOON}\n")
     house.order("internet", "down")
-    check("the provider passes nothing on", (house.content("home/internet"), house.content("tmp/internet")), (b"", b"0\n"))
+    check("the provider passes nothing on", (house.content("outside/internet"), house.content("tmp/internet")), (b"", b"0\n"))
 
 
 def no_internet(check):
     folder = pathlib.Path(tempfile.mkdtemp())
     house = House(folder, internet=[])
-    check("a home without Internet", (house.content("home/internet"), house.content("tmp/internet"), house.rates()["television"]), (b"", b"0\n", (0, 0)))
+    check("a home without Internet", (house.content("outside/internet"), house.content("tmp/internet"), house.rates()["television"]), (b"", b"0\n", (0, 0)))
     check("cannot have one", house.order("internet", "up"), (0, "the Internet is up, but this home has none"))
     shutil.rmtree(folder)
 
@@ -332,7 +332,7 @@ def no_internet(check):
 @with_house
 def leases(check, house):
     def names():
-        content = house.content("home/leases")
+        content = house.content("outside/leases")
         return sorted(struct.unpack_from("!16s4sI64s", content, start)[3].rstrip(b"\0").decode() for start in range(0, len(content), 92))
 
     everybody = ["attic", "guest", "phone", "rover", "sleeper", "tablet", "television"]
@@ -391,7 +391,7 @@ def hostile(check, house):
         path = house.root / "var/run" / name
         path.unlink()
         path.symlink_to(outside)
-    (house.root / "home/wanspeed.new").symlink_to(outside)
+    (house.root / "outside/wanspeed.new").symlink_to(outside)
     house.pass_seconds(2)
     house.order("step")
     check("no link is followed", (outside.read_text(), house.engine.around.wan_since), ("1 up 5\n", str(SUNDAY_NOON)))

@@ -27,7 +27,7 @@ struct Clock {
     int (*sysinfo)(struct sysinfo *);
 };
 
-Clock played;
+Clock router_clock;
 
 template <typename Function>
 void find_function(void *library, const char *name, Function *&function) {
@@ -40,15 +40,15 @@ class ClockTest : public testing::Test {
     static void SetUpTestSuite() {
         void *library = dlopen(DRIVER_PATH, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(library, nullptr) << dlerror();
-        find_function(library, "clock_gettime", played.clock_gettime);
-        find_function(library, "gettimeofday", played.gettimeofday);
-        find_function(library, "time", played.time);
-        find_function(library, "sysinfo", played.sysinfo);
+        find_function(library, "clock_gettime", router_clock.clock_gettime);
+        find_function(library, "gettimeofday", router_clock.gettimeofday);
+        find_function(library, "time", router_clock.time);
+        find_function(library, "sysinfo", router_clock.sysinfo);
     }
 
-    ClockTest() { std::filesystem::create_directories(router_.path("/home")); }
+    ClockTest() { std::filesystem::create_directories(router_.path("/outside")); }
 
-    void put(const std::string &line) { write_file(router_.path("/home/clock"), line); }
+    void put(const std::string &line) { write_file(router_.path("/outside/clock"), line); }
 
     // A line by which it is Someday now, and the router is up for that long.
     static std::string someday(int64_t uptime, int64_t rate, int64_t seconds_ago = 0) {
@@ -69,7 +69,7 @@ bool is_near(int64_t seconds, int64_t wanted) {
 
 int64_t seconds_of(clockid_t id) {
     timespec now = {};
-    REQUIRE(played.clock_gettime(id, &now) == 0 && now.tv_nsec >= 0 && now.tv_nsec < kSecond);
+    REQUIRE(router_clock.clock_gettime(id, &now) == 0 && now.tv_nsec >= 0 && now.tv_nsec < kSecond);
     return now.tv_sec;
 }
 
@@ -81,9 +81,9 @@ TEST_F(ClockTest, IsThePcsUntilItIsSet) {
         EXPECT_EQ(router_.run([] {
             struct sysinfo pc = {};
             struct sysinfo router = {};
-            REQUIRE(sysinfo(&pc) == 0 && played.sysinfo(&router) == 0 && is_near(router.uptime, pc.uptime));
+            REQUIRE(sysinfo(&pc) == 0 && router_clock.sysinfo(&router) == 0 && is_near(router.uptime, pc.uptime));
             const time_t now = time(nullptr);
-            REQUIRE(is_near(played.time(nullptr), now) && is_near(seconds_of(CLOCK_REALTIME), now));
+            REQUIRE(is_near(router_clock.time(nullptr), now) && is_near(seconds_of(CLOCK_REALTIME), now));
         }),
                   0)
             << line;
@@ -96,11 +96,11 @@ TEST_F(ClockTest, IsTheSameForAllWhoAsk) {
         time_t told = 0;
         timeval parts = {};
         struct sysinfo info = {};
-        REQUIRE(is_near(played.time(&told), kSomeday) && is_near(told, kSomeday));
+        REQUIRE(is_near(router_clock.time(&told), kSomeday) && is_near(told, kSomeday));
         REQUIRE(is_near(seconds_of(CLOCK_REALTIME), kSomeday) && is_near(seconds_of(CLOCK_REALTIME_COARSE), kSomeday));
-        REQUIRE(played.gettimeofday(&parts, nullptr) == 0 && is_near(parts.tv_sec, kSomeday) &&
+        REQUIRE(router_clock.gettimeofday(&parts, nullptr) == 0 && is_near(parts.tv_sec, kSomeday) &&
                 parts.tv_usec < 1000000);
-        REQUIRE(played.sysinfo(&info) == 0 && is_near(info.uptime, 90000) && info.totalram > 0);
+        REQUIRE(router_clock.sysinfo(&info) == 0 && is_near(info.uptime, 90000) && info.totalram > 0);
     }),
               0);
 }
@@ -111,7 +111,7 @@ TEST_F(ClockTest, LeavesTheClockByWhichProgramsWait) {
         timespec pc = {};
         clock_gettime(CLOCK_MONOTONIC, &pc);
         REQUIRE(is_near(seconds_of(CLOCK_MONOTONIC), pc.tv_sec));
-        REQUIRE(played.clock_gettime(99, &pc) == -1 && errno == EINVAL);
+        REQUIRE(router_clock.clock_gettime(99, &pc) == -1 && errno == EINVAL);
     }),
               0);
 }
@@ -119,26 +119,28 @@ TEST_F(ClockTest, LeavesTheClockByWhichProgramsWait) {
 TEST_F(ClockTest, Hurries) {
     put(someday(5, 3600000, 10));
     EXPECT_EQ(router_.run([] {
-        const time_t passed = played.time(nullptr) - kSomeday;
+        const time_t passed = router_clock.time(nullptr) - kSomeday;
         REQUIRE(passed >= 36000 && passed < 36000 + 30 * 3600);
         struct sysinfo info = {};
-        REQUIRE(played.sysinfo(&info) == 0 && info.uptime >= 36005);
+        REQUIRE(router_clock.sysinfo(&info) == 0 && info.uptime >= 36005);
     }),
               0);
     put(someday(5, 0, 1000));
-    EXPECT_EQ(router_.run([] { REQUIRE(played.time(nullptr) == kSomeday && played.time(nullptr) == kSomeday); }), 0);
+    EXPECT_EQ(
+        router_.run([] { REQUIRE(router_clock.time(nullptr) == kSomeday && router_clock.time(nullptr) == kSomeday); }),
+        0);
 }
 
 TEST_F(ClockTest, IsSeenToChangeByAProgramThatRuns) {
     EXPECT_EQ(router_.run([] {
-        REQUIRE(is_near(played.time(nullptr), time(nullptr)));
-        write_file("/home/clock.new", someday(0, 1000));
-        REQUIRE(rename("/home/clock.new", "/home/clock") == 0);
-        REQUIRE(is_near(played.time(nullptr), kSomeday));
+        REQUIRE(is_near(router_clock.time(nullptr), time(nullptr)));
+        write_file("/outside/clock.new", someday(0, 1000));
+        REQUIRE(rename("/outside/clock.new", "/outside/clock") == 0);
+        REQUIRE(is_near(router_clock.time(nullptr), kSomeday));
         errno = 77;
-        unlink("/home/clock");
+        unlink("/outside/clock");
         errno = 77;
-        REQUIRE(is_near(played.time(nullptr), time(nullptr)) && errno == 77);
+        REQUIRE(is_near(router_clock.time(nullptr), time(nullptr)) && errno == 77);
     }),
               0);
 }

@@ -72,8 +72,8 @@ class DriverTest : public testing::Test {
     }
 
     DriverTest() : router_(kDefinitions) {
-        std::filesystem::create_directories(router_.path("/home/stations"));
-        std::filesystem::create_directories(router_.path("/home/rtl865x"));
+        std::filesystem::create_directories(router_.path("/outside/stations"));
+        std::filesystem::create_directories(router_.path("/outside/rtl865x"));
     }
 
     void put(const std::string &path, const std::string &content) { write_file(router_.path(path), content); }
@@ -131,11 +131,11 @@ int ask_table(const char *interface, bool ax, uint16_t room = kStationTableSize,
 }
 
 TEST_F(DriverTest, KnowsTheInterfacesThatHaveATable) {
-    put("/home/stations/wlan0", table(kStationTableSize));
-    put("/home/stations/wlan0-va0", "");
-    put("/home/stations/wlan0.refuses", "");
-    put("/home/stations/sixteen-letters", "");
-    put("/home/secret", "");
+    put("/outside/stations/wlan0", table(kStationTableSize));
+    put("/outside/stations/wlan0-va0", "");
+    put("/outside/stations/wlan0.refuses", "");
+    put("/outside/stations/sixteen-letters", "");
+    put("/outside/secret", "");
     EXPECT_EQ(router_.run([] {
         for (const char *name : {"wlan0", "wlan0-va0", "sixteen-letters"}) {
             REQUIRE(ask_name(name) == 0);
@@ -153,10 +153,10 @@ TEST_F(DriverTest, KnowsTheInterfacesThatHaveATable) {
 }
 
 TEST_F(DriverTest, HandsOutWhatThereIsAndNoMoreThanFits) {
-    put("/home/stations/wlan1", table(kStationTableSize));
-    put("/home/stations/wlan1-va0", table(100));
-    put("/home/stations/wlan1-va1", table(kStationTableSize + 1000));
-    put("/home/stations/wlan1-va2", "");
+    put("/outside/stations/wlan1", table(kStationTableSize));
+    put("/outside/stations/wlan1-va0", table(100));
+    put("/outside/stations/wlan1-va1", table(kStationTableSize + 1000));
+    put("/outside/stations/wlan1-va2", "");
     EXPECT_EQ(router_.run([] {
         REQUIRE(ask_table("wlan1", false, kStationTableSize, table(kStationTableSize)) == 0);
         REQUIRE(ask_table("wlan1", false, kStationTableSize - 1, table(kStationTableSize - 1)) == 0);
@@ -174,14 +174,14 @@ TEST_F(DriverTest, HandsOutWhatThereIsAndNoMoreThanFits) {
 }
 
 TEST_F(DriverTest, HandsOutNothingWhenItIsToRefuse) {
-    put("/home/stations/wlan1", table(kStationTableSize));
-    put("/home/stations/wlan1.refuses", "");
+    put("/outside/stations/wlan1", table(kStationTableSize));
+    put("/outside/stations/wlan1.refuses", "");
     EXPECT_EQ(router_.run([] {
         REQUIRE(ask_name("wlan1") == 0);
         REQUIRE(ask_table("wlan1", false) == EIO);
     }),
               0);
-    std::filesystem::remove(router_.path("/home/stations/wlan1.refuses"));
+    std::filesystem::remove(router_.path("/outside/stations/wlan1.refuses"));
     EXPECT_EQ(router_.run([] { REQUIRE(ask_table("wlan1", false, kStationTableSize, table(kStationTableSize)) == 0); }),
               0);
 }
@@ -201,7 +201,7 @@ TEST_F(DriverTest, TakesTheRequestOfTheInterfacesKindOnly) {
         {"wlan2",     false}, // which the store does not know
     };
     for (auto &interface : kInterfaces) {
-        put(std::string("/home/stations/") + interface.name, table(kStationTableSize));
+        put(std::string("/outside/stations/") + interface.name, table(kStationTableSize));
     }
     EXPECT_EQ(router_.run([&] {
         for (auto &interface : kInterfaces) {
@@ -221,7 +221,7 @@ TEST_F(DriverTest, TakesTheRequestOfTheInterfacesKindOnly) {
 TEST_F(DriverTest, LeavesTheProgramsOwnSelectionInTheStore) {
     ASSERT_EQ(router_.flash({"boot"}).status, 0);
     ASSERT_EQ(router_.flash({"set", "WLAN1_VA2_SSID", "selected"}).status, 0);
-    put("/home/stations/wlan0", table(kStationTableSize));
+    put("/outside/stations/wlan0", table(kStationTableSize));
     EXPECT_EQ(router_.run([] {
         REQUIRE(apmib_init() != 0);
         wlan_idx = 1;
@@ -258,8 +258,8 @@ std::string read_all(FILE *file) {
 }
 
 TEST_F(DriverTest, OpensTheSwitchsFilesAtTheirPaths) {
-    put("/home/rtl865x/arp", "arp table");
-    put("/home/other", "other");
+    put("/outside/rtl865x/arp", "arp table");
+    put("/outside/other", "other");
     write_file(router_.path("/proc/other"), "proc");
     const std::string long_path = "/proc/rtl865x/" + std::string(4000, 'a');
     EXPECT_EQ(router_.run([&] {
@@ -270,7 +270,7 @@ TEST_F(DriverTest, OpensTheSwitchsFilesAtTheirPaths) {
         REQUIRE(read_all(driver.checked_open64(kArp, O_RDONLY)) == "arp table");
         REQUIRE(read_all(driver.fopen(kArp, "r")) == "arp table");
         REQUIRE(read_all(driver.fopen64(kArp, "re")) == "arp table");
-        REQUIRE(read_all(driver.open("/home/other", O_RDONLY)) == "other");
+        REQUIRE(read_all(driver.open("/outside/other", O_RDONLY)) == "other");
         REQUIRE(read_all(driver.fopen("/proc/other", "r")) == "proc");
         for (const char *missing : {"/proc/rtl865x/port_status", "/proc/rtl865x", "/proc/rtl865xx/arp", "proc",
                                     "/proc/rtl865x/", "", long_path.c_str()}) {
@@ -279,8 +279,8 @@ TEST_F(DriverTest, OpensTheSwitchsFilesAtTheirPaths) {
         }
         struct stat status = {};
         umask(0);
-        REQUIRE(driver.open("/home/made", O_WRONLY | O_CREAT | O_EXCL, 0640) >= 0);
-        REQUIRE(stat("/home/made", &status) == 0 && (status.st_mode & 0777) == 0640);
+        REQUIRE(driver.open("/outside/made", O_WRONLY | O_CREAT | O_EXCL, 0640) >= 0);
+        REQUIRE(stat("/outside/made", &status) == 0 && (status.st_mode & 0777) == 0640);
     }),
               0);
 }

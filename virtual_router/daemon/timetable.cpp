@@ -15,9 +15,9 @@
 namespace {
 
 constexpr char kFolder[] = "/var/run/at";
-constexpr char kSurroundings[] = "/home";  // what is written there comes from around the router
-constexpr char kClockPath[] = "/home/clock";
-constexpr char kCablePath[] = "/home/wan-cable";
+constexpr char kOutside[] = "/outside";  // what is written there comes from around the router
+constexpr char kClockPath[] = "/outside/clock";
+constexpr char kCablePath[] = "/outside/wan-cable";
 constexpr int kLongestWait = 60000;  // in milliseconds
 constexpr double kRateUnit = 1000;
 
@@ -88,7 +88,7 @@ std::string clock_text(time_t seconds) {
     std::error_code error;
     std::filesystem::create_directories(kFolder, error);
     const int changes = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-    for (const char *folder : {kFolder, kSurroundings}) {
+    for (const char *folder : {kFolder, kOutside}) {
         inotify_add_watch(changes, folder, IN_MOVED_TO | IN_CLOSE_WRITE);
     }
     std::string clock = content_of(kClockPath);

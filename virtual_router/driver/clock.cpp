@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The router's clock, which can be set and hurried without the PC's.
 //
-// /home/clock is one line of four whole numbers, put there by rename():
+// /outside/clock is one line of four whole numbers, put there by rename():
 //
 //   PC ROUTER UPTIME RATE   when the PC's clock showed PC, the router's showed ROUTER and it was up for UPTIME, all in
 //                           nanoseconds; since then RATE / 1000 seconds have passed in it for each of the PC's
@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr char kClockPath[] = "/home/clock";
+constexpr char kClockPath[] = "/outside/clock";
 constexpr int64_t kSecond = 1000000000;
 constexpr int64_t kRateUnit = 1000;
 

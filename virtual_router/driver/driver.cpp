@@ -5,11 +5,10 @@
 // stands there: what is not a request to these drivers goes on to the next library, and at last to the kernel. They
 // only read; what there is to read is put there by rename(), so that it is never seen half written:
 //
-//   /home/stations/NAME           there is a wireless interface NAME; the file is its station table as the driver hands
-//   it
-//                                 out, however short or long
-//   /home/stations/NAME.refuses   the driver fails to hand it out
-//   /home/rtl865x/FILE            is opened as /proc/rtl865x/FILE, where the kernel's /proc lets nobody make a file
+//   /outside/stations/NAME           there is a wireless interface NAME; the file is its station table as the driver
+//                                    hands it out, however short or long
+//   /outside/stations/NAME.refuses   the driver fails to hand it out
+//   /outside/rtl865x/FILE            is opened as /proc/rtl865x/FILE, where the kernel's /proc lets nobody make a file
 //
 // Loaded into the endpoint too, so: no C++ library at run time, and nothing is looked up before it is needed.
 #undef _FORTIFY_SOURCE  // with it, the C library's headers bring functions of their own under these names
@@ -32,8 +31,8 @@
 
 namespace {
 
-constexpr char kStations[] = "/home/stations/";
-constexpr char kSwitch[] = "/home/rtl865x/";
+constexpr char kStations[] = "/outside/stations/";
+constexpr char kSwitch[] = "/outside/rtl865x/";
 constexpr char kSwitchAsSeen[] = "/proc/rtl865x/";
 
 // --- Wi-Fi -----------------------------------------------------------------------------------------------------------

@@ -10,7 +10,7 @@ import time
 
 import rootfs
 
-FILE = "home/clock"
+FILE = "outside/clock"
 SECOND = 10**9  # all times here are whole nanoseconds
 DAY = 86400
 RATE_UNIT = 1000

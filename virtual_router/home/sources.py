@@ -48,7 +48,7 @@ def stations(interface):
             station_record(number, device) if device else STATION.pack({})
             for number, device in enumerate(home.tables[interface], 1)
         ]
-        return {f"home/stations/{interface}": (STATION.pack({}) + b"".join(records)).ljust(homefile.NUMBERS["kStationTableSize"], b"\0")}
+        return {f"outside/stations/{interface}": (STATION.pack({}) + b"".join(records)).ljust(homefile.NUMBERS["kStationTableSize"], b"\0")}
 
     return table
 
@@ -56,7 +56,7 @@ def stations(interface):
 def leases(home, _around):
     """The DHCP server's leases. The phone's is among them."""
     records = [LEASE.pack(packed_mac(mac), lease.address.packed, lease.ends, lease.name.encode(), 0) for mac, lease in home.leases.items()]
-    return {"home/leases": b"".join(records)}
+    return {"outside/leases": b"".join(records)}
 
 
 def traffic_counters(home, around):
@@ -72,7 +72,7 @@ def speed(home, around):
     period = home.about["pace"]
     rates = traffic.rates(home, around).values()
     down, up = (sum(rate[way] for rate in rates) for way in traffic.WAYS)
-    return {"home/wanspeed": f"{period:f},{int(down * period)},{int(up * period)}\n".encode()}
+    return {"outside/wanspeed": f"{period:f},{int(down * period)},{int(up * period)}\n".encode()}
 
 
 def plugged(home, port):
@@ -92,7 +92,7 @@ def port_status(home, _around):
         lines.append(f"{port.capitalize()} {'LinkUp' if speed else 'LinkDown'}\n")
         if speed:
             lines.append(f"Duplex: full, Speed is {speed}\n")
-    return {"home/rtl865x/port_status": "".join(lines).encode()}
+    return {"outside/rtl865x/port_status": "".join(lines).encode()}
 
 
 def switch_arp(home, around):
@@ -100,7 +100,7 @@ def switch_arp(home, around):
     for address, thing in home.hosts(around):
         if not isinstance(thing, dict) and thing.spot in LAN_PORTS:
             lines.append(f"{str(address):15} {thing.mac.replace(':', '-')} (1 {thing.spot.removeprefix('port')})\n")
-    return {"home/rtl865x/arp": "".join(lines).encode()}
+    return {"outside/rtl865x/arp": "".join(lines).encode()}
 
 
 def topology_station(device):
@@ -173,15 +173,15 @@ def lan_hosts(home, around):
             lines.append(f"{address} {thing['mac']} wired\n")
         elif thing is not home.phone:
             lines.append(f"{address} {thing.mac} {'wired' if thing.spot in LAN_PORTS else 'air'}\n")
-    return {"home/hosts": "".join(lines).encode()}
+    return {"outside/hosts": "".join(lines).encode()}
 
 
 def outside(home, _around):
     """What the router's commands, and those who play the kernel, must know of the WAN: the cable, and what there is behind it."""
     networks = home.about["internet"] if home.has_internet() else []
     return {
-        "home/wan-cable": b"up\n" if home.wan else b"down\n",
-        "home/internet": "".join(f"answers {network if '/' in network else network + '/32'}\n" for network in networks).encode(),
+        "outside/wan-cable": b"up\n" if home.wan else b"down\n",
+        "outside/internet": "".join(f"answers {network if '/' in network else network + '/32'}\n" for network in networks).encode(),
     }
 
 
@@ -200,7 +200,7 @@ SOURCES = {
 }
 
 # The files that a program of the router makes of a source when it is signalled.
-COPIES = {"home/leases": "var/lib/misc/udhcpd.leases", "home/wanspeed": "tmp/speed/wanspeed"}
+COPIES = {"outside/leases": "var/lib/misc/udhcpd.leases", "outside/wanspeed": "tmp/speed/wanspeed"}
 
 LONG_LINE = 1 << 20
 

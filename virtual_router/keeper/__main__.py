@@ -86,11 +86,11 @@ def open_ports(options, keeper):
 
 async def keep(options):
     loop = asyncio.get_running_loop()
-    about = facts.Facts(options.project / "virtual_router/home.sh")
+    about = facts.Facts(options.project / "virtual_router/surroundings.sh")
     take_from_home(options, about)
 
     def layouts(kind):
-        preload = () if kind.own_network else ("played",)
+        preload = () if kind.own_network else ("kernel_stand_in",)
         arguments = {"debug": options.debug, "home": bool(options.home), "own_network": kind.own_network, "preload": preload}
         return layout.root(options.project, options.build, about, **arguments)
 

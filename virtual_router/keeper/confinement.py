@@ -26,7 +26,7 @@ MEBIBYTE = 1 << 20
 ROOT_BYTES = 64 * MEBIBYTE
 ROOT_FILES = 16384
 
-HOME_BYTES = 16 * MEBIBYTE  # of what the router finds of its home
+OUTSIDE_BYTES = 16 * MEBIBYTE  # of what the router finds of the world outside
 
 MOST_PROCESSES = 256  # of the router's user in its namespace
 

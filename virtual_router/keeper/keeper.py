@@ -32,7 +32,7 @@ FULL_OF = {"processes": 0.5}
 MOST_FACT_BYTES = 4096
 HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
-CLOCK = "home/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
+CLOCK = "outside/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
 NORMAL_RATE = 1000
 BOOT = 1 / 4  # of an outage: the part in which the router is on, and its services come back
 STATUS_OF_SIGNAL = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
@@ -88,7 +88,7 @@ class Keeper:
             self.end(1, "The premises have ended.")
         elif event["event"] == premises.ENDED:
             self.part_ended(event["number"], event["status"])
-        elif event["name"] == "home":
+        elif event["name"] == "outside":
             if not self.outage and self.moved.is_set():
                 self.background(self.follow_hosts())
         elif event["name"] == "run":
@@ -204,7 +204,7 @@ class Keeper:
         self.main = router.Router(self, "router", "", network.ROUTER, self.state.flash(), texts)
         self.routers["router"] = self.main
         await self.switch_on()
-        await self.order("watch", name="home", path="root/home")
+        await self.order("watch", name="outside", path="root/outside")
         if self.options.home:
             await self.play_home()
         for agent in self.network.agents:
@@ -229,7 +229,7 @@ class Keeper:
                 'extforward.forwarder = ( "all" => "trust" )\nextforward.hap-PROXY = "enable"\n'
             )
             found.update(self.network.texts())
-            found["etc/played"] = self.network.interfaces()
+            found["etc/kernel-stand-in"] = self.network.interfaces()
         if self.network.agents:
             found["etc/agents"] = "".join(f"{agent.place} {agent.mac}\n" for agent in self.network.agents)
         return found

@@ -20,7 +20,7 @@ class Entry(NamedTuple):
     mode: int = 0o755
 
 
-FOLDERS = "bin dev etc flash flash/mib home lib proc tmp usr var var/mib var/run var/tmp web web/app web/pages"
+FOLDERS = "bin dev etc flash flash/mib lib outside proc tmp usr var var/mib var/run var/tmp web web/app web/pages"
 SHARED_LIBRARIES = ("/usr/lib/ld-*", "/usr/lib/*-linux-gnu*")
 PROGRAMS = ("flash", "system_daemon", "udhcpd", "speedtest", "board")
 LIBRARIES = ("apmib", "arpcheck", "driver")
@@ -71,7 +71,7 @@ def root(project, build, facts, *, debug, home, own_network, preload=()):
     entries += [copy(path, f"web/pages/{path.name}", 0o644) for path in sorted((here / "web").iterdir())]
     entries += [copy(here / "lighttpd.conf", "etc/lighttpd.conf", 0o644), *(copy(project / f"platform/{name}.conf", f"etc/{name}.conf", 0o644) for name in ("items", "records"))]
     entries += [
-        text("etc/home.conf", facts.text),
+        text("etc/surroundings.conf", facts.text),
         text("etc/passwd", "root:x:0:0:root:/:/bin/sh\n"),
         text("etc/group", "root:x:0:\n"),
         text("etc/hosts", "127.0.0.1 localhost\n"),
@@ -80,7 +80,7 @@ def root(project, build, facts, *, debug, home, own_network, preload=()):
     ]
     if home:
         # There before anything runs: some files are a home's to write, and what starts first must not take them away.
-        entries.append(text("etc/home-played", ""))
+        entries.append(text("etc/has-home", ""))
     if debug:
         entries.append(text("var/appdebug", "1\n"))
     return {entry.path: entry for entry in entries}

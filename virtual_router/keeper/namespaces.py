@@ -220,18 +220,19 @@ class Mode:
             kernel.mount(f"/dev/{device}", path, None, kernel.MS_BIND)
             kernel.restrict_mount(path, kernel.ATTR_RDONLY | kernel.ATTR_NOSUID | kernel.ATTR_NOEXEC)
         if guest == network_names.ROUTER:
-            self.bring_home(found.root)
+            self.mount_outside(found.root)
         served = premises.open_board(found.root)
         self.start_first_process(found, guest)
         return served
 
-    def bring_home(self, root):
-        """What the router finds of its home is not gone when it is switched off."""
-        home = os.path.join(self.run, "home")
-        if not os.path.exists(home):
-            os.mkdir(home)
-            kernel.mount("home", home, "tmpfs", kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC, f"mode=755,size={confinement.HOME_BYTES}")
-        kernel.mount(home, os.path.join(root, "home"), None, kernel.MS_BIND)
+    def mount_outside(self, root):
+        """What the router finds of the world outside is not gone when it is switched off."""
+        outside = os.path.join(self.run, "outside")
+        if not os.path.exists(outside):
+            os.mkdir(outside)
+            flags = kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC
+            kernel.mount("outside", outside, "tmpfs", flags, f"mode=755,size={confinement.OUTSIDE_BYTES}")
+        kernel.mount(outside, os.path.join(root, "outside"), None, kernel.MS_BIND)
 
     def use(self, guest):
         """All routers' processes count together, with the premises' own."""

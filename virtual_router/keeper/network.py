@@ -7,7 +7,7 @@ KernelNetwork makes it of the kernel's; FileNetwork writes what a stand-in for t
 import re
 from typing import NamedTuple
 
-HOSTS_FILE = "home/hosts"
+HOSTS_FILE = "outside/hosts"
 MOST_HOSTS_BYTES = 256 << 10
 MOST_NEIGHBOURS = 2048
 HOST_LINE = re.compile(r"((?:[0-9]{1,3}\.){3}[0-9]{1,3}) ((?:[0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}) (wired|air)")
@@ -294,4 +294,4 @@ class FileNetwork(Network):
         await self.order("write", path="root/proc/net/arp", content="".join(f"{line}\n" for line in arp))
         facts = self.facts
         answering = [facts["ISP_ADDRESS"], facts["PPP_PEER"], *facts["PROVIDER_SERVERS"].split(), *map(str, self.addresses.values()), *(one for many in self.wired.values() for one in many)]
-        await self.order("write", path="root/etc/played-answers", content="".join(f"answers {address}\n" for address in answering))
+        await self.order("write", path="root/etc/answering-hosts", content="".join(f"answers {address}\n" for address in answering))

@@ -36,7 +36,7 @@ class Mode:
         self.temporary = os.path.join(self.run, "proot")
         self.loader = os.path.join(self.temporary, "loader")
         self.root = os.path.join(self.run, "root")
-        self.home = os.path.join(self.run, "home")
+        self.outside = os.path.join(self.run, "outside")
 
     def found(self):
         self.clear_files()
@@ -128,25 +128,25 @@ class Mode:
         os.umask(0o077)
         new = self.root + ".new"
         os.mkdir(new, 0o700)
-        texts = {**texts, "etc/played": f"queue-key {self.key}\n{texts['etc/played']}"}
+        texts = {**texts, "etc/kernel-stand-in": f"queue-key {self.key}\n{texts['etc/kernel-stand-in']}"}
         premises.make_root(new, self.entries, texts, flash)
         for device in DEVICES:  # else proot makes a place for them in /tmp
             open(new + device, "x").close()
-        if os.path.exists(self.home):
-            os.rmdir(os.path.join(new, "home"))
-            os.rename(self.home, os.path.join(new, "home"))
+        if os.path.exists(self.outside):
+            os.rmdir(os.path.join(new, "outside"))
+            os.rename(self.outside, os.path.join(new, "outside"))
         os.rename(new, self.root)  # whoever writes there finds it whole
         return premises.open_board(self.root)
 
     def power_off(self, _guest, reap):
         while self.kill_children(signal.SIGKILL, self.beside):
             reap()
-        # What the router finds of its home is not gone when it is switched off.
+        # What the router finds of the world outside is not gone when it is switched off.
         gone = self.root + ".gone"
         os.rename(self.root, gone)
-        home = os.path.join(gone, "home")
-        if os.path.isdir(home) and not os.path.islink(home):
-            os.rename(home, self.home)
+        outside = os.path.join(gone, "outside")
+        if os.path.isdir(outside) and not os.path.islink(outside):
+            os.rename(outside, self.outside)
         shutil.rmtree(gone, ignore_errors=True)
 
     def use(self, _guest):

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# shellcheck shell=sh disable=SC2034  # read by script/server, the keeper and, as /etc/home.conf, the router's commands
-# The home that the virtual router stands in. The router's own LAN address comes from its store.
+# shellcheck shell=sh disable=SC2034  # read by script/server, the keeper and, as /etc/surroundings.conf, the router's commands
+# What the virtual router stands in: its addresses and those around it. Its own LAN address comes from its store.
 # Addresses outside are of ranges for documentation, MAC addresses are locally administered.
 ROUTER_LAN_MAC=02:4b:54:70:94:01
 ROUTER_WAN_MAC=02:4b:54:70:94:02

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The services that hand out a file on a signal.
 
-#include "virtual_router/on_signal/on_signal.h"
+#include "virtual_router/services/publish.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr char kSource[] = "/home/source";
+constexpr char kSource[] = "/outside/source";
 constexpr char kTarget[] = "/var/deep/down/target";
 constexpr char kPidFile[] = "/var/run/sampler.pid";
 
@@ -40,7 +40,7 @@ bool await(const std::function<bool()> &condition) {
 class OnSignal : public testing::Test {
   protected:
     OnSignal() : router_("") {
-        std::filesystem::create_directories(router_.path("/home"));
+        std::filesystem::create_directories(router_.path("/outside"));
         std::filesystem::create_directories(router_.path("/var/run"));
     }
 
@@ -55,8 +55,8 @@ class OnSignal : public testing::Test {
     pid_t told_pid() const { return exists(kPidFile) ? atoi(content(kPidFile).c_str()) : 0; }
 
     void put_source(const std::string &text) {
-        write_file(router_.path("/home/new"), text);
-        std::filesystem::rename(router_.path("/home/new"), router_.path(kSource));
+        write_file(router_.path("/outside/new"), text);
+        std::filesystem::rename(router_.path("/outside/new"), router_.path(kSource));
     }
 
     pid_t start(const char *word) {

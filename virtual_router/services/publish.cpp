@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "virtual_router/on_signal/on_signal.h"
+#include "virtual_router/services/publish.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -2,7 +2,8 @@
 // Plays the part of the kernel for the router's programs where no network namespace can be made.
 //
 // Preloaded into every process inside the router's root (by the root's own /etc/ld.so.preload, so that nothing outside
-// is touched) and never used where the kernel can do it. What it answers with stands in /etc/played, one fact per line:
+// is touched) and never used where the kernel can do it. What it answers with stands in /etc/kernel-stand-in, one fact
+// per line:
 //
 //   interface NAME ADDRESS MASK MAC MTU up|down   one of the router's network interfaces; the address 0.0.0.0 is none
 //   gateway INTERFACE ADDRESS   the default route
@@ -11,12 +12,12 @@
 //
 // The requests that change an interface or the default route change the facts, and /proc/net/route with them.
 //
-// Who else is there stands in /etc/played-answers, which others write:
+// Who else is there stands in /etc/answering-hosts, which others write:
 //
 //   answers ADDRESS             a neighbour, or a host of the provider's, that answers a ping; the interfaces' own
 //                               addresses do
 //
-// and in /home/internet what a home has of the Internet:
+// and in /outside/internet what a home has of the Internet:
 //
 //   answers ADDRESS/BITS        a network beyond the default route, all of which answers
 //
@@ -45,14 +46,14 @@
 
 #include "platform/system_queue.h"
 
-#define PLAYED extern "C" __attribute__((visibility("default")))
+#define EXPORTED extern "C" __attribute__((visibility("default")))
 
 namespace {
 
-constexpr char kFactsPath[] = "/etc/played";
-constexpr char kNewFactsPath[] = "/etc/played.new";
-constexpr char kAnswersPath[] = "/etc/played-answers";
-constexpr char kInternetPath[] = "/home/internet";
+constexpr char kFactsPath[] = "/etc/kernel-stand-in";
+constexpr char kNewFactsPath[] = "/etc/kernel-stand-in.new";
+constexpr char kAnswersPath[] = "/etc/answering-hosts";
+constexpr char kInternetPath[] = "/outside/internet";
 constexpr char kRoutesPath[] = "/proc/net/route";
 constexpr char kNewRoutesPath[] = "/proc/net/route.new";
 
@@ -463,7 +464,7 @@ void answer_echo(in_addr address, const void *request, size_t size) {
 
 }  // namespace
 
-PLAYED key_t ftok(const char *path, int project) noexcept {
+EXPORTED key_t ftok(const char *path, int project) noexcept {
     key_t key = -1;
     const bool found = strcmp(path, SYSTEM_QUEUE_PATH) == 0 && project == kSystemQueueProject &&
                        find_fact([&](const char *keyword, const char *text) {
@@ -473,7 +474,7 @@ PLAYED key_t ftok(const char *path, int project) noexcept {
     return found ? key : real<key_t(const char *, int)>("ftok")(path, project);
 }
 
-PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
+EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);
@@ -515,7 +516,7 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
 }
 
 // No name is known but the router's own: whoever would be asked is played.
-PLAYED int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **result) {
+EXPORTED int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **result) {
     addrinfo played = {};
     if (hints != nullptr) {
         played = *hints;
@@ -528,7 +529,7 @@ PLAYED int getaddrinfo(const char *name, const char *service, const addrinfo *hi
 }
 
 // Nothing leaves the router's played network for the PC's.
-PLAYED int connect(int fd, const sockaddr *to, socklen_t length) {
+EXPORTED int connect(int fd, const sockaddr *to, socklen_t length) {
     auto *real_connect = real<int(int, const sockaddr *, socklen_t)>("connect");
     sockaddr_in target = {};
     if (to == nullptr || to->sa_family != AF_INET || length < sizeof target) {
@@ -542,7 +543,7 @@ PLAYED int connect(int fd, const sockaddr *to, socklen_t length) {
     return -1;
 }
 
-PLAYED int socket(int domain, int type, int protocol) noexcept {
+EXPORTED int socket(int domain, int type, int protocol) noexcept {
     if (domain != AF_INET || type != SOCK_RAW || protocol != IPPROTO_ICMP) {
         // The PC's network is closed to the router. What is asked of such a socket is answered here, so any kind does.
         const bool internet = domain == AF_INET;
@@ -558,7 +559,7 @@ PLAYED int socket(int domain, int type, int protocol) noexcept {
     return ends[0];
 }
 
-PLAYED ssize_t sendto(int fd, const void *data, size_t size, int flags, const sockaddr *to, socklen_t length) {
+EXPORTED ssize_t sendto(int fd, const void *data, size_t size, int flags, const sockaddr *to, socklen_t length) {
     if (to == nullptr || to->sa_family != AF_INET || !is_ping_socket(fd)) {
         return real<ssize_t(int, const void *, size_t, int, const sockaddr *, socklen_t)>("sendto")(fd, data, size,
                                                                                                     flags, to, length);
@@ -571,7 +572,7 @@ PLAYED ssize_t sendto(int fd, const void *data, size_t size, int flags, const so
     return static_cast<ssize_t>(size);
 }
 
-PLAYED ssize_t recvfrom(int fd, void *data, size_t size, int flags, sockaddr *from, socklen_t *length) {
+EXPORTED ssize_t recvfrom(int fd, void *data, size_t size, int flags, sockaddr *from, socklen_t *length) {
     auto *receive = real<ssize_t(int, void *, size_t, int, sockaddr *, socklen_t *)>("recvfrom");
     if (from == nullptr || !is_ping_socket(fd)) {
         return receive(fd, data, size, flags, from, length);

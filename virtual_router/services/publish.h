@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the router's small services have in common: on SIGUSR1 each hands a file of the home to those who read it.
-#ifndef VIRTUAL_ROUTER_ON_SIGNAL_ON_SIGNAL_H
-#define VIRTUAL_ROUTER_ON_SIGNAL_ON_SIGNAL_H
+// What the router's small services have in common: on SIGUSR1 each hands a file of /outside to those who read it.
+#ifndef VIRTUAL_ROUTER_SERVICES_PUBLISH_H
+#define VIRTUAL_ROUTER_SERVICES_PUBLISH_H
 
 struct Service {
     const char *name;    // of the program; its process id is in /var/run/NAME.pid
