@@ -5,11 +5,12 @@
 #include <cstdio>
 
 #include "base/resource.h"
+#include "platform/product.h"
 
 int app_debug = 0;
 
 void write_debug_line(const char *module, const char *function, int line, const char *format, ...) {
-    const File console(fopen("/dev/console", "w+"));
+    const File console(fopen(PRODUCT_CONSOLE, "w+"));
     if (!console) {
         return;
     }

@@ -12,10 +12,11 @@
 #include "clients/switch_ports.h"
 #include "clients/traffic.h"
 #include "mesh/topology.h"
+#include "platform/product.h"
 
 namespace {
 
-constexpr char kBridge[] = "br0";
+constexpr char kBridge[] = PRODUCT_LAN_INTERFACE;
 constexpr char kNoLink[] = "0M";
 constexpr int32_t kPresent = 888;
 constexpr int kTrafficUnit = 10;  // bits: 1024 bytes per second

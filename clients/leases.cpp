@@ -13,13 +13,14 @@
 #include "base/records.h"
 #include "base/resource.h"
 #include "base/text.h"
+#include "platform/product.h"
 
 namespace {
 
 constexpr char kModule[] = "cgi_userlist";
 
-constexpr char kPidPath[] = "/var/run/udhcpd.pid";
-constexpr char kLeasePath[] = "/var/lib/misc/udhcpd.leases";
+constexpr char kPidPath[] = PRODUCT_DHCP_SERVER;
+constexpr char kLeasePath[] = PRODUCT_LEASES;
 constexpr useconds_t kRefreshPause = 1000;  // microseconds
 
 // A lease in the server's file.

@@ -8,13 +8,14 @@
 #include "base/input.h"
 #include "base/resource.h"
 #include "base/text.h"
+#include "platform/product.h"
 
 namespace {
 
 constexpr char kModule[] = "cgi_userlist";
 
-constexpr char kArpPath[] = "/proc/rtl865x/arp";
-constexpr char kPortStatusPath[] = "/proc/rtl865x/port_status";
+constexpr char kArpPath[] = PRODUCT_SWITCH_ARP;
+constexpr char kPortStatusPath[] = PRODUCT_SWITCH_PORTS;
 
 constexpr char kNoPort[] = "(0";
 constexpr int kPortCharacter = 4;  // of the first word of a port's line, such as "Port3"

@@ -7,12 +7,13 @@
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/text.h"
+#include "platform/product.h"
 
 namespace {
 
 constexpr char kModule[] = "cgi_userlist";
 
-constexpr char kTrafficPath[] = "/var/terminal_rate_info";
+constexpr char kTrafficPath[] = PRODUCT_TRAFFIC;
 
 constexpr char kChain[] = "speedtest";
 
@@ -67,8 +68,8 @@ bool has_rule(Direction direction, const char *ip) {
 // The action is the packet filter's option: I to insert the rule, D to delete it.
 void change_rule(char action, Direction direction, const char *ip) {
     char command[1024];
-    put(command, "iptables -%c %s -%c br0 -%c %s 2>/dev/null", action, kChain, direction.interface, direction.address,
-        ip);
+    put(command, "iptables -%c %s -%c " PRODUCT_LAN_INTERFACE " -%c %s 2>/dev/null", action, kChain,
+        direction.interface, direction.address, ip);
     run_command(command);
 }
 

@@ -21,8 +21,7 @@ include(CheckCXXCompilerFlag)
 set(HARDEN_WARN
     -Wall -Wextra -Wpedantic -Wformat -Wformat=2 -Wconversion -Wsign-conversion -Wimplicit-fallthrough -Wshadow
     -Wcast-align -Wcast-qual -Wundef -Wvla -Wnull-dereference -Wdouble-promotion -Wmissing-declarations
-    -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wzero-as-null-pointer-constant
-    -Werror -Werror=format-security)
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wzero-as-null-pointer-constant)
 # What changes the code, for C as well.
 set(HARDEN_CODE
     -fstack-protector-strong

@@ -6,9 +6,10 @@
 #include <cstdio>
 
 #include "base/input.h"
+#include "platform/product.h"
 
 namespace {
-constexpr char kSwitchPath[] = "/var/appdebug";
+constexpr char kSwitchPath[] = PRODUCT_DEBUG_SWITCH;
 }
 
 int read_debug_switch() {

@@ -19,6 +19,7 @@
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "login/session_id.h"
+#include "platform/product.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -26,7 +27,7 @@ namespace {
 
 constexpr char kModule[] = "applogin";
 
-constexpr char kSessionPath[] = "/var/app_sessionid";
+constexpr char kSessionPath[] = PRODUCT_SESSION;
 constexpr char kSessionKey[] = "sessionid=";
 
 // The "msg" of the login reply.
@@ -175,7 +176,7 @@ int app_set_logout_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
     if (integer_value(logout) != 1) {
         return kFailed;
     }
-    run_command("rm /var/app_sessionid");
+    run_command("rm " PRODUCT_SESSION);
     DebugLog("logout done\n");
     return 0;
 }

@@ -7,8 +7,9 @@
 #include "base/mac_text.h"
 #include "base/records.h"
 #include "base/resource.h"
+#include "platform/product.h"
 
-constexpr char kTopologyPath[] = "/tmp/topology_json";
+constexpr char kTopologyPath[] = PRODUCT_TOPOLOGY;
 
 // Reads the topology, which is the first line of the file at `path` and may have any length. Empty holder: the file
 // can't be opened. A file that can't be read gives an empty text, which like any other that is no JSON does not parse.

@@ -13,12 +13,13 @@
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"
+#include "platform/product.h"
 
 namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr char kFirmwareInfoPath[] = "/etc/fwInfo.file";
+constexpr char kFirmwareInfoPath[] = PRODUCT_FIRMWARE_INFO;
 
 constexpr size_t kShortestAddress = 3;
 constexpr size_t kLongestAddress = 63;

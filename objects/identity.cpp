@@ -8,16 +8,11 @@
 #include "base/json.h"
 #include "base/mac_text.h"
 #include "base/text.h"
+#include "platform/product.h"
 #include "store/store.h"
 
-namespace {
-constexpr char kDeviceType[] = "Mesh";
-constexpr char kModel[] = "KT7094HZM";
-constexpr char kSoftwareVersion[] = "1.0.0(515)";
-}  // namespace
-
 bool read_bridge_mac(MacText &mac) {
-    const Pipe output = open_command("ifconfig br0");
+    const Pipe output = open_command("ifconfig " PRODUCT_LAN_INTERFACE);
     if (!output) {
         return false;
     }
@@ -25,7 +20,7 @@ bool read_bridge_mac(MacText &mac) {
     while (read_line(output.get(), line)) {
         // "br0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC": the fourth word behind the name.
         char word[kLineSize];
-        if (sscanf(line, "br0%1022s%1022s%1022s%1022s", word, word, word, mac.text) == 4) {
+        if (sscanf(line, PRODUCT_LAN_INTERFACE "%1022s%1022s%1022s%1022s", word, word, word, mac.text) == 4) {
             return true;
         }
     }
@@ -60,11 +55,11 @@ void add_identity(cJSON *reply, const MacText &mac, const Identity &identity, co
     join(hardware_version, {Decimal(identity.board_version).c_str()});
     cJSON *info = cJSON_AddObjectToObject(reply, "dutInfo");
     cJSON_AddStringToObject(info, "mac", mac.text);
-    cJSON_AddStringToObject(info, "type", kDeviceType);
-    cJSON_AddStringToObject(info, "model", kModel);
+    cJSON_AddStringToObject(info, "type", PRODUCT_DEVICE_TYPE);
+    cJSON_AddStringToObject(info, "model", PRODUCT_MODEL);
     cJSON_AddStringToObject(info, "sn", identity.serial.c_str());
     cJSON_AddStringToObject(info, "name", identity.name.c_str());
-    cJSON_AddStringToObject(info, "sVersion", kSoftwareVersion);
+    cJSON_AddStringToObject(info, "sVersion", PRODUCT_SOFTWARE_VERSION);
     cJSON_AddStringToObject(info, "hVersion", hardware_version);
     cJSON_AddStringToObject(info, "date", date);
     add_number(info, "init", identity.init);

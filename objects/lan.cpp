@@ -11,6 +11,7 @@
 #include "base/range.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/interface_address.h"
+#include "platform/product.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 constexpr char kModule[] = "app";
 
-constexpr char kBridge[] = "br0";
+constexpr char kBridge[] = PRODUCT_LAN_INTERFACE;
 
 constexpr int kLongestLease = 7 * 24 * 60;  // minutes: a week
 

@@ -11,6 +11,7 @@
 #include "kernel/interface_address.h"
 #include "kernel/name_servers.h"
 #include "kernel/routes.h"
+#include "platform/product.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -102,7 +103,7 @@ const char *wan_interface(int type) {
     constexpr int kFirst = 3;
     constexpr unsigned kOverPpp = 0x200B;  // types 3, 4, 6 and 16, counted from the first
     const auto bit = static_cast<uint8_t>(type - kFirst);
-    return bit < 14 && (kOverPpp >> bit & 1U) != 0 ? "ppp0" : "eth1";
+    return bit < 14 && (kOverPpp >> bit & 1U) != 0 ? PRODUCT_PPP_INTERFACE : PRODUCT_WAN_INTERFACE;
 }
 
 int app_get_wanInfo_handler(const char *name, cJSON * /*request*/, cJSON *reply) {

@@ -16,6 +16,7 @@
 #include "gateway/handler/message.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wan.h"
+#include "platform/product.h"
 
 namespace {
 
@@ -23,11 +24,11 @@ constexpr char kModule[] = "app";
 
 constexpr char kSampleNow[] = "killall -USR1 speedtest 2>/dev/null";
 
-constexpr char kInternetPath[] = "/tmp/internet";
-constexpr char kSpeedPath[] = "/tmp/speed/wanspeed";
-constexpr char kPppLinkPath[] = "/etc/ppp/link";  // there while a PPPoE session is up
-constexpr char kPppStartPath[] = "/var/ppp/startTime";
-constexpr char kDhcpStartPath[] = "/var/wan_uptime";
+constexpr char kInternetPath[] = PRODUCT_INTERNET;
+constexpr char kSpeedPath[] = PRODUCT_WAN_SPEED;
+constexpr char kPppLinkPath[] = PRODUCT_PPP_LINK;
+constexpr char kPppStartPath[] = PRODUCT_PPP_START;
+constexpr char kDhcpStartPath[] = PRODUCT_WAN_START;
 
 constexpr char kWanPort[] = "Port1";
 

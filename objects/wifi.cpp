@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wifi_security.h"
+#include "platform/product.h"
 #include "store/items.h"
 #include "store/store.h"
 #include "store/wlan.h"
@@ -20,7 +21,7 @@ constexpr size_t kLongestSsid = 32;
 constexpr size_t kShortestKey = 8;
 constexpr size_t kLongestKey = 64;
 
-constexpr char kDefaultUser[] = "admin";
+constexpr char kDefaultUser[] = PRODUCT_ADMINISTRATOR;
 
 constexpr char kSsidLength[] = "ERROR:SSID len is null or too long\n";
 constexpr char kKeyLength[] = "ERROR:password len is too short or too long\n";

@@ -8,6 +8,7 @@
 #include "base/json.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
+#include "platform/product.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -17,10 +18,10 @@ constexpr int kButtonStart = 1;
 constexpr int kButtonCancel = 0;
 
 // The interface of the WPS daemon. With mesh on, it is the mesh that watches the button.
-constexpr char kStatusPath[] = "/tmp/wscd_status";
+constexpr char kStatusPath[] = PRODUCT_WPS_STATUS;
 constexpr char kStart[] = "wscd -sig_pbc wlan1";
-constexpr char kStartMesh[] = "echo 1 > /tmp/virtual_push_button";
-constexpr char kCancel[] = "echo wlan1 > /tmp/wscd_cancel ";
+constexpr char kStartMesh[] = "echo 1 > " PRODUCT_WPS_BUTTON;
+constexpr char kCancel[] = "echo wlan1 > " PRODUCT_WPS_CANCEL " ";
 
 }  // namespace
 
@@ -28,7 +29,7 @@ int app_get_wps_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON *wps = cJSON_AddObjectToObject(reply, name);
     char status[5];  // four characters and the terminator
     if (!read_beginning(kStatusPath, status)) {
-        perror("open /tmp/wscd_status FAIL");
+        perror("open " PRODUCT_WPS_STATUS " FAIL");
         return kFailed;
     }
     add_number(wps, "status", decimal_value(status));
