@@ -11,7 +11,7 @@ set -eu
 packages_of() {
     case "$1" in
     build) echo g++ cmake ninja-build libcjson-dev liblmdb-dev libgtest-dev ;;
-    router) echo lighttpd busybox proot iproute2 nftables python3 python3-seccomp curl ;;
+    router) echo lighttpd busybox proot iproute2 nftables python3 python3-jsonschema python3-seccomp python3-tornado curl ;;
     home) echo python3 python3-jsonschema ;;
     python) echo python3 ;;
     contract) echo python3 python3-yaml python3-jsonschema ;;

@@ -55,6 +55,7 @@ store           | wait | -    | build                | release: store_tests     
 homes           | wait | -    | home                 |                                       | tests/home/run
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick
 e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
+control         | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/control/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run
 docs            | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/docs/run
 ROWS

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Called by script/server, which has checked the options, installed and built what is needed:
 
-keeper --project DIR --build DIR --state DIR --port N [--loopback-port N] [OPTION...]
+keeper --project DIR --build DIR --state DIR --port N [--loopback-port N] [--control-port N] [OPTION...]
 
 Keeps a router running until it is told to stop. Exit status: 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP did; 1 when something
 failed or ended.
@@ -19,7 +19,6 @@ import pathlib  # noqa: E402
 import signal  # noqa: E402
 import subprocess  # noqa: E402
 
-import control  # noqa: E402
 import facts  # noqa: E402
 import kernel  # noqa: E402
 import layout  # noqa: E402
@@ -27,10 +26,14 @@ import namespaces  # noqa: E402
 import ports  # noqa: E402
 import premises  # noqa: E402
 import proot  # noqa: E402
+import questions  # noqa: E402
 import router  # noqa: E402
 import state  # noqa: E402
 from introduction import introduction  # noqa: E402
 from keeper import STATUS_OF_SIGNAL, Keeper, Stopped  # noqa: E402
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1]))
+from control import server  # noqa: E402
 
 OUTAGE_SECONDS = 20  # where neither an option nor the home file tells
 
@@ -44,6 +47,7 @@ def parse(words):
     parser.add_argument("--state", required=True)
     parser.add_argument("--port", type=int, required=True)
     parser.add_argument("--loopback-port", type=int)
+    parser.add_argument("--control-port", type=int, default=0)
     parser.add_argument("--home", type=pathlib.Path)
     for name in ("--agents", "--phones"):
         parser.add_argument(name, type=int, default=name == "--phones")
@@ -105,10 +109,12 @@ async def keep(options):
         # Whoever starts it in the background has Ctrl-C ignored, which it heeds nevertheless; nohup asks for no hang-up.
         if number != signal.SIGHUP or signal.getsignal(number) != signal.SIG_IGN:
             loop.add_signal_handler(number, stop, number)
-    asker = None
+    asker = port = None
     try:
         keeper.ports = open_ports(options, keeper)
-        asker = control.Control(keeper)
+        port = server.Server(keeper, options.control_port, options.allow_host)
+        port.start()
+        asker = questions.Questions(keeper)
         starting = asyncio.ensure_future(keeper.start())
         await asyncio.wait([starting, keeper.stop], return_when=asyncio.FIRST_COMPLETED)
         if not starting.done():
@@ -118,7 +124,7 @@ async def keep(options):
         if options.build_lock is not None:
             os.close(options.build_lock)
         others = [(port.name, port.number, keeper.address_of(port)) for port in keeper.ports[1:] if port.name != "router"]
-        keeper.say(introduction(await keeper.introduction(), options.port, options.loopback_port, others))
+        keeper.say(introduction(await keeper.introduction(), options.port, options.loopback_port, port.printed_url(), others))
         return await keeper.stop
     except Stopped as stopped:
         return stopped.status
@@ -128,6 +134,8 @@ async def keep(options):
         print(error if isinstance(error, ports.PortTaken) else f"script/server: {error or 'the home does not come up'}", file=sys.stderr)
         return 1
     finally:
+        if port:
+            await port.close()
         if asker:
             asker.close()
         await keeper.close()

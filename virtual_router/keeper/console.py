@@ -13,6 +13,7 @@ import unicodedata
 MOST_LINE_BYTES = 4096
 MOST_WAITING = 20000  # lines that the terminal has not taken yet
 END_SECONDS = 2
+SETTLE_SECONDS = 0.05
 
 _UNPRINTABLE = {"Cc", "Cf", "Cs", "Co", "Cn", "Zl", "Zp"}
 
@@ -70,15 +71,11 @@ class Printer:
         self.thread.join(max(0, deadline - time.monotonic()))
 
 
-class LineReader:
-    """Reads a descriptor of a router's program, and says each line under a name. Empty lines are left out: the router's programs
-    end many of theirs with two line feeds."""
+class PipeReader:
+    """Reads a descriptor to its end. take(data) gets what comes, and nothing at the end."""
 
-    def __init__(self, fd, say, name=None):
+    def __init__(self, fd):
         self.fd = fd
-        self.say = say
-        self.prefix = f"{name}: " if name else ""
-        self.rest = b""
         os.set_blocking(fd, False)
         self.loop = asyncio.get_running_loop()
         self.ended = self.loop.create_future()
@@ -91,6 +88,44 @@ class LineReader:
             return
         except OSError:
             data = b""
+        self.take(data)
+        if not data:
+            self.close()
+
+    async def settle(self):
+        """Waits a moment for the end, after that of the program: what it left running may hold the pipe, and what it said itself is there."""
+        with contextlib.suppress(asyncio.TimeoutError):
+            await asyncio.wait_for(asyncio.shield(self.ended), SETTLE_SECONDS)
+
+    def close(self):
+        if not self.ended.done():
+            self.loop.remove_reader(self.fd)
+            os.close(self.fd)
+            self.ended.set_result(None)
+
+
+class Collector(PipeReader):
+    """Keeps the first bytes in `data`, and drops what comes behind them."""
+
+    def __init__(self, fd, most):
+        super().__init__(fd)
+        self.data = bytearray()
+        self.most = most
+
+    def take(self, data):
+        self.data += data[: self.most - len(self.data)]
+
+
+class LineReader(PipeReader):
+    """Says each line under a name. Empty lines are left out: the router's programs end many of theirs with two line feeds."""
+
+    def __init__(self, fd, say, name=None):
+        super().__init__(fd)
+        self.say = say
+        self.prefix = f"{name}: " if name else ""
+        self.rest = b""
+
+    def take(self, data):
         *lines, self.rest = (self.rest + data).split(b"\n")
         if not data or len(self.rest) > MOST_LINE_BYTES:
             lines.append(self.rest)
@@ -98,11 +133,3 @@ class LineReader:
         for line in lines:
             for start in range(0, len(line), MOST_LINE_BYTES):
                 self.say(self.prefix + printable(line[start : start + MOST_LINE_BYTES]))
-        if not data:
-            self.close()
-
-    def close(self):
-        if not self.ended.done():
-            self.loop.remove_reader(self.fd)
-            os.close(self.fd)
-            self.ended.set_result(None)

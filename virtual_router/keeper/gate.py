@@ -15,6 +15,8 @@ _HEADER = re.compile(rb"(" + _TOKEN + rb"):[ \t]*(.*?)[ \t]*", re.DOTALL)
 _ABSOLUTE = re.compile(rb"(?i)https?://([^/?#]*)(.*)", re.DOTALL)
 # About this connection only. None is passed on: the web server gets one request by a connection, and speaks nothing else on it.
 _OF_CONNECTION = {b"connection", b"keep-alive", b"proxy-connection", b"upgrade", b"http2-settings", b"te"}
+# A browser sends the cookies of one of this PC's ports to all; the one that opens the control port is not for a router.
+_NOT_PASSED = re.compile(rb"control-[0-9]+=[^;]*(?:;[ \t]*|$)")
 _SHOWN_CHARACTERS = 80
 
 
@@ -78,7 +80,9 @@ class Gate:
         if len(lengths) > 1 or (lengths and values(b"transfer-encoding")) or any(not length.isdigit() for length in lengths):
             raise Refusal("400 Bad Request", "The length of the body is not clear.")
         length = None if values(b"transfer-encoding") else int(lengths.pop()) if lengths else 0
-        passed = b"".join(name + b": " + value + b"\r\n" for lower, name, value in headers if lower not in _OF_CONNECTION)
+        passed = b"".join(
+            name + b": " + (_NOT_PASSED.sub(b"", value) if lower == b"cookie" else value) + b"\r\n" for lower, name, value in headers if lower not in _OF_CONNECTION
+        )
         wanted = values(b"access-control-request-method")
         return Request(
             method.decode(),

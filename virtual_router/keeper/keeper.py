@@ -11,7 +11,6 @@ import sys
 import time
 
 import console
-import control
 import kernel
 import namespaces
 import network
@@ -71,7 +70,8 @@ class Keeper:
         self.premises = None
         self.network = None
         self.ports = []
-        self.outage = None  # the task of a reboot
+        self.outage = None  # the task of a reboot while the router is away
+        self.rebooting = None  # the same to its end
         self.lan_lock = asyncio.Lock()
         self.stop = asyncio.get_running_loop().create_future()
         self.up = False
@@ -154,16 +154,21 @@ class Keeper:
         part, read = await self.with_pipe(argv[0], guest, argv, environment)
         lines = reader(read)
         status = await part.ended
-        # What it left running may hold the pipe; what it said itself is there.
-        with contextlib.suppress(asyncio.TimeoutError):
-            await asyncio.wait_for(asyncio.shield(lines.ended), 0.05)
+        await lines.settle()
         return shell_status(status)
 
-    async def collect(self, guest, argv, environment, most):
+    async def outcome(self, guest, argv, environment, most):
+        """Runs a program to its end. Returns its status and the first `most` bytes that it printed."""
         part, read = await self.with_pipe(argv[0], guest, argv, environment)
-        await part.ended
-        with os.fdopen(read, "rb") as file:
-            return await asyncio.to_thread(file.read, most)
+        printed = console.Collector(read, most)
+        status = await part.ended
+        await printed.settle()
+        printed.close()
+        return shell_status(status), bytes(printed.data)
+
+    async def collect(self, guest, argv, environment, most):
+        _, printed = await self.outcome(guest, argv, environment, most)
+        return printed
 
     async def open_in_root(self, path):
         found = await self.order("open", path=path)
@@ -442,7 +447,12 @@ class Keeper:
     def reset_wanted(self, who):
         """A router is to start anew. It hears "done" first."""
         if who is self.main and not self.outage:
-            self.outage = self.background(self.reboot())
+            self.outage = self.rebooting = self.background(self.reboot())
+
+    async def outage_over(self):
+        """Waits until the router is back from a reboot that was asked for."""
+        if self.rebooting:
+            await asyncio.wait([self.rebooting, self.stop], return_when=asyncio.FIRST_COMPLETED)
 
     async def reboot(self):
         seconds = self.options.outage

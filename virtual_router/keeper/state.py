@@ -12,6 +12,7 @@ import kernel
 LOCK = "router.lock"
 RUN = "run"
 SOCKET = "keeper.sock"
+CONTROL_FILE = "control.json"  # where the control port is, and its token
 
 
 class Refused(Exception):
@@ -55,7 +56,8 @@ class State:
             kernel.remove_queue(int((self.run / "queue").read_text()))
         if self.run.exists():
             shutil.rmtree(self.run, ignore_errors=True)
-        (self.path / SOCKET).unlink(missing_ok=True)
+        for name in (SOCKET, CONTROL_FILE, f"{CONTROL_FILE}.new"):
+            (self.path / name).unlink(missing_ok=True)
 
 
 def socket_address(folder):

@@ -6,13 +6,12 @@ import asyncio
 import contextlib
 import json
 import os
-import pwd
 import signal
 import socket
-import time
 
 import premises
 import router
+import status
 from router import shell_status
 from state import socket_address
 
@@ -25,7 +24,7 @@ class WrongCall(Exception):
     """The question makes no sense here; the text says why."""
 
 
-class Control:
+class Questions:
     def __init__(self, keeper):
         self.keeper = keeper
         self.loop = asyncio.get_running_loop()
@@ -93,7 +92,7 @@ class Control:
         words = [str(word) for word in question["words"]]
         match question["verb"]:
             case "status":
-                return {"status": 0, "is": self.status()}
+                return {"status": 0, "is": await status.of(keeper)}
             case "run":
                 guest = question.get("of") or keeper.main.guest
                 if guest not in keeper.routers:
@@ -130,23 +129,3 @@ class Control:
         if not part.ended.done():
             await self.keeper.order("kill", number=part.number, signal_number=signal.SIGKILL, group=True)
         return {"status": shell_status(await part.ended)}
-
-    def status(self):
-        """What runs, where, since when, and which requests are in flight."""
-        keeper = self.keeper
-        return {
-            "state": str(keeper.state.path),
-            "mode": keeper.premises.mode.name,
-            "user": pwd.getpwuid(os.geteuid()).pw_name,
-            "lan": str(keeper.network.lan) if keeper.network.lan else None,
-            "phones": {phone.number: str(address) for phone, address in keeper.network.addresses.items() if phone in keeper.network.phones},
-            "agents": {agent.number: str(address) for agent, address in keeper.network.addresses.items() if agent in keeper.network.agents},
-            "ports": {port.number: {"of": port.name, "open": port.open} for port in keeper.ports},
-            "routers": {name: {"on": found.on, "since": found.since} for name, found in keeper.routers.items()},
-            "parts": [{"name": part.name, "of": part.guest, "since": part.since} for part in keeper.parts.values()],
-            "requests": [
-                {"port": port.number, "request": request.request, "seconds": round(time.time() - request.since, 3)}
-                for port in keeper.ports
-                for request in port.in_flight.values()
-            ],
-        }

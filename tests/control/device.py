@@ -1,0 +1,57 @@
+# SPDX-License-Identifier: MIT
+"""The router as a device, over HTTP: the same as script/router's words."""
+
+from router import look_until
+
+
+def act(results, router, control):
+    status = control.get("/api/status").json()
+    results.check("the status tells that the router is up", status["router"] == "up" and str(router.port) in status["ports"], status)
+    home = control.get("/api/home").json()
+    names = [device["name"] for device in home["devices"]]
+    results.check("the home is shown", len(names) > 3, names)
+    device = next(device for device in home["devices"][1:] if device["at"] not in ("away", "unseen"))  # the phone is the first, and stays
+    answer = control.post("/api/home/roam", {"words": [device["name"], "away"]})
+    results.check("a device is led away", answer.status == 200 and answer.json()["text"] == f"{device['name']} is at away", answer)
+    _, said = router.inside("home", "show", "--json")
+    results.check("which script/router sees", f'"name": "{device["name"]}"' in said, said[:300])
+    answer = control.post("/api/home/roam", {"words": [device["name"], "away"]})
+    results.check("what cannot be is refused as a state", answer.status == 409 and answer.code() == "state", answer)
+    answer = control.post("/api/home/dance")
+    results.check("a verb that there is not is refused as a word", answer.status == 400 and answer.code() == "words", answer)
+    clock(results, control)
+    answer = control.post("/api/run", {"command": ["flash", "get", "MIB_DUT_NAME"]})
+    results.check("a command's output comes", answer.json() == {"status": 0, "output": "MIB_DUT_NAME=Family\n"}, answer)
+    answer = control.post("/api/run", {"command": ["sh", "-c", "echo; exit 3"]})
+    results.check("so does its exit status", answer.json() == {"status": 3, "output": "\n"}, answer)
+    answer = control.post("/api/run", {"command": ["sh", "-c", "yes | head -c 3000000"]})
+    results.check("output without end is cut", len(answer.json()["output"]) == 1 << 20, answer.status)
+    answer = control.post("/api/run", {"command": ["nothing-like-that"]})
+    results.check("a command that there is not has status 127", answer.json()["status"] == 127, answer)
+
+
+def clock(results, control):
+    before = control.get("/api/clock").json()
+    after = control.post("/api/clock/advance", {"words": ["2h"]}).json()
+    results.check("two hours pass", 7200 <= after["seconds"] - before["seconds"] < 7260, (before, after))
+    answer = control.post("/api/clock/rate", {"words": ["60"]})
+    results.check("the clock is hurried", answer.json()["rate"] == 60, answer)
+    answer = control.post("/api/clock/set", {"words": ["Monday", "07:30"]})
+    results.check("the clock is set", answer.json()["text"].startswith("Monday "), answer)
+    results.check("a rate that is none is refused", control.post("/api/clock/rate", {"words": ["fast"]}).status == 400)
+    control.post("/api/clock/rate", {"words": ["1"]})
+
+
+def reboot(results, router, control):
+    answer = control.post("/api/reboot")
+    results.check("a reboot is begun", answer.status == 200, answer)
+    gone = look_until(lambda seen: seen != "up", lambda: control.get("/api/status").json()["router"], pause=0.01)
+    results.check("the status tells that the router is away", gone in ("off", "booting"), gone)
+    for path, body in (("/api/clock/rate", {"words": ["1"]}), ("/api/run", {"command": ["true"]}), ("/api/reboot", {})):
+        answer = control.post(path, body)
+        if control.get("/api/status").json()["router"] == "off":
+            results.check(f"{path} is refused meanwhile", answer.status == 409, answer)
+    back = look_until(lambda seen: seen == "up", lambda: control.get("/api/status").json()["router"])
+    results.check("and that it is back", back == "up" and router.ask('{"action":"scan"}')[0] == 200, back)
+    answer = control.post("/api/reboot", {"wait": True})
+    results.check("who waits is answered when it is back", answer.json()["router"] == "up" and router.ask('{"action":"scan"}')[0] == 200, answer)

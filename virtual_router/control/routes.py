@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: MIT
+"""All that the control port answers. Whoever adds a module adds its table here."""
+
+from . import about, device
+
+ROUTES = (*about.ROUTES, *device.ROUTES)
