@@ -55,3 +55,18 @@ def reboot(results, router, control):
     results.check("and that it is back", back == "up" and router.ask('{"action":"scan"}')[0] == 200, back)
     answer = control.post("/api/reboot", {"wait": True})
     results.check("who waits is answered when it is back", answer.json()["router"] == "up" and router.ask('{"action":"scan"}')[0] == 200, answer)
+
+
+def words(results, router, control):
+    """script/router asks the control port, too."""
+    status, said = router.inside("url")
+    results.check("script/router url prints what was printed", status == 0 and said == f"{control.origin}/?token={control.token}\n", said)
+    status, said = router.inside("api", "/api/clock")
+    results.check("script/router api asks", status == 0 and '"rate": 1.0' in said, said)
+    status, said = router.inside("api", "/api/clock/rate", '{"words":["fast"]}')
+    results.check("a refusal is told", status == 1 and said == "script/router: a rate is a number from 0 to 3600, not 'fast'\n", said)
+    for wrong in (["api"], ["api", "status"], ["api", "/api/clock", "{"], ["reboot", "now"], ["url", "x"], ["api", "GET", "/a", "{}", "x"]):
+        status, said = router.inside(*wrong)
+        results.check(f"script/router {' '.join(wrong)} is a wrong call", status == 2, said)
+    status, said = router.inside("reboot", "--wait")
+    results.check("script/router reboot --wait waits", status == 0 and control.get("/api/status").json()["router"] == "up", said)

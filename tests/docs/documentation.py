@@ -9,7 +9,7 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 INDEX = PROJECT / "docs/objects/README.md"
 PROTOCOL = PROJECT / "docs/protocol.md"
 FIRST_PAGES = [PROJECT / "README.md", PROTOCOL]
-LAST_PAGES = [PROJECT / "docs/homes.md"]
+LAST_PAGES = [PROJECT / "docs/homes.md", PROJECT / "docs/control.md"]
 
 FENCE = re.compile(r"```(.*)")
 PROMPT = "$ "

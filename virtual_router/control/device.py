@@ -96,7 +96,7 @@ ROUTES = (
     route.Route("GET", "/api/home", show_home, "the home at this moment", {"type": "object"}, refusals=AWAY),
     route.Route(
         "POST", "/api/home/{verb}", act_on_home, "act on the home with a verb of script/router home", SAID, route.WORDS, refusals=AWAY,
-        example={"words": ["kids-tablet", "away"]},
+        example={"words": ["tablet", "away"]},
     ),
     route.Route("GET", "/api/clock", show_clock, "the router's clock", CLOCK, refusals=AWAY),
     route.Route(
