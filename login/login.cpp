@@ -16,6 +16,7 @@
 #include "base/output.h"
 #include "base/report.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "login/session_id.h"

@@ -5,7 +5,6 @@
 #define LOGIN_LOGIN_H
 
 #include "base/resource.h"
-#include "gateway/handler/object_handler.h"
 
 // Codes of a login reply; part of the protocol.
 constexpr int kLoginSuccess = 0;
@@ -20,8 +19,5 @@ int checkLogin(const cJSON *request);
 
 // Prints a login reply: `reply`, or a new object when it is empty, with the action and the result added.
 void send_login_response(Json reply, int code);
-
-// Setter of the object "logout".
-ObjectHandler app_set_logout_handler;
 
 #endif

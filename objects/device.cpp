@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/device.h"
+// The objects "dutInfo" (who the device is), "timeZone", "opMode" and "app" (numbers that the app keeps on the router).
 
 #include <cstdint>
 
@@ -7,6 +7,7 @@
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"
 #include "objects/time_zone.h"

@@ -10,6 +10,7 @@
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"

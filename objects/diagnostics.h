@@ -6,13 +6,8 @@
 
 #include <cjson/cJSON.h>
 
-#include "gateway/handler/object_handler.h"
-
 // Action "scan". Prints the reply. Returns 0, or -1 without a request or without the firmware information file: then
 // nothing is printed.
 int app_action_scan(cJSON *request);
-
-// Getter of "netDig".
-ObjectHandler app_get_netDig_handler;
 
 #endif

@@ -9,6 +9,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/range.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/interface_address.h"
 #include "platform/product.h"

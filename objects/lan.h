@@ -5,13 +5,8 @@
 
 #include <netinet/in.h>
 
-#include "gateway/handler/object_handler.h"
-
 // Whether a DHCP pool suits the LAN: its end lies above its start, both are in the subnet of `ip` under `mask`, and the
 // mask leaves room for it (the source says how that is measured). All in network order.
 bool check_lan_range(in_addr ip, in_addr mask, in_addr start, in_addr end);
-
-ObjectHandler app_get_lan_handler;
-ObjectHandler app_set_lan_handler;
 
 #endif

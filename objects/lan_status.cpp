@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/lan_status.h"
+// The objects "lanStatus" (the devices of the LAN) and "meshStatus" (the mesh with the wired devices added).
 
 #include <cstring>
 
@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "base/utf8.h"
 #include "clients/client_list.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "mesh/topology.h"
 

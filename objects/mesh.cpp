@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "objects/mesh.h"
+// The object "mesh": the unit's role in the mesh, the radio of its backhaul and its name there.
 
 #include <cstring>
 #include <initializer_list>
 
 #include "base/json.h"
 #include "base/range.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "mesh/backhaul_credentials.h"
 #include "mesh/topology.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/net_acc.h"
+// The object "netAcc": at which times which device may reach the network.
 
 #include <cstdint>
 #include <cstring>
@@ -9,6 +9,7 @@
 #include "base/mac_text.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "objects/mac_list.h"

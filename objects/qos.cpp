@@ -11,6 +11,7 @@
 #include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/message.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "store/items.h"
 #include "store/store.h"
@@ -275,6 +276,7 @@ int app_get_qos_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     return 0;
 }
 
+// Passes the numbers of qosAddAction() on.
 int app_set_qos_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     const cJSON *qos = find_item(request, name);
     if (qos == nullptr) {

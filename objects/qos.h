@@ -8,8 +8,6 @@
 
 #include <cstdint>
 
-#include "gateway/handler/object_handler.h"
-
 constexpr int kMostRules = 10;
 
 // The addresses of a rule, both included. The start may lie behind the end: nobody checks.
@@ -60,9 +58,5 @@ QosResult ipQosAdd(const QosRuleRequest &request);
 // Adds the rule that "ipRuleMod" describes. 0, or with the message: 1 the table is full, 2 its addresses are in
 // conflict with another rule's, -1 for all else.
 int qosAddAction(const cJSON *rule);
-
-// The setter passes the numbers of qosAddAction() on.
-ObjectHandler app_get_qos_handler;
-ObjectHandler app_set_qos_handler;
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/sec.h"
+// The object "Sec": the firewall, its protections against floods, and the MAC filter.
 
 #include <cstdint>
 #include <cstdio>
@@ -9,6 +9,7 @@
 #include "base/json.h"
 #include "base/mac_text.h"
 #include "base/range.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "objects/mac_list.h"

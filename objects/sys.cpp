@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "objects/sys.h"
+// The object "sys": the administrator's account, up-time, scheduled reboot, LEDs, time zone, and the commands reboot,
+// restore and upgrade.
 
 #include <sys/sysinfo.h>
 
@@ -12,6 +13,7 @@
 #include "base/range.h"
 #include "base/text.h"
 #include "gateway/handler/message.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "mesh/topology.h"
 #include "objects/schedule_text.h"

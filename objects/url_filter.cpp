@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/url_filter.h"
+// The object "urlfilter": keywords in addresses of web pages, a black and a white list of them.
 
 #include <cstdint>
 #include <cstring>
@@ -7,6 +7,7 @@
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/firewall_reload.h"
 #include "store/items.h"

@@ -7,6 +7,7 @@
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "kernel/interface_address.h"
 #include "kernel/name_servers.h"

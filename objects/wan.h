@@ -4,7 +4,6 @@
 #ifndef OBJECTS_WAN_H
 #define OBJECTS_WAN_H
 
-#include "gateway/handler/object_handler.h"
 #include "store/item.h"
 
 // Types of the WAN connection, as the store and the requests number them. The firmware knows more.
@@ -32,10 +31,5 @@ bool is_mtu_valid(const ConnectionType &connection, int mtu);
 
 // The interface that carries the Internet traffic of a connection type. Only the low byte of `type` counts.
 const char *wan_interface(int type);
-
-ObjectHandler app_get_wanInfo_handler;
-ObjectHandler app_set_wanInfo_handler;
-ObjectHandler app_get_wanAdvance_handler;
-ObjectHandler app_set_wanAdvance_handler;
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/wan_status.h"
+// The object "wanStatus": the WAN's link, up-time and throughput, as the router's other programs write them to files.
 
 #include <cmath>
 #include <cstdio>
@@ -14,6 +14,7 @@
 #include "base/text.h"
 #include "clients/switch_ports.h"
 #include "gateway/handler/message.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wan.h"
 #include "platform/product.h"

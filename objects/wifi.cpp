@@ -5,6 +5,7 @@
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/wifi_security.h"
 #include "platform/product.h"

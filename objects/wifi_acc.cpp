@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "objects/wifi_acc.h"
+// The object "wifiAcc": which devices may join the Wi-Fi. The lists of both radios are kept the same.
 
 #include <cstring>
 
 #include "base/json.h"
 #include "base/mac_text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/mac_list.h"
 #include "store/items.h"

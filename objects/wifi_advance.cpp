@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "objects/wifi_advance.h"
+// The object "wifiAdvance": channel and switch of each main radio, and the channels that may be chosen.
 
 #include <climits>
 
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "objects/channels.h"
 #include "objects/wifi.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "objects/wps.h"
+// The object "wps": pairing by push button.
 
 #include <cstdio>
 
@@ -7,6 +7,7 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
+#include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "platform/product.h"
 #include "store/items.h"

@@ -1,14 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The macros of the cases, which the requests of the contract use too."""
 
-import sys
+import contract  # noqa: F401 - which puts tests/runner on the path
 
-from contract import PROJECT
-
-sys.path[:0] = [str(PROJECT / folder) for folder in ("tests/runner", "platform", "virtual_router/vocabulary")]
-
-import caseformat  # noqa: E402
-from vocabulary import parse_event  # noqa: E402, F401 - of virtual_router/vocabulary
+import caseformat
+from vocabulary import parse_event  # noqa: F401 - of virtual_router/vocabulary
 
 
 def expand(node):

@@ -4,6 +4,7 @@
 import json
 
 from caseformat_text import expand
+from contract import compact
 from tables import shown, stored_before
 
 HEAD = """# Messages
@@ -29,7 +30,7 @@ def page(contract):
             parts.append(f"## {name}\n\n")
             last = name
         trial = step.get("try", {})
-        body = json.dumps({"action": action, name: trial["send"]}, separators=(",", ":"), ensure_ascii=False) if trial else None
+        body = compact({"action": action, name: trial["send"]}) if trial else None
         world = {key: value for key, value in trial.items() if key != "send"}
         parts.append(entry(step["refuse"], step.get("code", -1), f"{action}Rsp", step["cause"],
                            stored_before(contract.objects[name], action, step), step.get("unreachable"), body, world))

@@ -10,6 +10,9 @@ import yaml
 FOLDER = pathlib.Path(__file__).resolve().parents[1]
 PROJECT = FOLDER.parent
 sys.path.append(str(FOLDER / "clients/python/kt7094hzm/dry_run"))  # whose engine the tools use, too
+sys.path[:0] = [str(PROJECT / folder) for folder in ("tests/runner", "platform", "virtual_router/vocabulary")]
+
+import object_table  # noqa: E402 - of tests/runner
 
 
 class Loader(yaml.CSafeLoader):
@@ -23,15 +26,17 @@ Loader.yaml_implicit_resolvers = {
 
 
 class Contract:
-    """All files of a contract folder: `protocol`, and `objects` by name in the order of the protocol."""
+    """All files of a contract folder: `protocol`, and `objects` by name in the order in which the router handles them."""
 
     def __init__(self, folder=FOLDER):
         self.folder = pathlib.Path(folder)
         self.protocol = self.read("protocol.yaml")
-        self.order = self.protocol["objects"]
+        self.order = list(object_table.read(PROJECT))
         self.objects = {name: self.read(f"objects/{name}.yaml") for name in self.order}
 
     def read(self, name):
+        if not (self.folder / name).exists():
+            sys.exit(f"contract/{name}: not there, but {object_table.TABLE} has the object")
         with open(self.folder / name, encoding="utf-8") as file:
             return yaml.load(file, Loader)
 
@@ -45,6 +50,11 @@ class Contract:
     def refusals(self):
         """(object, action, step) of every refusal."""
         return [row for row in self.steps() if "refuse" in row[2]]
+
+
+def compact(value):
+    """JSON as the requests of pages and of the benchmark have it."""
+    return json.dumps(value, separators=(",", ":"), ensure_ascii=False)
 
 
 def flat(steps):

@@ -3,7 +3,9 @@
 
 import json
 
+import bench_rows
 import catalogue
+import new_page
 import openapi
 import requests_collection
 import schemas
@@ -25,7 +27,10 @@ def all_files(contract, project):
     files[folder / "openapi.json"] = as_json(openapi.document(contract, project))
     for name, facts in contract.objects.items():
         page = project / f"docs/objects/{name}.md"
-        files[page] = tables.splice(page.read_text(), tables.tables_of(facts))
+        files[page] = tables.splice(page.read_text() if page.exists() else new_page.text(name, facts), tables.tables_of(facts))
+    overview = project / "docs/objects/README.md"
+    files[overview] = tables.splice(overview.read_text(), {"objects": tables.overview(contract)})
+    files[project / "bench/made_kinds.inc"] = bench_rows.text(contract)
     files[project / "docs/messages.md"] = catalogue.page(contract)
     files[folder / "clients/typescript/src/types.ts"] = types_typescript.text(contract)
     files[folder / "clients/python/kt7094hzm/types.py"] = types_python.text(contract)

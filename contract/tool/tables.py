@@ -176,6 +176,15 @@ def tables_of(facts):
     return found
 
 
+def overview(contract):
+    """All objects in their order, each with the first sentence of what it is."""
+    rows = []
+    for name, facts in contract.objects.items():
+        about = facts["about"].split(". ")[0].removesuffix(".")
+        rows.append((f"[{name}]({name}.md)", *("yes" if action in facts else "no" for action in ("get", "set")), about))
+    return table(["object", "get", "set", "what it is"], rows)
+
+
 def splice(page, tables):
     """The page with the tables between its marks. A mark that the contract has no table for is an error."""
     seen = []
