@@ -9,4 +9,7 @@
 // written, and errno says why.
 bool write_all(int file, const char *bytes, size_t length);
 
+// The same for two texts, one behind the other.
+bool write_both(int file, const char *first, size_t first_length, const char *second, size_t second_length);
+
 #endif

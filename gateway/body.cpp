@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "base/input.h"
+#include "base/shortage.h"
 
 bool read_body(const char *content_length, OwnedText &body) {
     // The size is an int, terminator included: a length for which there is none means no body.
@@ -17,6 +18,7 @@ bool read_body(const char *content_length, OwnedText &body) {
     const int size = length + 1;  // +1 for the terminator
     body.reset(static_cast<char *>(calloc(static_cast<size_t>(size), 1)));
     if (!body) {
+        note_shortage();
         return false;
     }
     read_text(STDIN_FILENO, body.get(), size);

@@ -4,13 +4,30 @@
 #include <cstdlib>
 #include <utility>
 
+#include "gateway/handler/reply.h"
 #include "gateway/request.h"
 
-int main() {
+namespace {
+
+#ifdef CGI_HEADERS
+constexpr bool kHeaders = true;
+#else
+constexpr bool kHeaders = false;  // the web server passes a reply on as it is
+#endif
+
+int answer() {
     OwnedText body;
-    if (!receive_request(getenv("CONTENT_LENGTH"), body)) {
-        return kNotServed;
+    return receive_request(getenv("CONTENT_LENGTH"), body) ? answer_request(std::move(body), getenv("REMOTE_ADDR"))
+                                                           : kNotServed;
+}
+
+}  // namespace
+
+int main() {
+    if constexpr (kHeaders) {
+        print_reply_headers();
     }
-    const int status = answer_request(std::move(body), getenv("REMOTE_ADDR"));
+    const int status = answer();
+    print_missing_reply(status == 0);
     return status != 0 ? status : finish_request();
 }

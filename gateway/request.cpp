@@ -59,6 +59,7 @@ bool receive_request(const char *content_length, OwnedText &body) {
     app_debug = read_debug_switch();
     if (!store_open()) {
         EntryLog("Initialize AP MIB failed !\n\n");
+        lose_reply();
         return false;
     }
     if (content_length == nullptr) {

@@ -32,6 +32,7 @@ binary          | cpu  | code | build python         | release: app.cgi         
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
+headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
 contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test
