@@ -3,9 +3,11 @@
 
 import json
 import signal
+import time
 
 import router as routers
 from homes import Home, Neighbour
+from router import look_until
 from story import left_nothing, set_reply
 
 KEY = "a new secret key"
@@ -172,6 +174,19 @@ def a_night(t):
     t.clock("", "rate", "1")
 
 
+def rests(t):
+    """A home that stands still looks at nothing until something happens."""
+
+    def look():
+        before = t.router.wake_ups("python3", "home.py\0play")
+        time.sleep(2)
+        return t.router.wake_ups("python3", "home.py\0play") - before
+
+    # Once in a day a lease is renewed; what was set before may still have its end.
+    woken = look_until(lambda woken: woken <= 2, look)
+    t.results.check("it sleeps while nothing happens", woken <= 2, f"it woke up {woken} times in 2 s")
+
+
 def as_a_tree(t):
     status, said = t.router.inside("home", "show", "--json")
     tree = json.loads(said) if status == 0 else {}
@@ -192,6 +207,7 @@ def obey(results, way, build):
         t.sees("all of the home are listed", devices)
         radios(t, devices)
         as_a_tree(t)
+        rests(t)
         keys(t)
         access_list(t)
         for chapter in (an_evening, filters, internet, a_bridge, a_night):

@@ -197,6 +197,11 @@ class Router:
                 parent = table[parent][0]
         return None
 
+    def wake_ups(self, name, word):
+        """How often that process has waited for something so far."""
+        status = pathlib.Path(f"/proc/{self.find_process(name, word)}/status").read_text()
+        return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)$", status, re.MULTILINE).group(1))
+
     def inside(self, *command):
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
         run = subprocess.run(

@@ -54,13 +54,13 @@ class House:
         (self.root / "etc").mkdir(parents=True)
         file = folder / "h.json"
         file.write_text(json.dumps({**HOME, **keys}))
-        (folder / "phone").write_text("192.168.1.100\n")
         self.pc = StillPc()
         self.seconds = 0
         self.starts = 1
         self.wlan = dict(WLAN)
         self.engine = engine.Engine(homefile.load(file, *PHONE), folder, False, lambda: self.seconds)
         self.engine.clock.pc, self.engine.clock.pc_uptime = self.pc.now, self.pc.uptime
+        self.engine.phone = "192.168.1.100"
         self.home = self.engine.home
         for name, text in (
             ("lan", "192.168.1.1 255.255.255.0\n"),
@@ -360,6 +360,51 @@ def leases(check, house):
 
 
 @with_house
+def deadlines(check, house):
+    """The home knows when it has something to do, and has nothing to do before."""
+
+    def ends():
+        return {lease.ends for lease in house.home.leases.values()}
+
+    first = ends()
+    due = house.engine.due_in()
+    check("half of a lease passes in peace", DAY / 2 <= due <= DAY / 2 + 2, True)
+    house.pass_seconds(int(due) - 2)
+    check("until then none is renewed", ends(), first)
+    house.pass_seconds(int(house.engine.due_in()) + 1)
+    check("then all are", (len(ends()), min(ends()) > max(first)), (1, True))
+    due = house.engine.due_in()
+    house.engine.clock.hurry("60")
+    check("a clock that hurries is there sooner", round(house.engine.due_in()), round(due / 60))
+    house.engine.clock.hurry("0")
+    check("one that stands is never", house.engine.due_in(), None)
+    house.start_wlan()
+    due = house.engine.due_in()
+    waits = [device.waits for device in house.home.devices if device.waits is not None]
+    check("the first of those who come back", (due, len(waits) > 1), (min(waits), True))
+    house.pass_seconds(due + 0.001)
+    now = [device.waits for device in house.home.devices if device.waits is not None]
+    check("is there then", len(now) < len(waits), True)
+    house.pass_seconds(PATIENCE)
+    check("and nothing is due", house.engine.due_in(), None)
+    house.engine.start_moving()
+    check("but a step", house.engine.due_in(), house.home.about["pace"])
+
+
+@with_house
+def no_room(check, house):
+    """A router whose memory is full, or whose folders are gone, is its own trouble."""
+    path = house.root / "var/terminal_rate_info"
+    path.unlink()
+    path.mkdir()
+    house.order("step")
+    check("a file that cannot be written is left out", (path.is_dir(), house.home.steps), (True, 1))
+    path.rmdir()
+    house.order("roam", "tablet", "away")
+    check("and written when it can", "tablet" in house.rates(), False)
+
+
+@with_house
 def mesh(check, house):
     check("agents are there", ("192.168.1.10" in house.hosts(), "192.168.1.24" in house.hosts()), (True, True))
     house.put("mesh", "0\n")
@@ -444,5 +489,6 @@ def around_texts(check):
 
 
 CHAPTERS = (
-    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, mesh, trees, hostile, restored, twins, around_texts,
+    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, deadlines, no_room,
+    mesh, trees, hostile, restored, twins, around_texts,
 )  # fmt: skip

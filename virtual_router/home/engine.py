@@ -1,6 +1,11 @@
 # SPDX-License-Identifier: MIT
 """Plays a home beside a running router: writes what the router finds of it, does what the router's settings say to it, lets time
-pass, and takes orders."""
+pass, and takes orders.
+
+It sleeps until something is due, or until it hears of something: the keeper tells, as JSON, whenever something of the router may
+have changed, and each time the phone's address ({"phone": ADDRESS}; "" is none, null that it is about to get one). The home tells
+the keeper once that it is {"ready": true}.
+"""
 
 import collections
 import json
@@ -20,8 +25,8 @@ import verbs
 from model import Home
 
 SOCKET = "home.sock"  # in the router's run folder
-READY = "home.ready"  # there once the router's networks were seen and all is written
-LOOK_SECONDS = 0.1  # how often the engine looks for changes of the router
+GATHER_SECONDS = 0.05  # what changes together is looked at once, and no router can keep the home busy with it
+MOST_NEWS_BYTES = 4096
 MOST_ORDER_BYTES = 1 << 20
 PATIENCE_SECONDS = 2  # with whoever gives an order
 MOST_EVENTS = 1000
@@ -44,7 +49,9 @@ class Engine:
         self.written_to = None  # which root that was: a router that starts anew may have a new one
         self.seen = {}
         self.answers = None  # the networks that the provider answers for
-        self.ready = False  # the router has come so far that the home could be written as it is
+        self.phone = None  # as the keeper tells it
+        self.ready = False  # the router's networks were seen, so that the home could be written as it is
+        self.told_ready = False
         self.looked = self.seconds()
         self.leases_seen = 0
         self.start_moving()
@@ -76,16 +83,12 @@ class Engine:
         if root is None:
             return False
         facts = {name: self.root.read(f"var/run/{name}") for name in around.FILES}
-        try:
-            phone = (self.run / "phone").read_text().strip()
-        except OSError:
-            phone = None
         new = {name for name, content in facts.items() if content is not None and content != self.seen.get(name)}
         for name in new:
             self.around.take(name, facts[name].decode(errors="backslashreplace"))
-        changed = bool(new) or self.seen.get("phone") != phone
-        self.seen = {**facts, "phone": phone}
-        self.around.phone = phone or ""
+        changed = bool(new) or self.seen.get("phone") != self.phone
+        self.seen = {**facts, "phone": self.phone}
+        self.around.phone = self.around.phone if self.phone is None else self.phone
         self.around.now = self.clock.now()
         if new & {"wlan", "mesh"} and self.around.networks:
             self.tell_all(self.home.obey(self.around))
@@ -123,7 +126,7 @@ class Engine:
         self.answers = wanted
 
     def write(self):
-        """Writes what has changed, each file at once."""
+        """Writes what has changed, each file at once. What a router has no room for is written when it has."""
         if self.written_to is None:
             return
         self.around.now = self.clock.now()
@@ -132,18 +135,20 @@ class Engine:
         for name, content in sources.files(self.home, self.around, self.broken).items():
             if name in self.written and self.written[name] == content:
                 continue
-            if content is None:
-                self.root.remove(name)
-                if name in sources.COPIES:
-                    self.root.remove(sources.COPIES[name])
-            else:
-                self.root.write(name, content)
+            try:
+                if content is None:
+                    self.root.remove(name)
+                    if name in sources.COPIES:
+                        self.root.remove(sources.COPIES[name])
+                else:
+                    self.root.write(name, content)
+            except OSError:
+                self.written.pop(name, None)
+                continue
             self.written[name] = content
-        if self.ready:
-            (self.run / READY).touch()
 
     def look(self):
-        """What is to be done every now and then."""
+        """Takes over what is new of the router, and does what is due."""
         changed = self.look_around()
         now = self.seconds()
         if self.written_to is not None:
@@ -159,19 +164,51 @@ class Engine:
         if changed:
             self.write()
 
-    def serve(self):
-        """Runs for ever."""
+    def due_in(self):
+        """The seconds until something happens by itself; None: nothing will. Who waits for room in a full table hears of it otherwise."""
+        since = self.seconds() - self.looked
+        waits = [device.waits - since for device in self.home.devices if device.waits is not None and device.waits > 0]
+        if self.moving:
+            waits.append(self.next_step - self.seconds())
+        router, _, rate = self.clock.read()
+        lease = self.home.next_lease_change(self.around)
+        if lease is not None and rate > 0:
+            # Leases count in seconds: there is nothing to do more often.
+            waits.append(max(1, lease - router / clock.SECOND) * clock.RATE_UNIT / rate)
+        return max(0, min(waits)) if waits else None
+
+    def hear(self, keeper):
+        """Takes all that the keeper has told. False: it has gone."""
+        time.sleep(GATHER_SECONDS)
+        while True:
+            try:
+                news = keeper.recv(MOST_NEWS_BYTES, socket.MSG_DONTWAIT)
+            except BlockingIOError:
+                return True
+            if not news:
+                return False
+            self.phone = json.loads(news)["phone"]
+
+    def serve(self, keeper):
+        """Runs until the keeper has gone. `keeper` is a socket."""
         os.chdir(self.run)  # a socket's path may be about a hundred bytes long only
         listener = socket.socket(socket.AF_UNIX)
         pathlib.Path(SOCKET).unlink(missing_ok=True)
         listener.bind(SOCKET)
         listener.listen()
-        orders = selectors.DefaultSelector()
-        orders.register(listener, selectors.EVENT_READ)
+        sources_of_news = selectors.DefaultSelector()
+        for source in (listener, keeper):
+            sources_of_news.register(source, selectors.EVENT_READ)
         while True:
             self.look()
-            if orders.select(LOOK_SECONDS):
+            if self.ready and not self.told_ready:
+                self.told_ready = True
+                keeper.send(json.dumps({"ready": True}).encode())
+            ready = [key.fileobj for key, _ in sources_of_news.select(self.due_in())]
+            if listener in ready:
                 self.take_order(listener)
+            if keeper in ready and not self.hear(keeper):
+                return
 
     def take_order(self, listener):
         """An order is an array of words, the answer an array of an exit status and a text; it is given when it is done."""

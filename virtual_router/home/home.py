@@ -5,7 +5,8 @@ home.py check FILE PHONE-MAC PHONE-PLACE            says what is wrong with a ho
 home.py facts FILE PHONE-MAC PHONE-PLACE            prints what the keeper must know of it: {"store": {NAME: VALUE}, "outage": SECONDS
                                                     or null} as JSON
 home.py play FILE PHONE-MAC PHONE-PLACE MAC RUN yes|no   plays it beside the router in the folder RUN, whose LAN has that MAC
-                                                    address; yes: it stands still until it is told to move
+                                                    address; yes: it stands still until it is told to move. Its standard
+                                                    input is a socket to the keeper
 home.py ask RUN [WORD...]                           gives the home in that folder an order, and prints the answer
 home.py help                                        prints the orders
 home.py clock RUN [WORD...]                         shows or moves the clock of the router in that folder, home or not
@@ -47,7 +48,7 @@ def play(file, phone_mac, phone_place, mac, run, still):
 
     player = engine.Engine(load(file, phone_mac, phone_place), pathlib.Path(run).absolute(), still != "yes")
     player.around.mac = mac
-    player.serve()
+    player.serve(socket.socket(fileno=0))
 
 
 def ask(run, *words):

@@ -239,6 +239,12 @@ class Home:
         self.leases = dict(sorted(kept.items(), key=lambda item: item[1].ends)[-homefile.MOST_CLIENTS :])
         return self.leases != before
 
+    def next_lease_change(self, around):
+        """When renew_leases() has something to do next, in seconds since the epoch by the router's clock; None: never."""
+        wanting = {mac for _, _, mac in self.wanting_leases(around)} if around.gives_leases else ()
+        ends = [lease.ends - (around.lease_seconds // 2 - 1 if mac in wanting else 0) for mac, lease in self.leases.items()]
+        return min(ends, default=None)
+
     def wanting_leases(self, around):
         """Who gets an address from the DHCP server: address, name and MAC address."""
         for address, thing in self.hosts(around):

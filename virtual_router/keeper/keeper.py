@@ -4,9 +4,11 @@ it, it hears of each end, and what it is told to stop leaves nothing."""
 
 import asyncio
 import contextlib
+import json
 import os
 import re
 import signal
+import socket
 import sys
 import time
 
@@ -31,6 +33,8 @@ FULL_OF = {"processes": 0.5}
 MOST_FACT_BYTES = 4096
 HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
+# Files of /outside, and who hears of their change; the name "" stands for any.
+TOLD_HOME, TOLD_NETWORK = {"clock", ""}, {"hosts", ""}
 CLOCK = "outside/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
 NORMAL_RATE = 1000
 BOOT = 1 / 4  # of an outage: the part in which the router is on, and its services come back
@@ -75,6 +79,7 @@ class Keeper:
         self.lan_lock = asyncio.Lock()
         self.stop = asyncio.get_running_loop().create_future()
         self.up = False
+        self.home_line = None  # the socket to the program that plays the home
         self.home_ready = asyncio.Event()
         self.moved = asyncio.Event()  # the LAN has been followed for the first time since the router is on
 
@@ -88,11 +93,13 @@ class Keeper:
             self.end(1, "The premises have ended.")
         elif event["event"] == premises.ENDED:
             self.part_ended(event["number"], event["status"])
+        elif event["name"] == "in force":
+            self.tell_home()
         elif event["name"] == "outside":
-            if not self.outage and self.moved.is_set():
+            if not TOLD_HOME.isdisjoint(event["files"]):
+                self.tell_home()
+            if not TOLD_NETWORK.isdisjoint(event["files"]) and not self.outage and self.moved.is_set():
                 self.background(self.follow_hosts())
-        elif event["name"] == "run":
-            self.background(self.look_for_home())
 
     def background(self, work):
         task = asyncio.get_running_loop().create_task(work)
@@ -133,12 +140,13 @@ class Keeper:
             raise
         return part
 
-    async def with_pipe(self, name, guest, argv, environment, lasting=False):
-        """Starts a program whose output comes through a pipe. Returns the part and the pipe's end."""
+    async def with_pipe(self, name, guest, argv, environment, lasting=False, given=None):
+        """Starts a program whose output comes through a pipe, and whose input is nothing or a descriptor. Returns the part and the
+        pipe's end."""
         null = os.open("/dev/null", os.O_RDONLY | os.O_CLOEXEC)
         read, write = os.pipe2(os.O_CLOEXEC)
         try:
-            return await self.spawn(name, guest, argv, environment, [null, write, write], lasting), read
+            return await self.spawn(name, guest, argv, environment, [null if given is None else given, write, write], lasting), read
         except premises.Refused:
             os.close(read)
             raise
@@ -146,8 +154,8 @@ class Keeper:
             os.close(null)
             os.close(write)
 
-    async def start_part(self, name, guest, argv, environment, say, prefix):
-        _, read = await self.with_pipe(name, guest, argv, environment, lasting=True)
+    async def start_part(self, name, guest, argv, environment, say, prefix, given=None):
+        _, read = await self.with_pipe(name, guest, argv, environment, lasting=True, given=given)
         console.LineReader(read, say, prefix)
 
     async def run(self, guest, argv, environment, reader):
@@ -247,6 +255,7 @@ class Keeper:
         now = time.time_ns()
         shown, rate = clock or (now, NORMAL_RATE)
         await self.order("write", path=self.main.path(CLOCK), content=f"{now} {shown} 0 {rate}\n")
+        await self.watch_in_force()
         await self.main.boot()
         if self.options.settings:
             await self.store_settings()
@@ -348,11 +357,10 @@ class Keeper:
                 return
             first = not self.moved.is_set()
             await self.network.follow_lan(lan)
-            phone = self.network.addresses.get(self.network.phones[0], "")
-            await self.order("write", path="phone", content=f"{phone}\n")
             for agent in self.network.agents:
                 await self.give_lease(agent)
             self.moved.set()
+            self.tell_home()
         if not first:
             for port in self.ports:
                 if port.name != "router":
@@ -405,21 +413,45 @@ class Keeper:
         return ["/usr/bin/python3", "-B", f"{run}/{HOME_FILES}/virtual_router/home/home.py", *words]
 
     async def play_home(self):
-        await self.order("watch", name="run", path="")
         run = self.premises.mode.run
         file = f"{run}/{HOME_FILES}/{self.options.home.name}"
         facts = self.facts
         words = ["play", file, facts["PHONE_MAC"], facts["PHONE_PLACE"], facts["ROUTER_LAN_MAC"], run, "yes" if self.options.still else "no"]
-        await self.start_part("home", None, self.home_command(*words), self.tool_environment(), self.say, None)
+        self.home_line, given = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        self.home_line.setblocking(False)
+        asyncio.get_running_loop().add_reader(self.home_line, self.hear_home)
+        with given:
+            await self.start_part("home", None, self.home_command(*words), self.tool_environment(), self.say, None, given.fileno())
+        await self.watch_in_force()
+
+    async def watch_in_force(self):
+        """Has the home hear of each change of the settings that are in force in the router, which is on."""
+        if self.home_line:
+            await self.order("watch", name="in force", path=self.main.path("var/run"))
+            self.tell_home()
+
+    def tell_home(self):
+        """Something of the router may have changed: the home looks. It has the phone's address with it."""
+        if self.home_line:
+            phone = str(self.network.addresses.get(self.network.phones[0], "")) if self.moved.is_set() else None
+            with contextlib.suppress(OSError):  # a home that has not heard so many looks anyway; one that has ended is told of otherwise
+                self.home_line.send(json.dumps({"phone": phone}).encode())
+
+    def hear_home(self):
+        """It says one thing: that it is ready. Later it ends."""
+        try:
+            said = self.home_line.recv(MOST_FACT_BYTES)
+        except OSError:
+            said = b""
+        if said:
+            self.home_ready.set()
+        else:
+            asyncio.get_running_loop().remove_reader(self.home_line)
 
     def tool_environment(self):
         """Of the PC's programs that run beside the router."""
         kept = {name: os.environ[name] for name in ("PATH", "LANG", "LC_ALL") if name in os.environ}
         return {**kept, "PYTHONDONTWRITEBYTECODE": "1", "HOME": "/"}
-
-    async def look_for_home(self):
-        if not self.home_ready.is_set() and await self.order("read", path="home.ready", most=1) is not None:
-            self.home_ready.set()
 
     # --- what it uses up ---
 
@@ -466,6 +498,7 @@ class Keeper:
             port.cut()
         await self.main.power_off()
         self.moved.clear()
+        self.tell_home()
         async with self.lan_lock:
             await self.network.unplug()
         await asyncio.sleep(seconds * (1 - BOOT))
@@ -505,6 +538,8 @@ class Keeper:
         if self.premises:
             self.premises.close()
             await asyncio.to_thread(reap, time.monotonic() + END_SECONDS)
+        if self.home_line:
+            self.home_line.close()
         self.state.clear_run()
         self.printer.close()
 

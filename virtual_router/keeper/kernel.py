@@ -3,6 +3,7 @@
 
 import ctypes
 import os
+import sys
 
 _LIBC = ctypes.CDLL(None, use_errno=True)
 
@@ -155,6 +156,20 @@ def watch_folder(path):
     fd = _checked(_LIBC.inotify_init1(os.O_CLOEXEC | os.O_NONBLOCK))
     _checked(_LIBC.inotify_add_watch(fd, _path(path), IN_CLOSE_WRITE | IN_MOVED_TO), path)
     return fd
+
+
+def read_watch(fd):
+    """The names of the files that this happened to; an empty one where there were too many to tell."""
+    try:
+        data = os.read(fd, 65536)
+    except BlockingIOError:
+        return set()
+    names, at = set(), 0
+    while at < len(data):
+        length = int.from_bytes(data[at + 12 : at + 16], sys.byteorder)
+        names.add(os.fsdecode(data[at + 16 : at + 16 + length].rstrip(b"\0")))
+        at += 16 + length
+    return names
 
 
 def make_queue(key, mode):

@@ -29,6 +29,7 @@ MOST_MESSAGE_BYTES = 1 << 17
 MOST_DESCRIPTORS = 16
 ENDED = "ended"
 CHANGED = "changed"
+MOST_FILES_TOLD = 256  # of one change
 ROOT = "root/"  # the folder that holds a router's root, below that of the router
 NO_FILE = (errno.ENOENT, errno.ELOOP, errno.ENOTDIR, errno.ENXIO, errno.EXDEV)
 
@@ -88,6 +89,7 @@ class Server:
         poll = select.poll()
         for fd in (self.connection.fileno(), wake_read):
             poll.register(fd, select.POLLIN)
+        self.poll = poll
         while True:
             for fd, _ in poll.poll():
                 if fd == wake_read:
@@ -97,10 +99,10 @@ class Server:
                     message, fds = receive(self.connection)
                     if message is None:
                         return
-                    self.obey(message, fds, poll)
-                else:
-                    os.read(fd, 65536)
-                    send(self.connection, {"event": CHANGED, "name": self.watched[fd]})
+                    self.obey(message, fds)
+                elif fd in self.watched:
+                    files = sorted(kernel.read_watch(fd))[:MOST_FILES_TOLD]
+                    send(self.connection, {"event": CHANGED, "name": self.watched[fd], "files": files})
 
     def tell_ends(self):
         while self.tell_end(os.WNOHANG):
@@ -118,7 +120,7 @@ class Server:
             send(self.connection, {"event": ENDED, "number": number, "status": os.waitstatus_to_exitcode(status)})
         return pid
 
-    def obey(self, message, fds, poll):
+    def obey(self, message, fds):
         reply = {"id": message["id"]}
         given = []
         try:
@@ -133,9 +135,6 @@ class Server:
             reply["refused"] = traceback.format_exc()
         for fd in fds:
             os.close(fd)
-        if message["verb"] == "watch" and "refused" not in reply:
-            self.watched[reply["answer"]] = message["words"]["name"]
-            poll.register(reply["answer"], select.POLLIN)
         send(self.connection, reply, given)
         for fd in given:
             os.close(fd)
@@ -199,8 +198,14 @@ class Server:
         return [connection.detach()]
 
     def do_watch(self, _fds, name, path):
-        """Tells from now on when a file is written in the folder."""
-        return kernel.watch_folder(os.path.join(self.mode.run, path))
+        """Tells from now on which files are written in the folder. A watch takes the place of another of its name."""
+        for fd in [fd for fd, other in self.watched.items() if other == name]:
+            self.poll.unregister(fd)
+            del self.watched[fd]
+            os.close(fd)
+        fd = kernel.watch_folder(os.path.join(self.mode.run, path))
+        self.watched[fd] = name
+        self.poll.register(fd, select.POLLIN)
 
     def folder_of(self, path):
         """A descriptor of the folder that holds a file of the run folder, and the file's name. On the way through a router's root
