@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "base/shortage.h"
@@ -48,17 +49,18 @@ bool read_first_line(const char *path, Out line) {
     return true;
 }
 
-void read_text(int file, char *text, int size) {
+void read_text(int file, char *text, int size, size_t most) {
     int length = 0;
     int room = size - 1;  // of the line, for the bytes that are left out, too
     int taken = 0;        // of the line
     bool cut = false;     // the line's zero byte was met
     char bytes[4096];
     while (room > 0) {
-        const ssize_t count = read_some(file, bytes, sizeof bytes);
+        const ssize_t count = read_some(file, bytes, std::min(sizeof bytes, most));
         if (count <= 0) {
             return;
         }
+        most -= static_cast<size_t>(count);
         for (ssize_t i = 0; i < count && room > 0; ++i) {
             const char byte = bytes[i];
             if (byte == '\0' && taken == 0) {
@@ -83,17 +85,12 @@ bool read_beginning(const char *path, Out text) {
     if (!file) {
         return false;
     }
-    read_beginning(file.get(), text);  // what can't be read is empty
-    return true;
-}
-
-bool read_beginning(int file, Out text) {
     char *at = text.text;
     const char *const last = text.text + text.size - 1;
-    ssize_t count = 0;
-    while (at < last && (count = read_some(file, at, static_cast<size_t>(last - at))) > 0) {
+    ssize_t count;
+    while (at < last && (count = read_some(file.get(), at, static_cast<size_t>(last - at))) > 0) {
         at += count;
     }
     *at = '\0';
-    return count >= 0;
+    return true;
 }

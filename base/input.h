@@ -3,6 +3,7 @@
 #ifndef BASE_INPUT_H
 #define BASE_INPUT_H
 
+#include <cstdint>
 #include <cstdio>
 
 #include "base/resource.h"
@@ -28,13 +29,10 @@ bool read_first_line(const char *path, Out line);
 
 // Reads into `text`, which is `size` zero bytes, until the file ends or the last byte but one is used. It goes line by
 // line, and a zero byte ends a line: what follows it is overwritten by the next line, and a line that begins with one
-// ends the text.
-void read_text(int file, char *text, int size);
+// ends the text. At most `most` bytes are taken from the file, those that are left out included.
+void read_text(int file, char *text, int size, size_t most = SIZE_MAX);
 
 // Reads the beginning of a file, as much as `text` holds. False: it can't be opened, and `text` is empty.
 bool read_beginning(const char *path, Out text);
-
-// The same of a file that is open. False: it can't be read.
-bool read_beginning(int file, Out text);
 
 #endif

@@ -4,12 +4,13 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 
 #include "base/input.h"
 #include "base/shortage.h"
 
-bool read_body(const char *content_length, OwnedText &body) {
+bool read_body(const char *content_length, BodyEnd end, OwnedText &body) {
     // The size is an int, terminator included: a length for which there is none means no body.
     const int length = decimal_value(content_length);
     if (length < 1 || length == INT_MAX) {
@@ -21,6 +22,7 @@ bool read_body(const char *content_length, OwnedText &body) {
         note_shortage();
         return false;
     }
-    read_text(STDIN_FILENO, body.get(), size);
+    // Bytes that the text leaves out count as well, so that without the limit a body with zero bytes asks for more.
+    read_text(STDIN_FILENO, body.get(), size, end == BodyEnd::kLength ? static_cast<size_t>(length) : SIZE_MAX);
     return true;
 }

@@ -17,8 +17,9 @@ constexpr bool kHeaders = false;  // the web server passes a reply on as it is
 
 int answer() {
     OwnedText body;
-    return receive_request(getenv("CONTENT_LENGTH"), body) ? answer_request(std::move(body), getenv("REMOTE_ADDR"))
-                                                           : kNotServed;
+    return receive_request(getenv("CONTENT_LENGTH"), BodyEnd::kEndOfFile, body)
+               ? answer_request(std::move(body), getenv("REMOTE_ADDR"))
+               : kNotServed;
 }
 
 }  // namespace

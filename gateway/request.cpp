@@ -10,7 +10,6 @@
 #include "base/shortage.h"
 #include "base/text.h"
 #include "gateway/actions.h"
-#include "gateway/body.h"
 #include "gateway/debug_switch.h"
 #include "gateway/dispatch.h"
 #include "gateway/forward.h"
@@ -54,7 +53,7 @@ const char *pending_sysconf() {
 
 }  // namespace
 
-bool receive_request(const char *content_length, OwnedText &body) {
+bool receive_request(const char *content_length, BodyEnd end, OwnedText &body) {
     watch_json_allocations();
     app_debug = read_debug_switch();
     if (!store_open()) {
@@ -66,7 +65,7 @@ bool receive_request(const char *content_length, OwnedText &body) {
         fprintf(stderr, "==>Not found CONTENT_LENGTH\n");
         return false;
     }
-    if (!read_body(content_length, body)) {
+    if (!read_body(content_length, end, body)) {
         return false;
     }
     EntryLog("content=%s\n\n", printable(body.get()));
@@ -91,7 +90,6 @@ int answer_request(OwnedText body, const char *remote_address) {
         return kNotServed;
     }
     EntryLog("REMOTE_ADDR=%s\n\n", remote_address);
-    client_address = remote_address;
 
     if (!action.open_to_guests && strcmp(remote_address, kLoopback) != 0) {
         if (is_from_controller(remote_address)) {

@@ -6,13 +6,15 @@
 #define GATEWAY_REQUEST_H
 
 #include "base/resource.h"
+#include "gateway/body.h"
 
 // The exit status of a request that is not served.
 constexpr int kNotServed = -1;
 
-// Reads the debug switch, opens the store, and reads the body from standard input. `content_length` is the body's length
-// as the web server tells it; nullptr: it does not. False: the request is not served; standard error may say why.
-bool receive_request(const char *content_length, OwnedText &body);
+// Reads the debug switch, opens the store, and reads the body from standard input. `content_length` is the body's
+// length as the web server tells it; nullptr: it does not. False: the request is not served; standard error may say
+// why.
+bool receive_request(const char *content_length, BodyEnd end, OwnedText &body);
 
 // Decides whether the caller may act, runs the action, and prints the reply to standard output. `remote_address` is the
 // client's address as the web server tells it; nullptr: it does not. 0: the work behind the reply is due. Else the exit

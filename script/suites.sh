@@ -31,10 +31,10 @@ release         | cpu  | page | python               |                          
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
+cases-resident  | cpu  | -    | build cases          | release: app.scgi tests/runner/all    | tests/run_cases --through scgi
+resident-binary | cpu  | -    | build python         | release: app.scgi                     | tests/structure/check_binary build/release 192 app.scgi
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
-cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
-attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
 contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test

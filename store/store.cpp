@@ -6,8 +6,17 @@
 #include "base/report.h"
 #include "platform/apmib.h"
 
+namespace {
+bool g_open = false;
+}
+
+void store_open_ahead() {
+    g_open = g_open || apmib_init() != 0;
+}
+
 bool store_open() {
-    if (apmib_init() != 0) {
+    store_open_ahead();
+    if (g_open) {
         return true;
     }
     report("the configuration store cannot be opened");

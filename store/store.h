@@ -11,8 +11,12 @@
 bool store_read_raw(int id, void *value);
 bool store_write_raw(int id, const void *value);
 
-// Opens the store; nothing else may be called unless it returned true.
+// Opens the store, unless it is open; nothing else may be called unless it returned true. Standard error tells a
+// failure.
 bool store_open();
+
+// Opens the store before there is a request that needs it. A failure is not told: store_open() tries again.
+void store_open_ahead();
 
 // Makes the working copy survive a reboot, then has the settings file written. A failed commit writes no settings file.
 void store_commit();

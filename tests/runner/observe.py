@@ -144,7 +144,7 @@ def give(stdin, pieces, step):
         written = os.write(stdin.fileno(), pieces[0])
     except BlockingIOError:
         return True
-    except BrokenPipeError:
+    except ConnectionError:
         return False
     pieces[0] = pieces[0][written:]
     if not pieces[0]:

@@ -16,6 +16,7 @@ from isolation import Isolation
 from message_queue import BUSY_FOR, Queue, show_record
 from observe import Console, Openings, exchange, make_room, messages
 from root import EMULATOR, PROGRAM, Root
+from scgi import LATE, OPTIONS, SOCKET, Request, exit_status
 from store import Layout, Store
 from vocabulary import parse_event, parse_fault
 from watch import Watch
@@ -26,10 +27,11 @@ FOLDER = os.path.dirname(PROGRAM)
 class Sandbox:
     """One for each worker. Made once; each case lays out its world in it."""
 
-    def __init__(self, folder, binary, tools, items, mode, target=None):
+    def __init__(self, folder, binary, tools, items, mode, target=None, through="cgi"):
         self.tools = pathlib.Path(tools)
         self.layout = Layout(items)
         self.target = target
+        self.through = through
         self.watch = Watch(mode)
         self.isolation = Isolation(mode)
         self.root = Root(folder, binary, self.tools, target, self.watch.files)
@@ -101,16 +103,32 @@ class Sandbox:
             line.append(EMULATOR)
         env = {**step.get("env", {}), **self.isolation.environment(self.root),
                **self.watch.environment(memory, self.isolation.proot)}
+        if self.through == "scgi":
+            refused = any(parse_fault(fault).call == "init" for fault in self.world.get("fail", []))
+            return line + [PROGRAM, *OPTIONS, *(LATE if refused else [])], env
         return line + [PROGRAM, *map(expand, step.get("args", []))], env
+
+    def connect(self, process, variables):
+        """Begins a request to app.scgi; its connection takes the place of the process's standard input."""
+        try:
+            request = Request(self.root.path(SOCKET), process, self.watch.timeout)
+        finally:
+            process.stdin.close()
+        request.send(variables)
+        process.stdin = request
+        return request
 
     def run(self, step, body):
         """Runs the program once and returns what was seen of it."""
         line, env = self.command_line(step)
+        variables = {}
         length = step.get("content_length", str(len(body)))
         if length is not False:
-            env["CONTENT_LENGTH"] = expand(length)
+            variables["CONTENT_LENGTH"] = expand(length)
         if step.get("remote_addr", False) is not False:
-            env["REMOTE_ADDR"] = expand(step["remote_addr"])
+            variables["REMOTE_ADDR"] = expand(step["remote_addr"])
+        if self.through == "cgi":
+            env.update(variables)
         self.root.write("/.runner/store", self.store.text().encode())
         self.root.write("/.runner/events", b"")
         self.root.write("/.runner/commands", command_table(step.get("commands", {})))
@@ -123,6 +141,10 @@ class Sandbox:
                 process = subprocess.Popen(line, env=env, stdin=subprocess.PIPE, stdout=stdout.fileno(),
                                            stderr=subprocess.PIPE, pass_fds=(), close_fds=True)
             stack.callback(process.wait)
+            if self.through == "scgi":
+                stack.callback(process.kill)
+                request = self.connect(process, variables)
+                stack.callback(request.ended.set)
             if self.world.get("queue_full"):
                 daemon = threading.Timer(BUSY_FOR, self.queue.relieve)
                 stack.callback(daemon.join)
@@ -131,6 +153,8 @@ class Sandbox:
             seen["timeout"] = stderr is None
             seen["exit"], seen["stderr"] = self.isolation.end(process.wait(), stderr or b"")
             seen["stdout"] = messages(replies)
+            if self.through == "scgi":
+                seen["exit"], seen["stdout"] = exit_status(seen["exit"]), seen["stdout"] + request.replies()
             console.read()
             seen["console"], seen["console_opens"] = bytes(console.text), console.opens()
         seen["ended"] = time.time()
