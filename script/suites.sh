@@ -35,6 +35,7 @@ cases-resident  | cpu  | -    | build cases          | release: app.scgi tests/r
 resident-binary | cpu  | -    | build python         | release: app.scgi                     | tests/structure/check_binary build/release 192 app.scgi
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
+web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
 contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test
