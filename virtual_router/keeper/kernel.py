@@ -30,6 +30,10 @@ ATTR_NOEXEC = 0x8
 
 _AT_FDCWD = -100
 _AT_RECURSIVE = 0x8000
+_AT_EMPTY_PATH = 0x1000
+_OPEN_TREE_CLONE = 1
+_MOVE_FROM_FD = 0x04
+_MOVE_TO_FD = 0x40
 
 _PR_SET_PDEATHSIG = 1
 _PR_SET_DUMPABLE = 4
@@ -40,6 +44,8 @@ _PR_CAP_AMBIENT = 47
 _PR_CAP_AMBIENT_CLEAR_ALL = 4
 
 # These have the same number on every processor.
+_SYS_OPEN_TREE = 428
+_SYS_MOVE_MOUNT = 429
 _SYS_OPENAT2 = 437
 _SYS_MOUNT_SETATTR = 442
 _SYS_LANDLOCK_CREATE_RULESET = 444
@@ -90,6 +96,23 @@ def restrict_mount(path, attributes, recursive=False):
     change = (ctypes.c_uint64 * 4)(attributes, 0, 0, 0)
     flags = _AT_RECURSIVE if recursive else 0
     _checked(_LIBC.syscall(_SYS_MOUNT_SETATTR, _AT_FDCWD, _path(path), flags, change, ctypes.sizeof(change)), path)
+
+
+def make_chroot_a_root():
+    """In a chroot: enters a mount namespace whose root is the chroot's. Elsewhere no user namespace can be made in it. For
+    root only."""
+    unshare(CLONE_NEWNS)
+    root = os.open("/", os.O_PATH | os.O_DIRECTORY)
+    space = os.open("/proc/self/ns/mnt", os.O_RDONLY)
+    setns(space, CLONE_NEWNS)  # which is to be in it already, but for the root
+    mount(None, "/", None, MS_REC | MS_PRIVATE)
+    tree = _checked(_LIBC.syscall(_SYS_OPEN_TREE, root, b"", _OPEN_TREE_CLONE | _AT_RECURSIVE | _AT_EMPTY_PATH))
+    _checked(_LIBC.syscall(_SYS_MOVE_MOUNT, tree, b"", root, b"", _MOVE_FROM_FD | _MOVE_TO_FD))
+    os.fchdir(tree)
+    pivot_root(".", ".")
+    unmount(".")
+    for fd in (root, space, tree):
+        os.close(fd)
 
 
 RESOLVE_NO_MAGICLINKS = 0x02

@@ -91,7 +91,13 @@ class Mode:
     def build(self, connection):
         if os.geteuid() == 0:
             os.setgroups([])
-        kernel.unshare(kernel.CLONE_NEWUSER)
+        try:
+            kernel.unshare(kernel.CLONE_NEWUSER)
+        except PermissionError:
+            if os.geteuid() != 0:
+                raise
+            kernel.make_chroot_a_root()
+            kernel.unshare(kernel.CLONE_NEWUSER)
         premises.send(connection, {})
         premises.receive(connection)  # the users are mapped
         os.setresgid(0, 0, 0)
