@@ -3,6 +3,7 @@
 records and numbers that the endpoint shares with other programs (records.conf). Their heads describe them."""
 
 import dataclasses
+import json
 import pathlib
 import re
 import sys
@@ -51,6 +52,16 @@ class Item:
     def of_others(self):
         """The endpoint does not use it."""
         return self.meaning.startswith(OTHERS)
+
+    def show(self, data, byteorder=sys.byteorder):
+        """The bytes that are stored under the item's own id, as its kind is written."""
+        if self.value_kind == "ipv4":
+            return ".".join(str(byte) for byte in data)
+        if self.value_kind == "text":
+            text, _, rest = data.partition(b"\0")
+            shown = json.dumps(text.decode("utf-8", "surrogateescape"), ensure_ascii=False)
+            return shown + (f" then {rest.hex()}" if rest.strip(b"\0") else "")
+        return str(int.from_bytes(data, byteorder, signed=self.value_kind != "byte"))
 
 
 def parse_kind(text):

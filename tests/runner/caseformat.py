@@ -211,13 +211,7 @@ class Items:
 
     def show(self, item, data):
         """The bytes that were written, as an event names them."""
-        if item.value_kind == "ipv4":
-            return ".".join(str(byte) for byte in data)
-        if item.value_kind == "text":
-            text, _, rest = data.partition(b"\0")
-            shown = json.dumps(to_text(text), ensure_ascii=False)
-            return shown + (f" then {rest.hex()}" if rest.strip(b"\0") else "")
-        return str(int.from_bytes(data, self.byteorder, signed=item.value_kind != "byte"))
+        return item.show(data, self.byteorder)
 
 
 # ---- case files

@@ -14,6 +14,7 @@
 
 #include "platform/tables.h"
 #include "virtual_router/apmib/store.h"
+#include "virtual_router/tap/hooks.h"
 
 int wlan_idx = 0;
 int vwlan_idx = 0;
@@ -153,16 +154,104 @@ bool change_value(const store::Item &item, uint8_t *slot, Operation operation, c
     return true;
 }
 
+// --- what the tap is told ---
+
+Event event_of(Operation operation) {
+    switch (operation) {
+        case kDeleteAll:
+            return Event::kDeleteAll;
+        case kDelete:
+            return Event::kDelete;
+        case kAdd:
+            return Event::kAdd;
+        case kReadEntry:
+            return Event::kEntry;
+        case kWhole:
+            break;
+    }
+    return Event::kSet;
+}
+
+EventItem told_item(uint32_t id, bool of_interface) {
+    return {static_cast<int>(id), of_interface, wlan_idx, vwlan_idx};
+}
+
+// Of a text what stands before its terminator.
+ToldBytes told_bytes(const store::Item &item, Operation operation, const void *value) {
+    size_t size = item.width;
+    if (item.kind == store::kTable && operation == kWhole) {
+        size = store::kCountSize;
+    } else if (item.kind == store::kText) {
+        size = strnlen(static_cast<const char *>(value), item.width);
+    }
+    return {value, size < kMostToldBytes ? size : kMostToldBytes};
+}
+
+// What a write is about to change, kept for the tap while it is being changed.
+struct Before {
+    bool found;  // the item
+    store::Item item;
+    size_t size;
+    bool known;
+    uint8_t value[kMostToldBytes];
+};
+
+void keep_before(Before *before, const Place &place, Operation operation) {
+    *before = {};
+    before->found = true;
+    before->item = place.item;
+    if (operation == kWhole) {
+        const ToldBytes value = told_bytes(place.item, operation, place.value);
+        before->known = true;
+        before->size = value.size;
+        memcpy(before->value, value.data, value.size);
+    } else if (operation == kDeleteAll) {
+        const size_t size = store::entry_count(place.item, place.value) * place.item.width;
+        before->known = true;
+        before->size = size < kMostToldBytes ? size : kMostToldBytes;
+        memcpy(before->value, place.value + store::kCountSize, before->size);
+    }
+}
+
+void tell_write(const TapHooks &tap, Target target, const Before &before, const void *value, bool done) {
+    StoreCall call = {
+        event_of(target.operation), told_item(target.id, before.found && before.item.slots > 1), done, {}, {}};
+    if (!before.found) {
+        call.value = {"", 0};
+    } else if (target.operation != kDeleteAll) {
+        call.value = told_bytes(before.item, target.operation, value);
+    }
+    if (before.known) {
+        call.before = {before.value, before.size};
+    }
+    tap.tell_store(call);
+}
+
+void tell_read(const TapHooks &tap, Target target, const Place *place, const void *value, bool done) {
+    StoreCall call = {target.operation == kReadEntry ? Event::kEntry : Event::kGet,
+                      told_item(target.id, place != nullptr && place->item.slots > 1),
+                      done,
+                      {},
+                      {}};
+    if (done) {
+        call.value = told_bytes(place->item, target.operation, value);
+    }
+    tap.tell_store(call);
+}
+
 struct FreeBytes {
     void operator()(uint8_t *bytes) const { free(bytes); }
 };
 
 // The part of a write inside its transaction: stores a changed copy of the record. Returns 0 or an error of LMDB's or
 // the system's, EINVAL for what is refused.
-int put(MDB_txn *txn, Target target, const void *value) {
+int put(MDB_txn *txn, Target target, const void *value, Before *before) {
     Place place;
     if (!find(txn, target.id, &place)) {
         return EINVAL;
+    }
+    if (before != nullptr) {
+        keep_before(before, place, target.operation);
     }
     auto stored = static_cast<const uint8_t *>(place.record.mv_data);
     std::unique_ptr<uint8_t, FreeBytes> record(static_cast<uint8_t *>(malloc(place.record.mv_size)));
@@ -178,13 +267,14 @@ int put(MDB_txn *txn, Target target, const void *value) {
     return mdb_put(txn, working.dbi, &key, &data, 0);
 }
 
-int write(Target target, const void *value) {
+// `before` may be nullptr.
+int write(Target target, const void *value, Before *before) {
     MDB_txn *txn = nullptr;
     int error = store::begin(&working, 0, &txn);
     if (error != 0) {
         return error;
     }
-    error = put(txn, target, value);
+    error = put(txn, target, value, before);
     if (error != 0) {
         mdb_txn_abort(txn);
         return error;
@@ -195,7 +285,11 @@ int write(Target target, const void *value) {
 }  // namespace
 
 int apmib_init() {
-    return working.env != nullptr || store::open_working(&working, false) == 0 ? 1 : 0;
+    const bool done = working.env != nullptr || store::open_working(&working, false) == 0;
+    if (const TapHooks *tap = find_tap()) {
+        tap->tell_init(done);
+    }
+    return done ? 1 : 0;
 }
 
 int apmib_get(int id, void *value) {
@@ -205,8 +299,12 @@ int apmib_get(int id, void *value) {
     }
     Target target = resolve_id(id);
     Place place;
-    bool done = find(txn, target.id, &place) && read_value(place, target.operation, value);
+    const bool found = find(txn, target.id, &place);
+    const bool done = found && read_value(place, target.operation, value);
     mdb_txn_abort(txn);
+    if (const TapHooks *tap = find_tap()) {
+        tell_read(*tap, target, found ? &place : nullptr, value, done);
+    }
     return done ? 1 : 0;
 }
 
@@ -214,23 +312,43 @@ int apmib_set(int id, void *value) {
     if (value == nullptr || working.env == nullptr) {
         return 0;
     }
+    const TapHooks *tap = find_tap();
+    static Before room;
+    Before *before = tap != nullptr ? &room : nullptr;
+    room.found = false;
+    room.known = false;
     Target target = resolve_id(id);
-    int error = write(target, value);
+    int error = write(target, value, before);
     // A process that was stopped while it reads keeps all that was written since from being written over. There is room
     // again when it goes on, or when it is found to be dead.
     constexpr int kMostMilliseconds = 5000;
     for (int i = 0; error == MDB_MAP_FULL && i < kMostMilliseconds; i++) {
         mdb_reader_check(working.env, nullptr);
         usleep(1000);
-        error = write(target, value);
+        error = write(target, value, before);
+    }
+    if (tap != nullptr) {
+        tell_write(*tap, target, room, value, error == 0);
     }
     return error == 0 ? 1 : 0;
 }
 
 int apmib_update(int type) {
-    return type == kCommitWorkingCopy && working.env != nullptr && store::commit(&working) == 0 ? 1 : 0;
+    const TapHooks *tap = find_tap();
+    const int64_t since = tap != nullptr ? tap->now() : 0;
+    const bool done = type == kCommitWorkingCopy && working.env != nullptr && store::commit(&working) == 0;
+    if (tap != nullptr) {
+        tap->tell_commit(Event::kCommit, done, type, since);
+    }
+    return done ? 1 : 0;
 }
 
 int save_cs_to_file() {
-    return store::save_settings() == 0 ? 0 : -1;
+    const TapHooks *tap = find_tap();
+    const int64_t since = tap != nullptr ? tap->now() : 0;
+    const bool done = store::save_settings() == 0;
+    if (tap != nullptr) {
+        tap->tell_commit(Event::kSave, done, kCommitWorkingCopy, since);
+    }
+    return done ? 0 : -1;
 }

@@ -10,6 +10,8 @@
 
 #include <arpa/inet.h>
 
+#include "virtual_router/tap/hooks.h"
+
 namespace {
 
 constexpr char kTablePath[] = "/proc/net/arp";
@@ -81,6 +83,9 @@ int get_proc_arp_list(const char *bridge, ArpEntry *entries) {
         }
     }
     fclose(file);
+    if (const TapHooks *tap = find_tap()) {
+        tap->tell_arp(bridge);
+    }
     return count;
 }
 

@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "virtual_router/driver/clock.h"
 #include "virtual_router/driver/next.h"
 
 namespace {
@@ -61,12 +62,6 @@ bool read_clock(Clock &clock) {
     return good && *at == '\n';
 }
 
-int64_t pc_now() {
-    timespec now = {};
-    next("clock_gettime", next_clock_gettime)(CLOCK_REALTIME, &now);
-    return now.tv_sec * kSecond + now.tv_nsec;
-}
-
 // What has passed in the router since the line was written.
 int64_t passed(const Clock &clock, int64_t pc) {
     return (pc - clock.pc) / kRateUnit * clock.rate;
@@ -79,6 +74,12 @@ int64_t router_now() {
 }
 
 }  // namespace
+
+int64_t pc_now() {
+    timespec now = {};
+    next("clock_gettime", next_clock_gettime)(CLOCK_REALTIME, &now);
+    return now.tv_sec * kSecond + now.tv_nsec;
+}
 
 PLAYED int clock_gettime(clockid_t id, timespec *now) noexcept {
     if (id != CLOCK_REALTIME && id != CLOCK_REALTIME_COARSE) {

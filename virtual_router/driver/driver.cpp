@@ -28,6 +28,7 @@
 #include "platform/apmib.h"
 #include "platform/wifi_driver.h"
 #include "virtual_router/driver/next.h"
+#include "virtual_router/tap/tap.h"
 
 namespace {
 
@@ -201,6 +202,40 @@ mode_t mode_in(int flags, va_list arguments) {
     return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE ? va_arg(arguments, mode_t) : 0;
 }
 
+constexpr char kConsole[] = "/dev/console";
+
+// Hands the result on, and tells it.
+int told_open(const void *caller, const char *path, int flags, int result) {
+    if (tap::hears(caller)) {
+        tap::tell_file((flags & O_ACCMODE) == O_RDONLY ? Event::kRead : Event::kWrite, path, result);
+    }
+    return result;
+}
+
+FILE *told_stream(const void *caller, const char *path, const char *mode, FILE *stream) {
+    if (!tap::hears(caller)) {
+        return stream;
+    }
+    if (strcmp(path, kConsole) == 0) {
+        return stream != nullptr ? tap::open_console(stream) : nullptr;
+    }
+    tap::tell_file(mode[0] == 'r' && strchr(mode, '+') == nullptr ? Event::kRead : Event::kWrite, path,
+                   stream != nullptr ? 0 : -1);
+    return stream;
+}
+
+// The name of a request to the driver.
+const char *name_of(unsigned long request) {
+    switch (request) {
+        case kWifiNameRequest:
+            return "name";
+        case kStationTableRequest:
+            return "stations";
+        default:
+            return "ax-stations";
+    }
+}
+
 }  // namespace
 
 PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
@@ -212,6 +247,12 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
         return next("ioctl", next_ioctl)(fd, request, argument);
     }
     const int error = answer(request, static_cast<WifiRequest *>(argument));
+    if (tap::hears(CALLER) && argument != nullptr) {
+        tap::Told told(error != 0, error != 0 ? tap::error_name(error) : nullptr);
+        told.line.begin(Event::kDriver);
+        told.line.word(name_of(request));
+        told.line.word(read_name(*static_cast<WifiRequest *>(argument)).text);
+    }
     if (error != 0) {
         errno = error;
         return -1;
@@ -224,7 +265,7 @@ PLAYED int open(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = mode_in(flags, arguments);
     va_end(arguments);
-    return next("open", next_open)(Path(path).get(), flags, mode);
+    return told_open(CALLER, path, flags, next("open", next_open)(Path(path).get(), flags, mode));
 }
 
 PLAYED int open64(const char *path, int flags, ...) {
@@ -232,7 +273,7 @@ PLAYED int open64(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = mode_in(flags, arguments);
     va_end(arguments);
-    return next("open64", next_open64)(Path(path).get(), flags, mode);
+    return told_open(CALLER, path, flags, next("open64", next_open64)(Path(path).get(), flags, mode));
 }
 
 // What open() is in a program that was built with checks of its calls. Declared only where checks are on.
@@ -240,17 +281,17 @@ PLAYED int __open_2(const char *path, int flags);
 PLAYED int __open64_2(const char *path, int flags);
 
 PLAYED int __open_2(const char *path, int flags) {
-    return next("__open_2", next_checked_open)(Path(path).get(), flags);
+    return told_open(CALLER, path, flags, next("__open_2", next_checked_open)(Path(path).get(), flags));
 }
 
 PLAYED int __open64_2(const char *path, int flags) {
-    return next("__open64_2", next_checked_open64)(Path(path).get(), flags);
+    return told_open(CALLER, path, flags, next("__open64_2", next_checked_open64)(Path(path).get(), flags));
 }
 
 PLAYED FILE *fopen(const char *path, const char *mode) {
-    return next("fopen", next_fopen)(Path(path).get(), mode);
+    return told_stream(CALLER, path, mode, next("fopen", next_fopen)(Path(path).get(), mode));
 }
 
 PLAYED FILE *fopen64(const char *path, const char *mode) {
-    return next("fopen64", next_fopen64)(Path(path).get(), mode);
+    return told_stream(CALLER, path, mode, next("fopen64", next_fopen64)(Path(path).get(), mode));
 }

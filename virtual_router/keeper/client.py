@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""script/router's way to the keeper: client.py STATE VERB [WORD...]. VERB is run, sh, home, clock, phone or status.
+"""script/router's way to the keeper: client.py STATE VERB [WORD...]. VERB is run, sh, home, clock, phone, journal or status.
 
 A router's program never has this terminal: what it reads and prints is carried to and fro, and, but for a shell, made fit for a
 terminal. Exit status: that of the program.
@@ -18,6 +18,7 @@ import tty
 sys.dont_write_bytecode = True
 
 import premises  # noqa: E402
+import words as spoken  # noqa: E402
 from console import printable  # noqa: E402
 from state import socket_address  # noqa: E402
 
@@ -139,8 +140,51 @@ def run_in_terminal(connection, question):
         termios.tcsetattr(0, termios.TCSADRAIN, before)
 
 
+def listen(connection):
+    """Yields what the keeper answers, one after another; its last word is returned."""
+    text = ""
+    while True:
+        answer, _ = premises.receive(connection)
+        if answer is None:
+            fail("the router has stopped")
+        if "part" not in answer:
+            return answer
+        text += answer["part"]
+        if answer["last"]:
+            yield json.loads(text)
+            text = ""
+
+
+def ask_and_print(folder, verb, words):
+    """For what is asked in words of its own, and answered with what words.py makes text of."""
+    try:
+        question, show = spoken.ASKED[verb](words)
+    except spoken.WrongWords as error:
+        print(f"script/router: {error} (see script/router {verb} help)", file=sys.stderr)
+        return 2
+    if question is None:
+        print(show)
+        return 0
+    connection = connect(folder)
+    premises.send(connection, {"verb": verb, **question})
+    answers = listen(connection)
+    try:
+        while True:
+            for line in show(next(answers)):
+                print(line, flush=True)
+    except StopIteration as last:
+        answer = last.value
+    except BrokenPipeError:
+        os._exit(1)  # whoever reads has seen enough
+    if "refused" in answer:
+        fail(answer["refused"])
+    return answer["status"]
+
+
 def main(folder, verb, *words):
     signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+    if verb in spoken.ASKED:
+        return ask_and_print(folder, verb, words)
     question = {"verb": verb, "words": words}
     if verb == "sh":
         question = {"verb": "run", "words": ["sh"]}

@@ -17,6 +17,9 @@ _ABSOLUTE = re.compile(rb"(?i)https?://([^/?#]*)(.*)", re.DOTALL)
 _OF_CONNECTION = {b"connection", b"keep-alive", b"proxy-connection", b"upgrade", b"http2-settings", b"te"}
 # A browser sends the cookies of one of this PC's ports to all; the one that opens the control port is not for a router.
 _NOT_PASSED = re.compile(rb"control-[0-9]+=[^;]*(?:;[ \t]*|$)")
+# Which the keeper alone tells the web server. That makes variables of names, and other characters in them "_".
+OF_KEEPER = b"X-Keeper-"
+_UNLIKE_IN_VARIABLES = re.compile(rb"[^a-z0-9]")
 _SHOWN_CHARACTERS = 80
 
 
@@ -40,6 +43,10 @@ class Request(NamedTuple):
 
 def shown(value):
     return printable(value[:_SHOWN_CHARACTERS])
+
+
+def is_of_keeper(lower):
+    return _UNLIKE_IN_VARIABLES.sub(b"-", lower).startswith(OF_KEEPER.lower())
 
 
 class Gate:
@@ -81,7 +88,9 @@ class Gate:
             raise Refusal("400 Bad Request", "The length of the body is not clear.")
         length = None if values(b"transfer-encoding") else int(lengths.pop()) if lengths else 0
         passed = b"".join(
-            name + b": " + (_NOT_PASSED.sub(b"", value) if lower == b"cookie" else value) + b"\r\n" for lower, name, value in headers if lower not in _OF_CONNECTION
+            name + b": " + (_NOT_PASSED.sub(b"", value) if lower == b"cookie" else value) + b"\r\n"
+            for lower, name, value in headers
+            if lower not in _OF_CONNECTION and not is_of_keeper(lower)
         )
         wanted = values(b"access-control-request-method")
         return Request(

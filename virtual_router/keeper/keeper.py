@@ -13,6 +13,7 @@ import sys
 import time
 
 import console
+import journal
 import kernel
 import namespaces
 import network
@@ -66,6 +67,7 @@ class Keeper:
         self.state = state
         self.facts = facts
         self.layouts = layouts
+        self.journal = None if options.no_journal else journal.Journal()
         self.printer = console.Printer()
         self.say = self.printer.say
         self.parts = {}  # number -> Part

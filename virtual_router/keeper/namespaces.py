@@ -210,7 +210,7 @@ class Mode:
         finally:
             self.visit(None)
 
-    def power_on(self, guest, folder, network, texts, flash):
+    def power_on(self, guest, folder, network, texts, flash, tapped):
         found = Guest(os.path.join(self.run, folder), network)
         os.makedirs(found.root, 0o700, exist_ok=True)
         limits = f"mode=755,size={confinement.ROOT_BYTES},nr_inodes={confinement.ROOT_FILES}"
@@ -227,7 +227,7 @@ class Mode:
             kernel.restrict_mount(path, kernel.ATTR_RDONLY | kernel.ATTR_NOSUID | kernel.ATTR_NOEXEC)
         if guest == network_names.ROUTER:
             self.mount_outside(found.root)
-        served = premises.open_board(found.root)
+        served = premises.open_board(found.root, tapped)
         self.start_first_process(found, guest)
         return served
 

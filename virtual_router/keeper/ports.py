@@ -42,8 +42,10 @@ class Target(NamedTuple):
 class Port:
     """`find_target` returns the Target at this moment, or None."""
 
-    def __init__(self, name, number, find_target, say, hosts=(), origins=()):
+    def __init__(self, name, number, find_target, say, hosts=(), origins=(), router="router", journal=None):
         self.name = name
+        self.router = router  # the guest that it leads to
+        self.journal = journal
         self.number = number
         self.find_target = find_target
         self.say = say
@@ -108,27 +110,44 @@ class Port:
 
     async def serve(self, client, client_port):
         number = next(self.numbers)
+        exchange = None
         try:
             head, rest = await asyncio.wait_for(self.read_head(client), HEAD_SECONDS)
             if head is None:
                 return
+            exchange = self.journal.begin(self.router, self.name) if self.journal else Unnoted()
+            exchange.head = head
             try:
                 request = self.gate.admit(head)
             except gates.Refusal as refusal:
+                exchange.note = f"turned away at the port: {refusal.status}"
                 self.say(f"port {self.number}: {refusal.status}: {refusal}")
-                await self.answer(client, refusal.status, f"{refusal}\n")
+                await self.answer(client, refusal.status, f"{refusal}\n", exchange)
                 return
             if request.preflight:
-                await self.loop.sock_sendall(client, self.gate.preflight_answer(request))
+                exchange.note = "a browser's preflight"
+                await self.send(client, self.gate.preflight_answer(request), exchange)
                 await self.linger(client)
                 return
             self.in_flight[number] = InFlight(self.name, f"{request.method} {request.target}", time.time())
-            await self.pass_on(client, client_port, request, rest)
-        except (OSError, asyncio.TimeoutError, premises.Refused):
+            await self.pass_on(client, client_port, request, rest, exchange)
+        except (OSError, asyncio.TimeoutError, premises.Refused) as error:
+            if exchange is not None:
+                exchange.note = exchange.note or f"the connection ended: {error or 'nobody answers'}"
             reset(client)
+        except asyncio.CancelledError:
+            if exchange is not None:
+                exchange.note = exchange.note or "cut: the router went away"
+            raise
         finally:
             self.in_flight.pop(number, None)
             client.close()
+            if exchange is not None and self.journal:
+                self.journal.end(exchange)
+
+    async def send(self, client, data, exchange):
+        exchange.reply.add(data)
+        await self.loop.sock_sendall(client, data)
 
     async def read_head(self, client):
         data = b""
@@ -138,15 +157,15 @@ class Port:
             if not more:
                 return None, b""
             if len(data) > gates.MOST_HEAD_BYTES and b"\r\n\r\n" not in data[: gates.MOST_HEAD_BYTES]:
-                await self.answer(client, "431 Request Header Fields Too Large", "The head of the request is too long.\n")
+                await self.answer(client, "431 Request Header Fields Too Large", "The head of the request is too long.\n", Unnoted())
                 return None, b""
         head, end, rest = data.partition(b"\r\n\r\n")
         return head + end, rest
 
-    async def answer(self, client, status, text):
+    async def answer(self, client, status, text, exchange):
         body = text.encode()
         head = f"HTTP/1.1 {status}\r\nContent-Type: text/plain; charset=utf-8\r\nContent-Length: {len(body)}\r\nConnection: close\r\n\r\n"
-        await self.loop.sock_sendall(client, head.encode() + body)
+        await self.send(client, head.encode() + body, exchange)
         await self.linger(client)
 
     async def linger(self, client):
@@ -173,23 +192,25 @@ class Port:
                     raise OSError from None
                 await asyncio.sleep(0.02)
 
-    async def pass_on(self, client, client_port, request, rest):
+    async def pass_on(self, client, client_port, request, rest, exchange):
         """Passes one request on, and its reply back. The web server is not told when the client hangs up after its request: it would
         kill the program that is at work on it."""
         server = await self.connect(client_port)
         with server:
-            requests = self.loop.create_task(self.pass_request(client, server, request, rest))
+            requests = self.loop.create_task(self.pass_request(client, server, request, rest, exchange))
             try:
-                await self.pass_reply(client, server, request)
+                await self.pass_reply(client, server, request, exchange)
             finally:
                 requests.cancel()
             with contextlib.suppress(OSError):
                 await self.linger(client)
 
-    async def pass_request(self, client, server, request, rest):
+    async def pass_request(self, client, server, request, rest, exchange):
         left = request.length
-        data = request.head + (rest if left is None else rest[:left])
-        left = None if left is None else left - len(rest[:left])
+        begun = rest if left is None else rest[:left]
+        exchange.body.add(begun)
+        data = self.told(request.head, exchange) + begun
+        left = None if left is None else left - len(begun)
         try:
             await self.loop.sock_sendall(server, data)
             while left is None or left > 0:
@@ -200,11 +221,19 @@ class Port:
                         server.shutdown(socket.SHUT_RDWR)
                     return
                 left = None if left is None else left - len(data)
+                exchange.body.add(data)
                 await self.loop.sock_sendall(server, data)
         except OSError:
             pass
 
-    async def pass_reply(self, client, server, request):
+    def told(self, head, exchange):
+        """The head as the web server gets it: it says which request this is, so that app.cgi's tap can."""
+        if not self.journal:
+            return head
+        line = gates.OF_KEEPER + b"Request: " + self.journal.expect(exchange).encode() + b"\r\n"
+        return head.removesuffix(b"\r\n") + line + b"\r\n"
+
+    async def pass_reply(self, client, server, request, exchange):
         lost = False  # the client takes no more; what comes is dropped
         permission = self.gate.permission(request)
         while data := await self.loop.sock_recv(server, CHUNK):
@@ -213,9 +242,23 @@ class Port:
                 data, permission = status + end + permission + more, b""
             if not lost:
                 try:
-                    await self.loop.sock_sendall(client, data)
+                    await self.send(client, data, exchange)
                 except OSError:
                     lost = True
+                    exchange.note = "the client hung up before its reply"
+
+
+class Unnoted:
+    """What a request leaves where there is no journal."""
+
+    head = note = ""
+    faults = ()
+
+    class Nothing:
+        def add(self, _):
+            pass
+
+    body = reply = Nothing()
 
 
 async def reach(order, target, client_port):

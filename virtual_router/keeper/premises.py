@@ -280,16 +280,20 @@ def make_root(folder, entries, texts, flash):
         os.chmod(path, 0o600)
 
 
-def open_board(root):
-    """The listening socket of a board, and the console's pipe, for reading."""
-    board = socket.socket(socket.AF_UNIX)
+def open_board(root, tapped):
+    """The listening socket of a board, the console's pipe, for reading, and, where somebody wants to hear it, the listening socket of
+    the tap."""
+    sockets = []
     folder = os.open(os.path.join(root, "dev"), os.O_PATH | os.O_DIRECTORY)
-    board.bind(f"/proc/self/fd/{folder}/board")  # a socket's path is short
+    for name, waiting in (("board", 64), *([("tap", 1024)] if tapped else [])):
+        listener = socket.socket(socket.AF_UNIX)
+        listener.bind(f"/proc/self/fd/{folder}/{name}")  # a socket's path is short
+        listener.listen(waiting)
+        sockets.append(listener.detach())
     os.close(folder)
-    board.listen(64)
     # For reading and writing, so that it never ends.
     console = os.open(os.path.join(root, "dev/console"), os.O_RDWR | os.O_NONBLOCK | os.O_NOFOLLOW)
-    return [board.detach(), console]
+    return [sockets[0], console, *sockets[1:]]
 
 
 class Premises:

@@ -124,7 +124,7 @@ class Mode:
             os.close(folder)
         return connection.detach()
 
-    def power_on(self, guest, folder, network, texts, flash):
+    def power_on(self, guest, folder, network, texts, flash, tapped):
         os.umask(0o077)
         new = self.root + ".new"
         os.mkdir(new, 0o700)
@@ -136,7 +136,7 @@ class Mode:
             os.rmdir(os.path.join(new, "outside"))
             os.rename(self.outside, os.path.join(new, "outside"))
         os.rename(new, self.root)  # whoever writes there finds it whole
-        return premises.open_board(self.root)
+        return premises.open_board(self.root, tapped)
 
     def power_off(self, _guest, reap):
         while self.kill_children(signal.SIGKILL, self.beside):

@@ -9,6 +9,7 @@ import os
 import signal
 import socket
 
+import asking
 import premises
 import router
 import status
@@ -16,12 +17,30 @@ from router import shell_status
 from state import socket_address
 
 MOST_QUESTION_BYTES = 1 << 17
+MOST_PART = 1 << 15  # characters of a long answer in one message
 # What the home's own program is told to do for these words.
 OF_HOME = {"home": "ask", "clock": "clock"}
 
 
 class WrongCall(Exception):
     """The question makes no sense here; the text says why."""
+
+
+class Line:
+    """To whoever has asked, for answers that are longer than a message or come one after another."""
+
+    def __init__(self, control, connection):
+        self.control = control
+        self.connection = connection
+
+    async def send(self, found):
+        text = json.dumps(found)
+        parts = [text[start : start + MOST_PART] for start in range(0, len(text), MOST_PART)]
+        for index, part in enumerate(parts, 1):
+            await self.control.loop.sock_sendall(self.connection, json.dumps({"part": part, "last": index == len(parts)}).encode())
+
+    async def hung_up(self):
+        await self.control.readable(self.connection)
 
 
 class Questions:
@@ -75,7 +94,7 @@ class Questions:
                 if question is None:
                     return
                 answer = await self.answer(question, fds, connection)
-            except (WrongCall, premises.Refused) as error:
+            except (WrongCall, asking.Refused, premises.Refused) as error:
                 answer = {"status": 1, "refused": str(error)}
             except (OSError, ValueError, KeyError, TypeError):
                 return
@@ -89,8 +108,10 @@ class Questions:
         keeper = self.keeper
         if not keeper.up:
             raise WrongCall("the router is just starting")
-        words = [str(word) for word in question["words"]]
+        words = [str(word) for word in question.get("words", ())]
         match question["verb"]:
+            case "journal":
+                return await asking.journal(keeper.journal, question, Line(self, connection))
             case "status":
                 return {"status": 0, "is": await status.of(keeper)}
             case "run":

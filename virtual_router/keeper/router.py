@@ -10,6 +10,7 @@ import board
 import console
 import flash
 import premises
+import tap
 
 ENVIRONMENT = {"PATH": "/bin:/sbin"}
 MOST_COMMAND_OUTPUT = 1 << 16
@@ -41,6 +42,7 @@ class Router:
         self.title = title  # stands before its lines, where there are several
         self.board = None
         self.console = None
+        self.tap = None
         self.on = False
         self.since = None
         self.started = False  # its services
@@ -56,9 +58,9 @@ class Router:
         for line in lines:
             self.say(line)
         try:
-            listener, pipe = await self.keeper.order(
+            listener, pipe, *tapped = await self.keeper.order(
                 "power_on", fds=[*files.values()], guest=self.guest, folder=self.folder, network=self.network,
-                texts=self.texts, flash=[*files],
+                texts=self.texts, flash=[*files], tapped=self.keeper.journal is not None,
             )  # fmt: skip
         finally:
             for fd in files.values():
@@ -66,6 +68,7 @@ class Router:
         self.on, self.since = True, time.time()
         self.board = board.Board(listener, self)
         self.console = console.LineReader(pipe, self.say, "console")
+        self.tap = tap.Tap(tapped[0], self.guest, self.keeper.journal) if tapped else None
 
     async def boot(self):
         """Makes its settings ready."""
@@ -108,6 +111,8 @@ class Router:
         self.console.read()
         self.console.close()
         await self.keeper.order("power_off", guest=self.guest)
+        if self.tap:
+            self.tap.close()
 
     # --- what the router asks of its board ---
 

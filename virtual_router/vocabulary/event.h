@@ -24,7 +24,8 @@ struct EventItem {
 class EventLine {
   public:
     template <size_t size>
-    explicit EventLine(char (&room)[size]) : start_(room), at_(room), limit_(room + size) {}
+    explicit EventLine(char (&room)[size]) : EventLine(room, size) {}
+    EventLine(char *room, size_t size) : start_(room), at_(room), limit_(room + size) {}
 
     // A mark without a value: nullptr.
     void mark(EventMark mark, const char *value = nullptr) {
@@ -36,6 +37,12 @@ class EventLine {
         put(' ');
     }
     void mark(EventMark mark, unsigned long number) { this->mark(mark, Number(number).text); }
+    void mark(EventMark mark, const void *data, size_t size) {
+        put_text(kEventMarkWords[static_cast<int>(mark)]);
+        put('=');
+        put_bytes(data, size);
+        put(' ');
+    }
 
     void begin(Event event) { put_text(kEventWords[static_cast<int>(event)]); }
 
@@ -54,10 +61,13 @@ class EventLine {
     }
     void bytes(const void *data, size_t size) {
         put(' ');
-        const auto *byte = static_cast<const unsigned char *>(data);
-        for (size_t i = 0; i < size; ++i) {
-            put_hexadecimal(byte[i]);
-        }
+        put_bytes(data, size);
+    }
+    // The same behind a name.
+    void named_bytes(const char *name, const void *data, size_t size) {
+        word(name);
+        put('=');
+        put_bytes(data, size);
     }
     // A text, which is the rest of the line.
     void rest(const char *text, size_t size) {
@@ -98,6 +108,12 @@ class EventLine {
     void put_text(const char *text) {
         for (; *text != '\0'; ++text) {
             put(*text);
+        }
+    }
+    void put_bytes(const void *data, size_t size) {
+        const auto *byte = static_cast<const unsigned char *>(data);
+        for (size_t i = 0; i < size; ++i) {
+            put_hexadecimal(byte[i]);
         }
     }
     void put_hexadecimal(unsigned char byte) {

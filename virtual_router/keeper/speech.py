@@ -1,0 +1,81 @@
+# SPDX-License-Identifier: MIT
+"""The words of the project that the keeper shares with others: what a request did and what can fail (vocabulary), the store's items
+and the queue's records (seam)."""
+
+import pathlib
+import re
+import sys
+
+_PROJECT = pathlib.Path(__file__).resolve().parents[2]
+sys.path[1:1] = [str(_PROJECT / "virtual_router/vocabulary"), str(_PROJECT / "platform")]
+
+import seam  # noqa: E402
+import vocabulary  # noqa: E402
+
+ITEMS = {item.id: item for item in seam.read_items()}
+ITEMS_BY_NAME = {item.name: item for item in ITEMS.values()}
+_RECORDS, NUMBERS = seam.read_records()
+_RECORD = _RECORDS["SysMsgRecord"]
+_TYPES = {value: name for name, value in NUMBERS.items() if name.startswith("MSG_")}
+_PAYLOAD = NUMBERS["kSysMsgPayload"]
+_BEFORE_PAYLOAD = _RECORD.size - _PAYLOAD
+# What each type of record uses; the names are those of the system daemon's printout.
+_FIELDS = {
+    "MSG_APP_FWUPG": {"url": "firmware_url", "md5": "firmware_md5"},
+    "MSG_APP_SCHREBOOT": {"enable": "schedule_enable", "hour": "schedule_hour", "minute": "schedule_minute", "second": "schedule_second", "weekdays": "schedule_week"},
+    "MSG_APP_REPORTOSERVER_WANSTA": {"interval": "report.interval", "count": "report.count", "guid": "report.guid"},
+    "MSG_CALL_SYSCONF": {"sysconfArgv": "sysconfArgv"},
+}
+
+
+def item_of(field):
+    """The item of an event's ITEM, by number or by name; None: nobody knows it."""
+    number = field.partition("@")[0]
+    return ITEMS.get(int(number)) if number.isdigit() else ITEMS_BY_NAME.get(number)
+
+
+def by_name(event):
+    """An event of somebody who knows no names, with names. Raises ValueError where that cannot be."""
+    shape = vocabulary.EVENTS[event.word]
+    if event.word == "queue":
+        return vocabulary.Event(event.word, record_by_name(*event.fields), event.marks)
+    if not shape or shape[0] != "ITEM":
+        return event
+    item = item_of(event.fields[0])
+    if item is None:
+        return event
+    fields = [item.name + event.fields[0][len(str(item.id)) :], *event.fields[1:]]
+    marks = dict(event.marks)
+    if "VALUE" in shape[-1] and len(fields) > 1:
+        fields[1] = item.show(bytes.fromhex(fields[1]))
+        if "was" in marks:
+            marks["was"] = item.show(bytes.fromhex(marks["was"] or "")).replace(" ", "\\x20")
+    return vocabulary.Event(event.word, fields, marks)
+
+
+def record_by_name(number, fields=""):
+    name, equals, payload = fields.partition("=")
+    if name != "payload":
+        return [number, *([fields] if fields else [])]
+    data = bytes.fromhex(payload)
+    kind = _TYPES.get(int(number), number)
+    texts = [f"{shown}={_field(_RECORD.fields[place], data, shown)}" for shown, place in _FIELDS.get(kind, {}).items()]
+    return [kind, *([" ".join(texts)] if texts else [])]
+
+
+def _field(field, data, name):
+    value = data[field.offset - _BEFORE_PAYLOAD : field.end - _BEFORE_PAYLOAD]
+    if field.kind == "text":
+        text = vocabulary.escape(value.split(b"\0")[0].decode("utf-8", "backslashreplace"))
+        return '"' + text.replace('"', '\\"') + '"'
+    if name == "weekdays":
+        return f"{value[0] & 127:07b}" if value else "?"
+    return str(int.from_bytes(value, sys.byteorder, signed=field.kind == "int32"))
+
+
+def shown_marks(event, left_out=("time", "request", "secret")):
+    return [vocabulary.show_mark(mark) for mark in event.marks.items() if mark[0] not in left_out]
+
+
+def is_word(text):
+    return bool(re.fullmatch(r"[!-~]+", text))

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+#include "virtual_router/tap/tap.h"
+
+#include <elf.h>
+#include <link.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+#include "platform/apmib.h"
+#include "virtual_router/driver/clock.h"
+#include "virtual_router/driver/next.h"
+
+namespace tap {
+
+bool g_listens;
+
+int64_t now() {
+    return pc_now() / 1000;
+}
+
+namespace {
+
+constexpr char kSocket[] = "/dev/tap";
+constexpr char kEndpoint[] = "app.cgi";
+constexpr char kRequestVariable[] = "HTTP_X_KEEPER_REQUEST=";  // which the keeper's port has the web server hand on
+
+constexpr int kMostWaiting = 100;  // milliseconds, in a whole process
+constexpr size_t kMostText = 48 << 10;
+// A line is four characters a byte of text at most, or two a byte of two values; the marks are short.
+constexpr size_t kMostLine = 4 * kMostText + 1024;
+static_assert(kMostLine > 4 * kMostToldBytes + 1024);
+
+char g_room[kMostLine + (64 << 10)];
+size_t g_used;
+int g_keeper = -1;
+int g_waiting_left = kMostWaiting;
+uintptr_t g_program_begin;
+uintptr_t g_program_end;
+
+const char *(*next_strerrorname)(int);
+
+// Nothing here may be taken for the program's own, nor meet what plays the kernel: system calls, by number.
+
+void stop_telling() {
+    syscall(SYS_close, g_keeper);
+    g_keeper = -1;
+    g_listens = false;
+    tap_hooks = nullptr;
+}
+
+// Waits until the keeper takes something. False: it has been waited for long enough.
+bool wait_for_keeper() {
+    const int64_t since = pc_now();
+    pollfd keeper = {g_keeper, POLLOUT, 0};
+    const bool ready = syscall(SYS_poll, &keeper, 1, g_waiting_left) == 1;
+    g_waiting_left -= static_cast<int>((pc_now() - since) / 1000000) + 1;
+    return ready && g_waiting_left > 0;
+}
+
+void send_told() {
+    const char *at = g_room;
+    while (g_keeper >= 0 && g_used > 0) {
+        const ssize_t sent = syscall(SYS_sendto, g_keeper, at, g_used, MSG_DONTWAIT | MSG_NOSIGNAL, nullptr, 0);
+        if (sent >= 0) {
+            at += sent;
+            g_used -= static_cast<size_t>(sent);
+        } else if (errno != EINTR && (errno != EAGAIN || !wait_for_keeper())) {
+            stop_telling();
+        }
+    }
+    g_used = 0;
+}
+
+// --- what the router's libraries tell ---
+
+void tell_store(const StoreCall &call) {
+    Told told(!call.done);
+    if (call.before.data != nullptr) {
+        told.line.mark(EventMark::kWas, call.before.data, call.before.size);
+    }
+    told.line.begin(call.event);
+    told.line.item(call.item);
+    if (call.value.data != nullptr) {
+        told.line.bytes(call.value.data, call.value.size);
+    }
+}
+
+void tell_commit(Event event, bool done, int type, int64_t since) {
+    Told told(!done);
+    told.line.mark(EventMark::kTook, static_cast<unsigned long>(now() - since));
+    told.line.begin(event);
+    if (type != kCommitWorkingCopy) {
+        told.line.number(type);
+    }
+}
+
+void tell_init(bool done) {
+    Told told(!done);
+    told.line.begin(Event::kInit);
+}
+
+void tell_arp(const char *bridge) {
+    Told told;
+    told.line.begin(Event::kArp);
+    told.line.word(bridge);
+}
+
+constexpr TapHooks kHooks = {now, tell_store, tell_commit, tell_init, tell_arp};
+
+// --- the end ---
+
+void tell_exit(int status, void * /*unused*/) {
+    {
+        Told told;
+        told.line.begin(Event::kExit);
+        told.line.number(status & 0xff);
+    }
+    flush();
+}
+
+// Tells what is known, and lets the signal end the process as it would have.
+void tell_crash(int number) {
+    if (g_listens) {
+        char text[16];
+        snprintf(text, sizeof text, "%d", number);
+        {
+            Told told(true, text);
+            told.line.begin(Event::kExit);
+        }
+        flush();
+        stop_telling();
+    }
+    // The action is the default again.
+    syscall(SYS_tgkill, syscall(SYS_getpid), syscall(SYS_gettid), number);
+}
+
+void watch_end() {
+    static char stack[16384];
+    const stack_t own = {stack, 0, sizeof stack};
+    reinterpret_cast<int (*)(const stack_t *, stack_t *)>(dlsym(RTLD_NEXT, "sigaltstack"))(&own, nullptr);
+    auto *act =
+        reinterpret_cast<int (*)(int, const struct sigaction *, struct sigaction *)>(dlsym(RTLD_NEXT, "sigaction"));
+    struct sigaction action = {};
+    action.sa_handler = tell_crash;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER | SA_ONSTACK);
+    for (int number : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL, SIGTERM, SIGPIPE}) {
+        struct sigaction before = {};
+        if (act(number, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
+            act(number, &action, nullptr);
+        }
+    }
+    reinterpret_cast<int (*)(void (*)(int, void *), void *)>(dlsym(RTLD_NEXT, "on_exit"))(tell_exit, nullptr);
+}
+
+// --- the beginning ---
+
+bool is_endpoint(const char *path) {
+    const char *slash = strrchr(path, '/');
+    return strcmp(slash != nullptr ? slash + 1 : path, kEndpoint) == 0;
+}
+
+// The value of a variable; empty without it. `name` ends with "=".
+const char *find_variable(char **environment, const char *name) {
+    const size_t size = strlen(name);
+    for (; *environment != nullptr; ++environment) {
+        if (strncmp(*environment, name, size) == 0) {
+            return *environment + size;
+        }
+    }
+    return "";
+}
+
+int connect_keeper() {
+    if (syscall(SYS_access, kSocket, F_OK) != 0) {  // as ever with nobody listening
+        return -1;
+    }
+    const auto fd = static_cast<int>(syscall(SYS_socket, AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    memcpy(address.sun_path, kSocket, sizeof kSocket);
+    if (fd >= 0 && syscall(SYS_connect, fd, &address, sizeof address) != 0) {
+        syscall(SYS_close, fd);
+        return -1;
+    }
+    return fd;
+}
+
+// Where the program lies, which stands behind the environment.
+void find_program(char **environment) {
+    while (*environment != nullptr) {
+        ++environment;
+    }
+    const ElfW(Phdr) *header = nullptr;
+    size_t count = 0;
+    for (auto *entry = reinterpret_cast<const ElfW(auxv_t) *>(environment + 1); entry->a_type != AT_NULL; ++entry) {
+        if (entry->a_type == AT_PHDR) {
+            header = reinterpret_cast<const ElfW(Phdr) *>(entry->a_un.a_val);
+        } else if (entry->a_type == AT_PHNUM) {
+            count = entry->a_un.a_val;
+        }
+    }
+    uintptr_t base = 0;
+    for (size_t i = 0; i < count; ++i) {
+        if (header[i].p_type == PT_PHDR) {
+            base = reinterpret_cast<uintptr_t>(header) - header[i].p_vaddr;
+        } else if (header[i].p_type == PT_LOAD) {
+            const uintptr_t at = base + header[i].p_vaddr;
+            g_program_begin = g_program_begin == 0 || at < g_program_begin ? at : g_program_begin;
+            g_program_end = at + header[i].p_memsz > g_program_end ? at + header[i].p_memsz : g_program_end;
+        }
+    }
+}
+
+void tell_who_asked(char **environment) {
+    Told told;
+    if (const char *request = find_variable(environment, kRequestVariable);
+        *request != '\0' && strlen(request) < 64 && strchr(request, ' ') == nullptr) {
+        told.line.mark(EventMark::kRequest, request);
+    }
+    char what[512];
+    const int size = snprintf(what, sizeof what, "%s %s", find_variable(environment, "REQUEST_METHOD="),
+                              find_variable(environment, "REQUEST_URI="));
+    const char *who = find_variable(environment, "REMOTE_ADDR=");
+    told.line.begin(Event::kAsked);
+    told.line.word(*who != '\0' && strlen(who) < 64 ? who : "-");
+    told.line.rest(what, size < static_cast<int>(sizeof what) ? static_cast<size_t>(size) : sizeof what - 1);
+}
+
+__attribute__((constructor)) void begin(int count, char **words, char **environment) {
+    if (count < 1 || !is_endpoint(words[0])) {
+        return;
+    }
+    g_keeper = connect_keeper();
+    if (g_keeper < 0) {
+        return;
+    }
+    find_program(environment);
+    g_listens = true;
+    tap_hooks = &kHooks;
+    watch_end();
+    tell_who_asked(environment);
+}
+
+}  // namespace
+
+bool hears_from(const void *caller) {
+    const auto at = reinterpret_cast<uintptr_t>(caller);
+    return at >= g_program_begin && at < g_program_end;
+}
+
+namespace {
+
+// Room for one more line.
+char *make_room() {
+    if (sizeof g_room - g_used < kMostLine) {
+        flush();
+    }
+    return g_room + g_used;
+}
+
+}  // namespace
+
+Told::Told(bool failed, const char *how) : line(make_room(), kMostLine), kept_errno_(errno) {
+    line.mark(EventMark::kTime, static_cast<unsigned long>(now()));
+    if (failed) {
+        line.mark(EventMark::kFailed, how);
+    }
+}
+
+Told::~Told() {
+    line.end();
+    g_used += line.size();
+    errno = kept_errno_;
+}
+
+void Told::begin_text(Event event, const char *text, size_t size) {
+    if (size > kMostText) {
+        line.mark(EventMark::kCut, size);
+    }
+    line.begin(event);
+    line.rest(text, size < kMostText ? size : kMostText);
+}
+
+void tell_text(Event event, const char *text, size_t size) {
+    Told().begin_text(event, text, size);
+}
+
+void tell_text(Event event, const char *text) {
+    tell_text(event, text, strlen(text));
+}
+
+void tell_lines(Event event, const char *text, size_t size) {
+    for (const char *end = text + size; text < end;) {
+        const auto *feed = static_cast<const char *>(memchr(text, '\n', static_cast<size_t>(end - text)));
+        const char *stop = feed != nullptr ? feed : end;
+        if (stop > text) {
+            tell_text(event, text, static_cast<size_t>(stop - text));
+        }
+        text = stop + 1;
+    }
+}
+
+void tell_file(Event event, const char *path, int result) {
+    Told(result < 0, result < 0 ? error_name(errno) : nullptr).begin_text(event, path, strlen(path));
+}
+
+const char *error_name(int error) {
+    const char *name = next("strerrorname_np", next_strerrorname)(error);
+    return name != nullptr ? name : "-1";
+}
+
+void flush() {
+    const int kept = errno;
+    send_told();
+    errno = kept;
+}
+
+}  // namespace tap
+
+// Shared with libraries that find it weakly.
+const TapHooks *tap_hooks = nullptr;

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+// The tap: tells one event (virtual_router/vocabulary/events.conf) for each thing that a request does, to the keeper,
+// which listens at the socket /dev/tap. A process has a connection of its own there, which ends with it.
+//
+// It is part of libdriver.so, and does something in app.cgi only, and only while somebody listens. It never makes the
+// program wait for long: when the keeper takes no more for kMostWaiting, nothing is told any more.
+#ifndef VIRTUAL_ROUTER_TAP_TAP_H
+#define VIRTUAL_ROUTER_TAP_TAP_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "virtual_router/tap/hooks.h"
+
+namespace tap {
+
+extern bool g_listens;
+
+// Whether somebody listens, and the call comes from the program itself: from that address. What libraries do for it is
+// no deed of the program's.
+bool hears_from(const void *caller);
+inline bool hears(const void *caller) {
+    return g_listens && hears_from(caller);
+}
+
+// Microseconds since 1970 of the PC's clock.
+int64_t now();
+
+// One event. It is told when the object goes, and keeps errno.
+class Told {
+  public:
+    explicit Told(bool failed = false, const char *how = nullptr);
+    Told(const Told &) = delete;
+    Told &operator=(const Told &) = delete;
+    ~Told();
+
+    EventLine line;
+    // The line's last field: a text, cut to what is told of one.
+    void begin_text(Event event, const char *text, size_t size);
+
+  private:
+    int kept_errno_;
+};
+
+void tell_text(Event event, const char *text, size_t size);
+void tell_text(Event event, const char *text);
+// Each line of a text that is not empty.
+void tell_lines(Event event, const char *text, size_t size);
+// A call on a file that came to `result`, negative for a failure as errno says.
+void tell_file(Event event, const char *path, int result);
+
+// As a mark of failure names it: ENOENT.
+const char *error_name(int error);
+
+// Sends what has been told so far. Before whatever may take its time.
+void flush();
+
+// The stream that the program gets in the place of the console's: what is written to it is told, too.
+FILE *open_console(FILE *console);
+
+}  // namespace tap
+
+#define CALLER __builtin_return_address(0)
+
+#endif
