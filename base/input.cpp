@@ -85,12 +85,17 @@ bool read_beginning(const char *path, Out text) {
     if (!file) {
         return false;
     }
+    read_beginning(file.get(), text);  // what can't be read is empty
+    return true;
+}
+
+bool read_beginning(int file, Out text) {
     char *at = text.text;
     const char *const last = text.text + text.size - 1;
-    ssize_t count;
-    while (at < last && (count = read_some(file.get(), at, static_cast<size_t>(last - at))) > 0) {
+    ssize_t count = 0;
+    while (at < last && (count = read_some(file, at, static_cast<size_t>(last - at))) > 0) {
         at += count;
     }
     *at = '\0';
-    return true;
+    return count >= 0;
 }

@@ -35,4 +35,7 @@ void read_text(int file, char *text, int size, size_t most = SIZE_MAX);
 // Reads the beginning of a file, as much as `text` holds. False: it can't be opened, and `text` is empty.
 bool read_beginning(const char *path, Out text);
 
+// The same of a file that is open. False: it can't be read.
+bool read_beginning(int file, Out text);
+
 #endif

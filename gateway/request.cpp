@@ -90,6 +90,7 @@ int answer_request(OwnedText body, const char *remote_address) {
         return kNotServed;
     }
     EntryLog("REMOTE_ADDR=%s\n\n", remote_address);
+    client_address = remote_address;
 
     if (!action.open_to_guests && strcmp(remote_address, kLoopback) != 0) {
         if (is_from_controller(remote_address)) {

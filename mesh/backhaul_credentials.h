@@ -4,8 +4,7 @@
 #ifndef MESH_BACKHAUL_CREDENTIALS_H
 #define MESH_BACKHAUL_CREDENTIALS_H
 
-#include <cstddef>
-#include <cstdint>
+#include <string_view>
 
 // Every generated name holds this; a name without it was not generated.
 constexpr char kBackhaulSsidMark[] = "EasyMeshBH";
@@ -15,16 +14,15 @@ struct BackhaulCredentials {
     char key[31];
 };
 
-constexpr size_t kNoiseSize = 50;
+// What the name's nine characters behind its beginning are drawn from, and the key's. In the latter "0" and "." stand
+// twice, and so come twice as often.
+constexpr std::string_view kSsidCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz1234567890";
+constexpr std::string_view kKeyCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz1234567890~!@#0^&*()_+{}[]:;..?";
+static_assert(kSsidCharacters.size() == 62 && kKeyCharacters.size() == 83, "the sets are part of the protocol");
 
-// Stirs noise into the number from which the generator starts. Unsigned 32-bit arithmetic, which wraps around.
-uint32_t stir_noise(uint32_t start, const uint8_t (&noise)[kNoiseSize]);
-
-// A number to start the generator from: another one every second.
-uint32_t find_generator_start();
-
-// The credentials that the C library's generator gives when it starts from `start`.
-BackhaulCredentials generate_backhaul_credentials(uint32_t start);
+// Makes credentials up. False: there is no chance to make them of.
+bool draw_backhaul_credentials(BackhaulCredentials &out);
 
 // Generates credentials and stores them on the selected interface (store/wlan.h), with the security settings they need,
 // and hides its name. A refused write ends it and stands in the debug log only.

@@ -36,6 +36,8 @@ resident-binary | cpu  | -    | build python         | release: app.scgi        
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
+cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
+attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
 contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 char err_msg[1024];
+const char *client_address = nullptr;
 int save_config_flag = 0;
 int app_reinit_flag = 0;
 int wifi_reinit_flag = 0;

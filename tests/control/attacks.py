@@ -5,7 +5,6 @@ import http.client
 import os
 import socket
 import stat
-import time
 
 from asking import status_of
 from router import look_until
@@ -116,10 +115,10 @@ def begin_slowly(control):
     ):
         held[name] = socket.create_connection(("127.0.0.1", control.port), timeout=5 * SLOW_SECONDS)
         held[name].sendall(data)
-    return held, time.monotonic()
+    return held
 
 
-def end_slowly(results, control, held, begun):
+def end_slowly(results, control, held):
     for name, connection in held.items():
         try:
             while connection.recv(65536):
@@ -133,7 +132,6 @@ def end_slowly(results, control, held, begun):
             connection.close()
         results.check(f"who sends {name} is hung up on", True)
     results.check("and others are answered meanwhile", control.get("/api/status").status == 200)
-    del begun
 
 
 def crowd(results, control):
@@ -162,18 +160,26 @@ def files(results, router, control):
     results.check("other addresses of the PC do not answer", not reached, reached)
 
 
+def replace_endpoint(router, program):
+    """A hostile router: another program answers."""
+    command = "[ -e /tmp/kept ] || cp /web/app/app.cgi /tmp/kept; xxd -r -p > /web/app/new && chmod 755 /web/app/new && mv /web/app/new /web/app/app.cgi"
+    router.inside("run", "sh", "-c", f"printf '%s' '{program.encode().hex()}' | ({command})")
+
+
+def restore_endpoint(router):
+    router.inside("run", "sh", "-c", "cp /tmp/kept /web/app/new && mv /web/app/new /web/app/app.cgi")
+
+
 def cookie(results, router, control):
     """A browser shows a page of the router, which has the same host as the control port, and so its cookies."""
-    program = "#!/bin/sh\nprintf 'Content-Type: text/plain\\r\\n\\r\\n%s' \"$HTTP_COOKIE\"\n"
-    script = f"cat > /tmp/app.cgi && chmod 755 /tmp/app.cgi && cp /web/app/app.cgi /tmp/kept && cp /tmp/app.cgi /web/app/app.cgi.new && mv /web/app/app.cgi.new /web/app/app.cgi"
-    router.inside("run", "sh", "-c", f"printf '%s' '{program.encode().hex()}' | xxd -r -p | ({script})")
+    replace_endpoint(router, "#!/bin/sh\nprintf 'Content-Type: text/plain\\r\\n\\r\\n%s' \"$HTTP_COOKIE\"\n")
     seen = {}
     for name, sent in (("alone", "control-{0}={1}"), ("among others", "a=b; control-{0}={1}; c=d"), ("twice", "control-{0}={1};control-1={1}")):
         connection = http.client.HTTPConnection("127.0.0.1", router.port, timeout=30)
         connection.request("GET", "/app/app.cgi", headers={"Cookie": sent.format(control.port, control.token)})
         seen[name] = connection.getresponse().read().decode()
         connection.close()
-    router.inside("run", "sh", "-c", "cp /tmp/kept /web/app/app.cgi.new && mv /web/app/app.cgi.new /web/app/app.cgi")
+    restore_endpoint(router)
     good = seen == {"alone": "", "among others": "a=b; c=d", "twice": ""}
     results.check("the router never sees the control port's cookie, only others", good, seen)
 

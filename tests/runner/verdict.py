@@ -68,7 +68,16 @@ def compare(step, own, before, seen, items, moment):
     if seen["tool"]:
         yield "tool", "", seen["tool"]
 
-    replies = [] if step["reply"] is None else [to_bytes(fill(step["reply"]))]
+    replies = [] if step["reply"] is None else [fill(step["reply"])]
+    after = {path: content if content is False else fill(content) for path, content in step.get("files_after", {}).items()}
+    events = [str(event) for event in (named(event, items) for event in seen["log"]) if is_deed(event)]
+    # One after the other, so that a macro's name means the same text in all of them.
+    written = [path for path, content in after.items() if content is not False]
+    texts = own.resolve(replies + [after[path] for path in written] + [fill(event) for event in step.get("events", [])],
+                        [to_text(b"".join(seen["stdout"]))] * len(replies)
+                        + [to_text(seen["files"].get(path, b"")) for path in written] + events)
+    replies = [to_bytes(text) for text in texts[:len(replies)]]
+    after.update(zip(written, texts[len(replies):]))
     if seen["stdout"] != replies:
         whole = b"".join(seen["stdout"])
         if replies and whole == replies[0]:
@@ -87,8 +96,7 @@ def compare(step, own, before, seen, items, moment):
         yield "console", f"opened {len(lines)} times", f"opened {seen['console_opens']} times"
 
     told = [named(event, items) for event in seen["log"]]
-    events = [str(event) for event in told if is_deed(event)]
-    wanted = own.resolve([fill(event) for event in step.get("events", [])], events)
+    wanted = texts[len(replies) + len(written):]
     if events != wanted:
         yield "events", "\n".join(wanted), "\n".join(events)
     for key, word, others in OF_ONE_KIND:
@@ -107,11 +115,11 @@ def compare(step, own, before, seen, items, moment):
         yield "queue", f"mode {QUEUE_MODE:o}", f"mode {seen['queue_mode']:o}"
 
     files = dict(before)
-    for path, content in step.get("files_after", {}).items():
+    for path, content in after.items():
         if content is False:
             files.pop(path, None)
         else:
-            files[path] = to_bytes(fill(content))
+            files[path] = to_bytes(content)
     for path in sorted(files.keys() | seen["files"].keys()):
         if files.get(path) != seen["files"].get(path):
             yield f"file {path}", show_file(files.get(path)), show_file(seen["files"].get(path))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "mesh/backhaul_credentials.h"
+#include "mesh/backhaul_generator.h"
 
 #include <gtest/gtest.h>
 

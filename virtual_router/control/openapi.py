@@ -17,7 +17,9 @@ FILE = HERE / "openapi.json"
 
 from control import route, routes  # noqa: E402
 
+DESCRIBED = [found for found in routes.ROUTES if found.path.startswith("/api/")]  # the rest are pages
 ERROR = route.an_object({"error": route.an_object({"code": route.TEXT, "message": route.TEXT})})
+KINDS = {route.JSON: "application/json", route.PAGE: "application/json", route.EVENTS: "text/event-stream", route.FILE: "application/octet-stream"}
 REFUSALS = {
     "400": "what was sent makes no sense",
     "401": "no token, or a wrong one",
@@ -32,7 +34,7 @@ def content(kind, schema):
 
 
 def replies(found):
-    kind = {route.JSON: "application/json", route.EVENTS: "text/event-stream", route.FILE: "application/octet-stream"}[found.kind]
+    kind = KINDS[found.kind]
     schema = {"type": "string", "contentMediaType": "application/octet-stream"} if found.kind == route.FILE else found.reply
     described = {"200": {"description": "done", **content(kind, schema)}}
     for status, when in sorted({**REFUSALS, **{str(status): when for status, when in found.refusals.items()}}.items()):
@@ -64,7 +66,7 @@ def name_of(found):
 
 def description():
     paths = {}
-    for found in routes.ROUTES:
+    for found in DESCRIBED:
         paths.setdefault(found.path, {})[found.method.lower()] = operation(found)
     return {
         "openapi": "3.1.0",
@@ -92,7 +94,7 @@ def main():
     if sys.argv[1:] == ["--check"]:
         if not FILE.exists() or FILE.read_text() != made:
             sys.exit(f"{FILE.relative_to(HERE.parents[1])} is not what the routes make; make it anew: virtual_router/control/openapi.py")
-        print(f"{len(routes.ROUTES)} routes are described")
+        print(f"{len(DESCRIBED)} routes are described")
     elif sys.argv[1:]:
         sys.exit(__doc__)
     else:

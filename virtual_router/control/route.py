@@ -10,6 +10,7 @@ MOST_BODY_BYTES = 256 * KIBIBYTE
 JSON = "json"  # the handler returns what becomes the reply
 EVENTS = "events"  # the handler is an asynchronous generator: what it yields are the events, as (name, data)
 FILE = "file"  # the handler returns a File
+PAGE = "page"  # the handler returns a Page
 
 _IN_BRACES = re.compile(r"\{(\w+)\}")
 _WORD = r"(?P<\1>[A-Za-z0-9._:@-]{1,128})"
@@ -30,12 +31,19 @@ class File(NamedTuple):
     content: bytes
 
 
+class Page(NamedTuple):
+    content: bytes
+    kind: str
+    policy: str | None = None  # Content-Security-Policy; None: nothing is loaded or run
+    status: int = 200
+
+
 class Call(NamedTuple):
     keeper: object
     path: dict  # what stands for the {names} of the route's path
     query: dict  # name -> value, of the type that the route's table says; those that are not given are missing
     body: object  # as the route's schema asks for it; None: it asks for none
-    data: bytes = b""  # the body of a route that takes a file
+    data: bytes = b""  # the body as it came
 
 
 class Route(NamedTuple):
@@ -50,7 +58,8 @@ class Route(NamedTuple):
     query: dict = {}  # name -> schema of a whole number, a truth value or a text
     refusals: dict = {}  # status -> when, beside those that each route has
     kind: str = JSON
-    takes_file: bool = False  # the body is a file as it is, no JSON
+    takes_file: bool = False  # the body is a file, no JSON
+    as_it_is: bool = False  # the body is said to be JSON, and not looked at
     most_body: int = MOST_BODY_BYTES
     example: object = None  # a request
 

@@ -202,6 +202,8 @@ class Handler(tornado.web.RequestHandler):
                 await self.send_events(self.found.handler(call))
             elif self.found.kind == route.FILE:
                 self.send_file(await self.found.handler(call))
+            elif self.found.kind == route.PAGE:
+                self.send_page(await self.found.handler(call))
             else:
                 self.send(200, await self.found.handler(call))
         except route.Refused as refused:
@@ -214,13 +216,13 @@ class Handler(tornado.web.RequestHandler):
     def call(self):
         data = b"".join(self.chunks)
         body = None
-        if self.found.request is not None:
+        if self.found.request is not None and not self.found.as_it_is:
             try:
                 body = json.loads(data or b"{}")
             except (ValueError, RecursionError):
                 raise route.Refused(400, "body", "The body is no JSON.") from None
             check(body, self.found.request, "the body")
-        return route.Call(self.server.keeper, self.parts, self.query(), body, data if self.found.takes_file else b"")
+        return route.Call(self.server.keeper, self.parts, self.query(), body, data)
 
     def query(self):
         values = {}
@@ -246,6 +248,13 @@ class Handler(tornado.web.RequestHandler):
         self.set_header("Content-Type", file.kind)
         self.set_header("Content-Disposition", f'attachment; filename="{file.name}"')
         self.finish(file.content)
+
+    def send_page(self, page):
+        self.set_status(page.status)
+        self.set_header("Content-Type", page.kind)
+        if page.policy:
+            self.set_header("Content-Security-Policy", page.policy)
+        self.finish(page.content)
 
     async def send_events(self, events):
         """Sends what comes until the other end hangs up."""

@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: MIT
+# The hardened build: the same requests, replies and store, other insides. Each option takes sources out of the program and
+# puts those of the same path below hardened/ in their place; all are on in the preset "hardened". docs/architecture.md
+# says what each is for.
+
+# harden(OPTION MEANING SOURCE...): declares an option; where it is on, the sources' twins stand in ENDPOINT_SOURCES.
+macro(harden option meaning)
+  option(${option} "${meaning}" OFF)
+  if(${option})
+    foreach(source ${ARGN})
+      list(REMOVE_ITEM ENDPOINT_SOURCES ${CMAKE_SOURCE_DIR}/${source})
+      list(APPEND ENDPOINT_SOURCES ${CMAKE_SOURCE_DIR}/hardened/${source})
+    endforeach()
+  endif()
+endmacro()
+
+harden(HARDEN_SESSIONS "Session ids that nobody guesses, of one client and for a time; growing refusal of wrong logins"
+       login/session_id.cpp login/session.cpp login/attempts.cpp)
+harden(HARDEN_BACKHAUL "Credentials of the mesh backhaul from the kernel's random source" mesh/backhaul_draw.cpp)
+
+set(HARDEN_SESSION_IDLE 43200 CACHE STRING "Seconds after its last use at which a session ends (HARDEN_SESSIONS)")
+set(HARDEN_SESSION_AGE 604800 CACHE STRING "Seconds after its login at which a session ends (HARDEN_SESSIONS)")
+set_source_files_properties(hardened/login/session.cpp PROPERTIES COMPILE_DEFINITIONS
+                            "SESSION_IDLE=${HARDEN_SESSION_IDLE};SESSION_AGE=${HARDEN_SESSION_AGE}")

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: MIT
+// Who has tried wrong accounts has to wait, longer each time. Nobody sleeps for it, and nobody else waits: a client
+// that tries too early is answered as with a wrong account, and others are none the worse.
+//
+// A file remembers, a line for each client: its address, how many wrong attempts, and until when it is refused (seconds
+// since 1970). There is room for kMostClients; when more try, the one whose time is up first is forgotten.
+#include "login/attempts.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "base/input.h"
+#include "base/output.h"
+#include "base/report.h"
+#include "base/resource.h"
+#include "base/same_secret.h"
+#include "base/text.h"
+#include "gateway/handler/request_state.h"
+#include "platform/product.h"
+
+namespace {
+
+constexpr char kAttemptsPath[] = PRODUCT_SESSION ".logins";
+constexpr int kMostClients = 32;
+constexpr int kFreeAttempts = 2;                   // who mistypes twice does not wait
+constexpr long long kLongestRefusal = 900;         // seconds
+constexpr long long kForgottenAfter = 3600;        // seconds after the refusal's end
+constexpr int kMostAttempts = kFreeAttempts + 11;  // from then on the refusal is the longest
+
+struct Client {
+    char address[46] = {};  // the longest that IPv6 has, and the terminator
+    int attempts = 0;
+    long long refused_until = 0;
+};
+
+struct Clients {
+    int count = 0;
+    Client rows[kMostClients];
+};
+
+constexpr size_t kLongestLine = sizeof Client::address + 16 + 20;
+
+// The second wait is twice the first, and so on.
+long long refusal(int attempts) {
+    if (attempts <= kFreeAttempts) {
+        return 0;
+    }
+    const long long seconds = 1LL << (attempts - kFreeAttempts - 1);
+    return seconds < kLongestRefusal ? seconds : kLongestRefusal;
+}
+
+// The client's name in the file. Whatever is no address shares one.
+void name_client(Out name) {
+    constexpr char kOfAddresses[] = "0123456789abcdefABCDEF.:%";
+    const char *const address = client_address != nullptr ? client_address : "";
+    const bool plain = *address != '\0' && address[strspn(address, kOfAddresses)] == '\0';
+    if (!plain || !join(name, {address})) {
+        join(name, {"?"});
+    }
+}
+
+// Opens the file and keeps other logins out of it. None may keep this one waiting: whoever holds the file does nothing
+// but read and write it.
+int open_locked() {
+    const int file = open(kAttemptsPath, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    struct stat status;
+    if (file < 0 || fstat(file, &status) != 0) {
+        return file;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        close(file);
+        errno = EEXIST;
+        return -1;
+    }
+    while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return file;
+}
+
+// Reads the clients that still count. What is no line of the file's own is none.
+void read_clients(int file, long long now, Clients &clients) {
+    char text[kMostClients * kLongestLine + 1];
+    read_beginning(file, text);
+    char *line = text;
+    while (clients.count < kMostClients) {
+        char *const end = strchr(line, '\n');
+        if (end == nullptr) {
+            return;
+        }
+        *end = '\0';
+        Client client;
+        const bool whole = sscanf(line, "%45s %d %lld", client.address, &client.attempts, &client.refused_until) == 3;
+        const bool due = client.refused_until + kForgottenAfter > now;
+        const bool possible = client.refused_until <= now + kLongestRefusal;  // else the clock was set back
+        if (whole && due && possible && client.attempts > 0) {
+            clients.rows[clients.count++] = client;
+        }
+        line = end + 1;
+    }
+}
+
+void write_clients(int file, const Clients &clients) {
+    char text[kMostClients * kLongestLine + 1] = {};
+    for (int i = 0; i < clients.count; ++i) {
+        const Client &client = clients.rows[i];
+        append(text, {client.address, " ", Decimal(client.attempts).c_str(), " ", Decimal(client.refused_until).c_str(),
+                      "\n"});
+    }
+    if (lseek(file, 0, SEEK_SET) != 0 || ftruncate(file, 0) != 0 || !write_all(file, text, strlen(text))) {
+        report_error("a login is not remembered");
+    }
+}
+
+Client *find_client(Clients &clients, const char *address) {
+    for (int i = 0; i < clients.count; ++i) {
+        if (strcmp(clients.rows[i].address, address) == 0) {
+            return &clients.rows[i];
+        }
+    }
+    return nullptr;
+}
+
+// A row for one more client: the one that is forgotten first, where there is no other.
+Client *add_client(Clients &clients, const char *address) {
+    Client *row = &clients.rows[0];
+    if (clients.count < kMostClients) {
+        row = &clients.rows[clients.count++];
+    } else {
+        for (Client &other : clients.rows) {
+            row = other.refused_until < row->refused_until ? &other : row;
+        }
+    }
+    *row = Client();
+    join(row->address, {address});
+    return row;
+}
+
+}  // namespace
+
+bool may_try_login() {
+    const Descriptor file(open_locked());
+    if (!file) {
+        report_error("logins are not remembered");  // and nobody is locked out for it
+        return true;
+    }
+    char address[sizeof Client::address];
+    name_client(address);
+    const long long now = time(nullptr);
+    Clients clients;
+    read_clients(file.get(), now, clients);
+    Client *client = find_client(clients, address);
+    if (client != nullptr && client->refused_until > now) {
+        return false;
+    }
+    if (client == nullptr) {
+        client = add_client(clients, address);
+    }
+    // It counts as wrong from now on: of attempts that come side by side, each sees those before it.
+    client->attempts = client->attempts < kMostAttempts ? client->attempts + 1 : kMostAttempts;
+    client->refused_until = now + refusal(client->attempts);
+    write_clients(file.get(), clients);
+    return true;
+}
+
+void forget_wrong_logins() {
+    const Descriptor file(open_locked());
+    if (!file) {
+        return;
+    }
+    char address[sizeof Client::address];
+    name_client(address);
+    Clients clients;
+    read_clients(file.get(), time(nullptr), clients);
+    Client *const client = find_client(clients, address);
+    if (client != nullptr) {
+        *client = clients.rows[--clients.count];
+        write_clients(file.get(), clients);
+    }
+}
+
+bool is_account(const Account &stored, const Account &given) {
+    const bool user = same_secret(stored.user, given.user);
+    const bool password = same_secret(stored.password, given.password);  // looked at whatever the name is
+    return user && password;
+}

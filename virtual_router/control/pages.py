@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: MIT
+"""The pages for a browser, and what they are made of. Each file has its route: no name in a request finds a file."""
+
+import functools
+import json
+import pathlib
+
+from . import route
+
+HERE = pathlib.Path(__file__).parent
+CONTRACT = HERE.parents[1] / "contract/openapi.json"
+
+KINDS = {".html": "text/html; charset=utf-8", ".js": "text/javascript; charset=utf-8", ".css": "text/css; charset=utf-8"}
+# The viewer gives elements their style one by one, and has its pictures in its style sheet.
+POLICY = (
+    "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; img-src 'self' data:; connect-src 'self'; "
+    "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"
+)
+
+# path: the file below this folder
+FILES = {
+    "/": "pages/index.html",
+    "/docs": "pages/docs.html",
+    "/docs/control": "pages/docs.html",
+    "/pages/docs.js": "pages/docs.js",
+    "/pages/docs.css": "pages/docs.css",
+    "/vendor/swagger-ui/swagger-ui-bundle.js": "vendor/swagger-ui/swagger-ui-bundle.js",
+    "/vendor/swagger-ui/swagger-ui.css": "vendor/swagger-ui/swagger-ui.css",
+}
+
+
+async def page(name, _call):
+    path = HERE / name
+    return route.Page(path.read_bytes(), KINDS[path.suffix], POLICY)
+
+
+async def contract(_call):
+    """The router's protocol, as it can be tried from a page of this port."""
+    about = json.loads(CONTRACT.read_text())
+    about["servers"] = [{"url": "/api/phones/1", "description": "this router, as to the phone above"}]
+    return about
+
+
+ROUTES = (
+    *(route.Route("GET", path, functools.partial(page, name), "a page, or a part of one", {}, kind=route.PAGE) for path, name in FILES.items()),
+    route.Route("GET", "/docs/contract.json", contract, "contract/openapi.json, to be tried from a page of this port", {"type": "object"}),
+)
