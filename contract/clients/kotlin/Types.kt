@@ -345,7 +345,7 @@ data class SysSchReboot(
     val enable: Long,
     /** time of day */
     val time: String,
-    /** days of the week */
+    /** days of the week, Sunday first */
     val week: String
 )
 
@@ -383,7 +383,7 @@ data class SysSettingsSchReboot(
     val enable: Long,
     /** time of day, HH:MM:SS */
     val time: String? = null,
-    /** days of the week */
+    /** days of the week, Sunday first */
     val week: String? = null
 )
 
@@ -517,7 +517,7 @@ data class NetAccListEntry(
     val name: String,
     /** its MAC address, in upper case */
     val mac: String,
-    /** days of the week */
+    /** days of the week, Sunday first */
     val week: String
 )
 
@@ -539,7 +539,7 @@ data class NetAccSettingsAddlistEntry(
     val stime: String? = null,
     /** end; counts only together with "stime" */
     val etime: String? = null,
-    /** days of the week */
+    /** days of the week, Sunday first */
     val week: String? = null,
     /** the device's name */
     val name: String? = null

@@ -349,7 +349,7 @@ export interface Sys {
     enable: number;
     /** time of day */
     time: string;
-    /** days of the week */
+    /** days of the week, Sunday first */
     week: string;
   };
   /** the LEDs. allon the LEDs are on, alloff they are off or do not tell */
@@ -381,7 +381,7 @@ export interface SysSettings {
     enable: number;
     /** time of day, HH:MM:SS */
     time?: string;
-    /** days of the week */
+    /** days of the week, Sunday first */
     week?: string;
   };
   /** as "timeZoneIndex" in "timeZone" */
@@ -502,7 +502,7 @@ export interface NetAcc {
     name: string;
     /** its MAC address, in upper case */
     mac: string;
-    /** days of the week */
+    /** days of the week, Sunday first */
     week: string;
   }[];
 }
@@ -521,7 +521,7 @@ export interface NetAccSettings {
     stime?: string;
     /** end; counts only together with "stime" */
     etime?: string;
-    /** days of the week */
+    /** days of the week, Sunday first */
     week?: string;
     /** the device's name */
     name?: string;
