@@ -41,6 +41,12 @@ class Descriptor {
     }
     explicit operator bool() const { return number_ >= 0; }
     int get() const { return number_; }
+    // Hands the descriptor over to the caller.
+    int release() {
+        const int number = number_;
+        number_ = -1;
+        return number;
+    }
 
   private:
     int number_;

@@ -7,13 +7,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/records.h"
 #include "base/resource.h"
 #include "base/text.h"
 #include "platform/product.h"
+#include "programs/programs.h"
 
 namespace {
 
@@ -40,9 +40,7 @@ static_assert(offsetof(FileLease, ip) == 16 && offsetof(FileLease, name) == 24, 
 void refresh_lease_file() {
     const pid_t server = get_pid_from_file(kPidPath);
     if (server > 0) {
-        char command[64];
-        join(command, {"kill -SIGUSR1 ", Decimal(server).c_str(), "\n"});
-        run_command(command);
+        refresh_leases(server);
     }
     usleep(kRefreshPause);
 }

@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/resource.h"
 #include "base/shortage.h"
 #include "base/text.h"
+#include "programs/programs.h"
 
 namespace {
 
@@ -145,9 +145,7 @@ int isAxSupported(const char *interface) {
             *letter = static_cast<char>(*letter - ('a' - 'A'));
         }
     }
-    char command[256];
-    put(command, "flash get %s_AX_SUPPORT|grep AX_SUPPORT=1 1>/dev/null 2>/dev/null", setting);
-    return run_command(command) == 0 ? 1 : 0;
+    return is_ax(setting) ? 1 : 0;
 }
 
 int getWlStaInfo(const char *interface, void *buffer) {

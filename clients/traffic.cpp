@@ -3,19 +3,17 @@
 
 #include <cstdio>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/text.h"
 #include "platform/product.h"
+#include "programs/programs.h"
 
 namespace {
 
 constexpr char kModule[] = "cgi_userlist";
 
 constexpr char kTrafficPath[] = PRODUCT_TRAFFIC;
-
-constexpr char kChain[] = "speedtest";
 
 // A number of the file as the 32 bits that it has on the router.
 uint32_t rate_of(unsigned long long number) {
@@ -47,31 +45,10 @@ void read_lines(TrafficFile &traffic) {
     }
 }
 
-// A rule counts one direction: traffic to the device leaves through the bridge, traffic from it comes in there. These
-// are the packet filter's options for the interface and for the device's address.
-struct Direction {
-    char interface;
-    char address;
-};
-
 constexpr Direction kDirections[] = {
     {'o', 'd'},
     {'i', 's'}
 };
-
-bool has_rule(Direction direction, const char *ip) {
-    char command[1024];
-    put(command, "iptables -S %s |grep '%s/32 -%c' 1>/dev/null 2>/dev/null", kChain, ip, direction.interface);
-    return run_command(command) == 0;
-}
-
-// The action is the packet filter's option: I to insert the rule, D to delete it.
-void change_rule(char action, Direction direction, const char *ip) {
-    char command[1024];
-    put(command, "iptables -%c %s -%c " PRODUCT_LAN_INTERFACE " -%c %s 2>/dev/null", action, kChain,
-        direction.interface, direction.address, ip);
-    run_command(command);
-}
 
 }  // namespace
 
@@ -105,8 +82,8 @@ void speedtest_add_rules(const char *ip) {
         return;
     }
     for (const Direction direction : kDirections) {
-        if (!has_rule(direction, ip)) {
-            change_rule('I', direction, ip);
+        if (!has_counting_rule(direction, ip)) {
+            insert_counting_rule(direction, ip);
         }
     }
 }
@@ -116,6 +93,6 @@ void speedtest_del_rules(const char *ip) {
         return;
     }
     for (const Direction direction : kDirections) {
-        change_rule('D', direction, ip);
+        delete_counting_rule(direction, ip);
     }
 }

@@ -16,6 +16,7 @@ endmacro()
 
 harden(HARDEN_SESSIONS "Session ids that nobody guesses, of one client and for a time; growing refusal of wrong logins"
        login/session_id.cpp login/session.cpp login/attempts.cpp)
+harden(HARDEN_SHELL "No shell: programs are run directly, and what the kernel knows is asked of it" programs/programs.cpp)
 harden(HARDEN_BACKHAUL "Credentials of the mesh backhaul from the kernel's random source" mesh/backhaul_draw.cpp)
 
 set(HARDEN_SESSION_IDLE 43200 CACHE STRING "Seconds after its last use at which a session ends (HARDEN_SESSIONS)")

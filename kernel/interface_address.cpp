@@ -13,28 +13,32 @@
 
 namespace {
 
-// Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`. Every C library's ioctl()
-// takes 16 bits as they are, be its own type signed or not.
-bool ask_interface(const char *interface, uint16_t question, ifreq &out) {
+// Asks the kernel one question (SIOCGIF...) about the interface; the answer is in `out`. nullptr; without an answer
+// what failed, and errno says why. Every C library's ioctl() takes 16 bits as they are, be its own type signed or not.
+const char *ask_interface(const char *interface, uint16_t question, ifreq &out) {
     const Descriptor any_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!any_socket) {
-        perror("socket error!\n");
-        return false;
+        return "socket error!\n";
     }
     char name[15];  // a longer one is cut
     join(name, {interface});
     out = {};
     join(out.ifr_name, {name});
-    if (ioctl(any_socket.get(), question, &out) < 0) {
-        perror("ioctl error!\n");
-        return false;
+    return ioctl(any_socket.get(), question, &out) < 0 ? "ioctl error!\n" : nullptr;
+}
+
+// The same, and standard error says what failed.
+bool ask_aloud(const char *interface, uint16_t question, ifreq &out) {
+    const char *const failed = ask_interface(interface, question, out);
+    if (failed != nullptr) {
+        perror(failed);
     }
-    return true;
+    return failed == nullptr;
 }
 
 bool read_ipv4(const char *interface, uint16_t question, char (&out)[INET_ADDRSTRLEN]) {
     ifreq answer;
-    if (!ask_interface(interface, question, answer)) {
+    if (!ask_aloud(interface, question, answer)) {
         return false;
     }
     sockaddr_in address;
@@ -54,7 +58,16 @@ bool read_interface_mask(const char *interface, char (&out)[INET_ADDRSTRLEN]) {
 
 bool read_interface_mac(const char *interface, uint8_t (&out)[6]) {
     ifreq answer;
-    if (!ask_interface(interface, SIOCGIFHWADDR, answer)) {
+    if (!ask_aloud(interface, SIOCGIFHWADDR, answer)) {
+        return false;
+    }
+    memcpy(out, answer.ifr_hwaddr.sa_data, sizeof out);
+    return true;
+}
+
+bool find_interface_mac(const char *interface, uint8_t (&out)[6]) {
+    ifreq answer;
+    if (ask_interface(interface, SIOCGIFHWADDR, answer) != nullptr) {
         return false;
     }
     memcpy(out, answer.ifr_hwaddr.sa_data, sizeof out);

@@ -17,4 +17,7 @@ bool read_interface_mask(const char *interface, char (&out)[INET_ADDRSTRLEN]);
 // The hardware address.
 bool read_interface_mac(const char *interface, uint8_t (&out)[6]);
 
+// The same in silence, for who has another answer.
+bool find_interface_mac(const char *interface, uint8_t (&out)[6]);
+
 #endif

@@ -3,7 +3,6 @@
 
 #include <utility>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/json.h"
 #include "base/text.h"
@@ -14,7 +13,7 @@
 #include "login/session.h"
 #include "login/session_file.h"
 #include "login/session_id.h"
-#include "platform/product.h"
+#include "programs/programs.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -122,7 +121,7 @@ int app_set_logout_handler(const char *name, cJSON *request, cJSON * /*reply*/) 
     if (integer_value(logout) != 1) {
         return kFailed;
     }
-    run_command("rm " PRODUCT_SESSION);
+    remove_session();
     DebugLog("logout done\n");
     return 0;
 }

@@ -11,6 +11,7 @@
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"
 #include "objects/time_zone.h"
+#include "programs/programs.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -35,7 +36,7 @@ constexpr AppNumber kAppNumbers[] = {
 
 int app_get_dutInfo_handler(const char * /*name*/, cJSON * /*request*/, cJSON *reply) {
     MacText mac;
-    if (read_bridge_mac(mac)) {
+    if (read_lan_mac(mac.text)) {
         DebugLog("==>MAC:%s\n\n", mac.text);
         strip_mac_colons(mac.text);
     }

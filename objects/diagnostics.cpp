@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
@@ -15,6 +14,7 @@
 #include "gateway/handler/request_state.h"
 #include "objects/identity.h"
 #include "platform/product.h"
+#include "programs/programs.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ int app_action_scan(cJSON *request) {
     echo_guid(request, reply.get());
 
     MacText mac;
-    if (read_bridge_mac(mac)) {
+    if (read_lan_mac(mac.text)) {
         DebugLog("==>MAC:%s\n\n", mac.text);
         strip_mac_colons(mac.text);
     }
@@ -91,18 +91,11 @@ int app_get_netDig_handler(const char *name, cJSON *request, cJSON *reply) {
     }
     const cJSON *wanted = find_item(ping, "count");
     const int count = wanted != nullptr && in_range(integer_value(wanted), 1, kMostPings) ? integer_value(wanted) : 1;
-    char command[128];
-    // The address goes into the command as it is: apps may give a name as well as a number, and whoever gets here has
-    // passed the access gate and may change every setting of the router anyway.
-    put(command, "ping -c %d -W 3 %s 2>&1", count, address);
-    Pipe output = open_command(command);
-    if (!output) {
-        DebugLog("popen error:%s!\n\n", command);
+    char text[1024] = {};
+    if (!run_ping(address, count, text)) {
+        DebugLog("popen error:%s!\n\n", PingCommand(address, count).text);
         return kFailed;
     }
-    char text[1024] = {};
-    read_text(fileno(output.get()), text, sizeof text);
-    output.reset();
     DebugLog("%s\n", text);
     cJSON_AddStringToObject(answer, "ping", text);
     return 0;

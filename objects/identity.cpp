@@ -1,31 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "objects/identity.h"
 
-#include <cstdio>
-
-#include "base/command.h"
 #include "base/input.h"
 #include "base/json.h"
 #include "base/mac_text.h"
 #include "base/text.h"
 #include "platform/product.h"
 #include "store/store.h"
-
-bool read_bridge_mac(MacText &mac) {
-    const Pipe output = open_command("ifconfig " PRODUCT_LAN_INTERFACE);
-    if (!output) {
-        return false;
-    }
-    char line[kLineSize];
-    while (read_line(output.get(), line)) {
-        // "br0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC": the fourth word behind the name.
-        char word[kLineSize];
-        if (sscanf(line, PRODUCT_LAN_INTERFACE "%1022s%1022s%1022s%1022s", word, word, word, mac.text) == 4) {
-            return true;
-        }
-    }
-    return false;
-}
 
 void strip_mac_colons(char *text) {
     if (text == nullptr) {

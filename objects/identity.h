@@ -13,10 +13,6 @@ struct MacText {
     char text[kLineSize] = {};
 };
 
-// Reads the hardware address of the LAN bridge as `ifconfig` prints it, colons included: handlers log it so, each under
-// its own name. False: there is none, and `mac` stays empty.
-bool read_bridge_mac(MacText &mac);
-
 // Removes every ":" in place and cuts the text to 12 characters. nullptr is left alone.
 void strip_mac_colons(char *text);
 

@@ -6,7 +6,6 @@
 
 #include <cstring>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
@@ -18,6 +17,7 @@
 #include "mesh/topology.h"
 #include "objects/schedule_text.h"
 #include "objects/time_zone.h"
+#include "programs/programs.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -47,11 +47,11 @@ constexpr char kMd5Format[] = "ERROR: MD5 string lenght should be 32";
 // What "led" may say. Another text changes nothing.
 struct LedState {
     const char *text;
-    const char *command;
+    bool on;
 };
 constexpr LedState kLedStates[] = {
-    {"allon",  "leds enable" },
-    {"alloff", "leds disable"},
+    {"allon",  true },
+    {"alloff", false},
 };
 constexpr const LedState &kLedsOn = kLedStates[0];
 constexpr const LedState &kLedsOff = kLedStates[1];
@@ -86,17 +86,9 @@ int find_led_switch(const char *line) {
     return strncmp(line, kPrefix, kPrefixLength) == 0 ? decimal_value(line + kPrefixLength) : 0;
 }
 
-// Has an agent switch its LEDs. Nobody waits for its answer.
-void switch_agent_leds(const AgentAddress &agent, const LedState &led) {
-    // The address comes out of a file and goes into a shell command. What holds more than an address does is none.
-    if (agent.ip[strspn(agent.ip, "0123456789.")] != '\0') {
-        return;
-    }
-    constexpr char kCommand[] =
-        "curl -d '{\"action\":\"set\",\"sys\":{\"led\":\"%s\"}}' http://%s/app/app.cgi >/dev/null 2>/dev/null &";
-    char command[sizeof kCommand + sizeof "alloff" + sizeof agent.ip];
-    put(command, kCommand, led.text, agent.ip);
-    run_command(command);
+// Whether the text is an address and nothing else: it comes out of a file and goes to a program.
+bool is_address(const char *ip) {
+    return ip[strspn(ip, "0123456789.")] == '\0';
 }
 
 int set_scheduled_reboot(const cJSON *schedule) {
@@ -204,17 +196,15 @@ int app_get_sys_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
     cJSON_AddStringToObject(schedule, "week", print_week_mask(store_get(MIB_SCHREBOOT_WEEK)).text);
 
     int leds_on = 0;
-    Pipe output = open_command("leds getenable");
     char line[128];
-    if (output && read_line(output.get(), line)) {
+    if (read_led_state(line)) {
         leds_on = find_led_switch(line);
     }
-    output.reset();
     DebugLog("LED enStatus:%d\n\n", leds_on);
     cJSON_AddStringToObject(sys, "led", (leds_on == 1 ? kLedsOn : kLedsOff).text);
     cJSON_AddStringToObject(sys, "timezone", store_get(MIB_TIME_ZONE_INDEX).c_str());
 
-    const int status = run_command("killall -0 fwupgtool 2>/dev/null") == 0 ? 1 : 0;
+    const int status = is_upgrading() ? 1 : 0;
     const int error = 0;  // the upgrade reports neither error nor progress
     const int down_percent = 0;
     DebugLog("status:%d,error=%d,down_precent:%d\n", status, error, down_percent);
@@ -244,12 +234,14 @@ int app_set_sys_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     }
     const LedState *led = find_led_state(find_text(sys, "led"));
     if (led != nullptr) {
-        run_command(led->command);
+        switch_leds(led->on);
         AgentAddress agents[kMostAgents] = {};
         const int count = store_get(MIB_MESH_ROLE) == kMeshController ? getAgentIpList(agents) : 0;
         for (int i = 0; i < count; ++i) {
             DebugLog("adevs[%d]:ip=%s\n", i, agents[i].ip);
-            switch_agent_leds(agents[i], *led);
+            if (is_address(agents[i].ip)) {
+                switch_agent_leds(agents[i].ip, led->text);
+            }
         }
     }
     const cJSON *schedule = find_item(sys, "schReboot");

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "base/command.h"
 #include "base/debug_log.h"
 #include "base/input.h"
 #include "base/json.h"
@@ -18,12 +17,11 @@
 #include "gateway/handler/request_state.h"
 #include "objects/wan.h"
 #include "platform/product.h"
+#include "programs/programs.h"
 
 namespace {
 
 constexpr char kModule[] = "app";
-
-constexpr char kSampleNow[] = "killall -USR1 speedtest 2>/dev/null";
 
 constexpr char kInternetPath[] = PRODUCT_INTERNET;
 constexpr char kSpeedPath[] = PRODUCT_WAN_SPEED;
@@ -144,7 +142,7 @@ void add_rate(cJSON *object, const char *key, float rate) {
 
 int app_get_wanStatus_handler(const char *name, cJSON *request, cJSON *reply) {
     cJSON *answer = cJSON_AddObjectToObject(reply, name);
-    if (run_command(kSampleNow) != 0) {
+    if (!wake_sampler()) {
         DebugLog("speedtest not runing,start speedtest");
         if (ask_daemon(MSG_APP_START_SPEEDTEST, kSamplerNotStarted) != 0) {
             return kFailed;

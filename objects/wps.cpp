@@ -3,13 +3,13 @@
 
 #include <cstdio>
 
-#include "base/command.h"
 #include "base/input.h"
 #include "base/json.h"
 #include "base/text.h"
 #include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
 #include "platform/product.h"
+#include "programs/programs.h"
 #include "store/items.h"
 #include "store/store.h"
 
@@ -18,11 +18,7 @@ namespace {
 constexpr int kButtonStart = 1;
 constexpr int kButtonCancel = 0;
 
-// The interface of the WPS daemon. With mesh on, it is the mesh that watches the button.
 constexpr char kStatusPath[] = PRODUCT_WPS_STATUS;
-constexpr char kStart[] = "wscd -sig_pbc wlan1";
-constexpr char kStartMesh[] = "echo 1 > " PRODUCT_WPS_BUTTON;
-constexpr char kCancel[] = "echo wlan1 > " PRODUCT_WPS_CANCEL " ";
 
 }  // namespace
 
@@ -48,9 +44,10 @@ int app_set_wps_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     }
     const int32_t mesh_role = store_get(MIB_MESH_ROLE);
     if (integer_value(button) == kButtonStart) {
-        run_command(mesh_role == kMeshOff ? kStart : kStartMesh);
+        // With mesh on, it is the mesh that watches the button.
+        mesh_role == kMeshOff ? press_wps_button() : press_mesh_button();
     } else if (integer_value(button) == kButtonCancel) {
-        run_command(kCancel);
+        cancel_wps();
     }
     return 0;
 }

@@ -37,6 +37,7 @@ product         | cpu  | -    | build cases          | release: tests/runner/all
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
+binary-hardened | cpu  | -    | build python         | hardened: app.cgi                     | tests/structure/check_binary build/hardened
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check

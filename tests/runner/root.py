@@ -143,7 +143,7 @@ class Root:
             if path in self.base and identity(status) == self.base[path]:
                 continue
             if stat.S_ISREG(status.st_mode):
-                found[path] = self.path(path).read_bytes() if path != "/bin/sh" else b"the double"
+                found[path] = self.path(path).read_bytes() if status.st_nlink == 1 else b"the double"
             elif stat.S_ISLNK(status.st_mode) and re.fullmatch(r"/proc/\d+", path):
                 self.path(path).unlink()
             elif not stat.S_ISDIR(status.st_mode) or not any(self.path(path).iterdir()):

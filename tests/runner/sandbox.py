@@ -27,6 +27,8 @@ FOLDER = os.path.dirname(PROGRAM)
 class Sandbox:
     """One for each worker. Made once; each case lays out its world in it."""
 
+    SHELL = ("/bin/sh",)  # where the double of the shell is found, and under which names
+
     def __init__(self, folder, binary, tools, items, mode, target=None, through="cgi"):
         self.tools = pathlib.Path(tools)
         self.layout = Layout(items)
@@ -55,8 +57,8 @@ class Sandbox:
         self.root.laid_out = int(time.time())
         for path, content in {"/dev/null": "", "/dev/console": {"type": "fifo"}, **world.get("files", {})}.items():
             self.root.put(path, content)
-        if world.get("shell", True):
-            os.link(self.root.path("/.runner/shell"), self.root.path("/bin/sh"))
+        for name in self.SHELL if world.get("shell", True) else ():
+            os.link(self.root.path("/.runner/shell"), self.root.path(name))
         self.root.write("/.runner/arp", to_bytes("\n".join(expand(line) for line in world.get("arp", []))))
         self.put_stations(world.get("stations", {}))
         self.queue = self.find_queue()
@@ -118,6 +120,9 @@ class Sandbox:
         process.stdin = request
         return request
 
+    def wait_for_background(self, step):
+        """Waits for what the program has started and does not wait for itself: nothing, with a shell that runs nothing."""
+
     def run(self, step, body):
         """Runs the program once and returns what was seen of it."""
         line, env = self.command_line(step)
@@ -158,6 +163,7 @@ class Sandbox:
             console.read()
             seen["console"], seen["console_opens"] = bytes(console.text), console.opens()
         seen["ended"] = time.time()
+        self.wait_for_background(step)
         log = to_text(self.root.path("/.runner/events").read_bytes())
         seen["log"] = [parse_event(line) for line in log.split("\n")[:-1]]
         self.store.apply(seen["log"])

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
-// A double of /bin/sh: logs the exact command text and answers from the case's table, without running anything.
+// A double of /bin/sh: logs the exact command text and answers from the case's table, without running anything. Under
+// any other name it is a double of that program, and its command's text is its name and its arguments, blanks between.
 //
 // The table is a file of entries, each "LENGTH STATUS OUTPUT-LENGTH REMOVED-LENGTH\n" followed by the command, its
 // output and the path of a file that it removes ("" for none), LENGTH and so on counting bytes. The first entry whose
 // command equals the text is the answer. A command that the table lacks is logged as unexpected and answers status 127.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -37,6 +40,16 @@ size_t read_table() {
     return size;
 }
 
+// Puts the environment into a file of its own, if that is there: entries with zero bytes behind them.
+void tell_environment() {
+    const int file = open("/.runner/environment", O_WRONLY | O_APPEND | O_CLOEXEC);
+    for (char **entry = environ; file >= 0 && *entry != nullptr; ++entry) {
+        if (write(file, *entry, strlen(*entry) + 1) < 0) {
+            __builtin_trap();
+        }
+    }
+}
+
 // Writes all of it, or as much as the reader wants to have.
 void answer(const char *text, size_t size) {
     while (size > 0) {
@@ -49,15 +62,29 @@ void answer(const char *text, size_t size) {
     }
 }
 
+// The words of a command line with blanks between; what does not fit is left out.
+const char *join_words(char **words) {
+    static char text[1 << 20];
+    size_t length = 0;
+    for (char **word = words; *word != nullptr; ++word) {
+        const int added = snprintf(text + length, sizeof(text) - length, "%s%s", word == words ? "" : " ", *word);
+        length += added < 0 ? 0 : static_cast<size_t>(added);
+        length = length < sizeof(text) ? length : sizeof(text) - 1;
+    }
+    return text;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+    const bool is_shell = strcmp(argv[0], "sh") == 0 || strcmp(argv[0], "/bin/sh") == 0;
     // The C library calls "sh -c COMMAND", newer ones "sh -c -- COMMAND".
-    if (argc < 3 || strcmp(argv[1], "-c") != 0) {
+    if (is_shell && (argc < 3 || strcmp(argv[1], "-c") != 0)) {
         log_command(argc > 1 ? argv[1] : "", false);
         return 127;
     }
-    const char *command = argv[argc - 1];
+    tell_environment();
+    const char *command = is_shell ? argv[argc - 1] : join_words(argv);
     signal(SIGPIPE, SIG_IGN);  // a reader that has seen enough is no failure
     const size_t length = strlen(command);
     const char *end = g_table + read_table();

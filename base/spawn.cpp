@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+#include "base/spawn.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "base/input.h"
+#include "base/resource.h"
+
+namespace {
+
+constexpr unsigned kLongest = 10;  // seconds
+
+constexpr const char *kFolders[] = {"/bin/", "/sbin/", "/usr/bin/", "/usr/sbin/"};
+
+// Where a program's standard output and standard error go.
+struct Outlets {
+    int output = -1;  // a descriptor; -1: nowhere
+    bool errors = false;
+    bool quiet = false;  // errors go nowhere
+};
+
+bool find_program(const char *name, Out path) {
+    for (const char *folder : kFolders) {
+        if (join(path, {folder, name}) && access(path.text, X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The program that is waited for, and the pipe from which it is read. The handler of the alarm knows them.
+volatile pid_t g_running = -1;
+volatile int g_pipe = -1;
+volatile int g_nothing = -1;  // /dev/null
+
+// Ends a program that takes too long. Who reads from it sees the end, even where something that the program has started
+// and that was not ended with it holds the pipe.
+void end_program(int /*signal*/) {
+    const int error = errno;
+    kill(-g_running, SIGKILL);
+    if (g_pipe >= 0) {
+        dup2(g_nothing, g_pipe);
+    }
+    errno = error;
+}
+
+// Limits the time of a program that runs, for as long as this lives.
+class Limit {
+  public:
+    Limit(pid_t program, int pipe) {
+        g_running = program;
+        g_pipe = pipe;
+        struct sigaction action = {};
+        action.sa_handler = end_program;
+        sigaction(SIGALRM, &action, &before_);
+        sigset_t alarms;
+        sigemptyset(&alarms);
+        sigaddset(&alarms, SIGALRM);
+        sigprocmask(SIG_UNBLOCK, &alarms, nullptr);
+        alarm(kLongest);
+    }
+    Limit(const Limit &) = delete;
+    Limit &operator=(const Limit &) = delete;
+    ~Limit() {
+        alarm(0);
+        sigaction(SIGALRM, &before_, nullptr);
+    }
+
+  private:
+    struct sigaction before_ = {};
+};
+
+// The process; -1: it can't be started. Each has a group of its own, with which it is ended.
+pid_t start(Words words, const Outlets &outlets) {
+    char path[64];
+    if (!find_program(words[0], path)) {
+        return -1;
+    }
+    // A web server may have its programs start with the signal ignored, and nobody could wait for one.
+    signal(SIGCHLD, SIG_DFL);
+    posix_spawn_file_actions_t files;
+    posix_spawnattr_t attributes;
+    if (posix_spawn_file_actions_init(&files) != 0 || posix_spawnattr_init(&attributes) != 0) {
+        return -1;
+    }
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (outlets.output < 0) {
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    } else {
+        posix_spawn_file_actions_adddup2(&files, outlets.output, STDOUT_FILENO);
+    }
+    if (outlets.errors || outlets.quiet) {
+        posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
+    }
+    sigset_t none;
+    sigset_t ignored_here;
+    sigemptyset(&none);
+    sigemptyset(&ignored_here);
+    sigaddset(&ignored_here, SIGPIPE);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &ignored_here);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    static char kPath[] = "PATH=/bin:/sbin:/usr/bin:/usr/sbin";
+    char *environment[] = {kPath, nullptr};
+    pid_t process = -1;
+    // The words are not written to, whatever the interface's type says.
+    if (posix_spawn(&process, path, &files, &attributes, const_cast<char *const *>(words), environment) != 0) {
+        process = -1;
+    }
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    return process;
+}
+
+// The exit status; -1: it was killed.
+int wait_for(pid_t process) {
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace
+
+int run_program(Words words) {
+    const pid_t process = start(words, Outlets{});
+    if (process < 0) {
+        return -1;
+    }
+    const Limit limit(process, -1);
+    return wait_for(process);
+}
+
+bool read_program(Words words, Errors errors, Out output) {
+    memset(output.text, 0, output.size);
+    int ends[2];
+    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    if (!nothing || pipe2(ends, O_CLOEXEC) != 0) {
+        return false;
+    }
+    pid_t process;
+    {
+        const Descriptor input(ends[1]);
+        process = start(words, Outlets{input.get(), errors == Errors::kRead, false});
+    }
+    Descriptor source(ends[0]);
+    if (process < 0) {
+        return false;
+    }
+    g_nothing = nothing.get();
+    const Limit limit(process, source.get());
+    read_text(source.get(), output.text, static_cast<int>(output.size));
+    close(source.release());
+    wait_for(process);
+    return true;
+}
+
+void start_program(Words words) {
+    start(words, Outlets{-1, false, true});
+}
