@@ -1,15 +1,23 @@
 # SPDX-License-Identifier: MIT
 """A guest on this PC: what an app makes the router run, by the address that "netDig" puts into a shell, stays in the router."""
 
+import ctypes
 import json
 import os
 import pathlib
+import shutil
+import signal
 import socket
 import stat
+import subprocess
+import sys
+import tempfile
 import threading
 
+import calls
 import router as routers
 from story import Teller, left_nothing
+from ways import AS_NOBODY, IS_ROOT
 
 # What each attack tries, and the commands; "BROKEN" in what they print says that it worked. CANARY is a file of the PC that its owner
 # alone may read, PORT a port on which something of the PC listens.
@@ -48,7 +56,7 @@ ATTACKS = (
     ("the terminal", "[ -c /dev/tty ] && echo BROKEN; [ -e /dev/pts ] && echo BROKEN; [ -t 0 ] && echo BROKEN; [ -t 2 ] && echo BROKEN"),
     ("limits of its own making", "ulimit -n 1000000 && echo BROKEN; ulimit -v unlimited && echo BROKEN"),
     ("a full /tmp", "dd if=/dev/zero of=/tmp/big bs=1M count=1000 2>/dev/null && echo BROKEN; rm -f /tmp/big"),
-    ("files without end", "mkdir /tmp/many; i=0; while [ $i -lt 20000 ]; do : > /tmp/many/$i || break; i=$((i+1)); done; [ $i -lt 20000 ] || echo BROKEN; rm -r /tmp/many"),
+    ("files without end", "mkdir /tmp/many; i=0; while [ $i -lt 20000 ]; do echo > /tmp/many/$i || break; i=$((i+1)); done; [ $i -lt 20000 ] || echo BROKEN; rm -r /tmp/many"),
     ("memory without end", "head -c 600000000 /dev/zero | tail -c 600000000 | wc -c | grep -q 600000000 && echo BROKEN"),
     ("the board's reset line by nonsense", "for w in 'keep ../../etc/passwd' 'keep /etc/passwd' 'keep mib/../x' 'keep planted' 'mount x'; do echo \"$w\"; done | while read w; do board $w && echo BROKEN; done"),
     ("the store's file as something else", "rm -rf /flash/leds-off /flash/mib/x /flash/x /flash/planted /flash/folder; ln -s /etc/passwd /flash/leds-off || echo BROKEN; board keep leds-off && echo BROKEN; rm -f /flash/leds-off"),
@@ -57,13 +65,130 @@ ATTACKS = (
     ("the web server's own programs", "echo '#!/bin/sh' > /web/app/app.cgi.new; ls -la /web/app | grep -q '^-rws' && echo BROKEN"),
 )  # fmt: skip
 
+# By calls that no shell has (calls.py): what each reaches for.
+CALLS = {
+    "io_uring": "io_uring",
+    "bpf": "programs in the kernel",
+    "perf": "counters of the kernel's",
+    "keys": "the kernel's keys",
+    "userfaultfd": "page faults",
+    "memory_files": "memory that no limit of a file system counts",
+    "trace": "the PC's processes, by tracing",
+    "signals": "the PC's processes, by each kind of signal",
+    "memory": "memory, files and descriptors of the PC's processes",
+    "abstract_sockets": "the PC's sockets without a path",
+    "sockets_by_path": "the keeper's socket",
+    "shared_memory": "the PC's shared memory and semaphores",
+    "queues": "the PC's message queues",
+    "typed_input": "input that nobody typed",
+    "spaces": "a name space by the newer call",
+    "older_calls": "calls of an older architecture",
+    "handles": "files by their number",
+    "crowd": "all of the board's attention",
+}
+# Those that work where nothing keeps them out, for any user of any PC; the others may be kept out by a PC's own settings.
+WORK_ANYWHERE = ("memory_files", "trace", "signals", "memory", "abstract_sockets", "shared_memory", "queues", "older_calls")
+# Those that a router without its filter of system calls lets through: so the tests above can fail.
+NEED_THE_FILTER = {True: ("signals", "shared_memory", "queues", "typed_input"), False: ("keys", "memory_files", "older_calls", "typed_input")}  # by_proot: ...
+# What proot does not keep out, as docs/virtual-router.md tells, or what it only pretends to do, so that it says nothing.
+NOT_WITH_PROOT = (
+    "memory_files", "a full /tmp", "files without end", "memory without end",
+    "a device node", "the system request key", "the host name and the clock", "more rights", "rights over the PC", "rights that were given up",
+)  # fmt: skip
+IPC_CREAT, IPC_RMID, ANYBODYS = 0o1000, 0, 0o666
+QUIET_SECONDS = 0.3  # in which a signal that was sent would have arrived
+
+
+class Pc:
+    """What there is of the PC to be reached: processes, shared memory, a queue, sockets."""
+
+    VICTIM = "import ctypes, time; b = ctypes.create_string_buffer(b'secret'); print(ctypes.addressof(b), flush=True); time.sleep(1000)"
+
+    def __init__(self, user):
+        """`user`: whose the processes are; None: this one's."""
+        self.prefix = AS_NOBODY if user and IS_ROOT else []
+        self.libc = ctypes.CDLL(None, use_errno=True)
+        self.libc.shmat.restype = ctypes.c_void_p
+        self.key = os.getpid() | 0x5E000000
+        self.segment = self.libc.shmget(self.key, 64, IPC_CREAT | ANYBODYS)
+        self.memory = self.libc.shmat(self.segment, None, 0)
+        ctypes.memmove(self.memory, b"secret", 6)
+        self.queue = self.libc.msgget(self.key, IPC_CREAT | ANYBODYS)
+        self.libc.msgsnd(self.queue, b"\1" + bytes(7) + b"secret", 6, 0)
+        self.abstract = f"e2e-{os.getpid()}"
+        self.listener = socket.socket(socket.AF_UNIX)
+        self.listener.bind("\0" + self.abstract)
+        self.listener.listen()
+        answer_with_secret(self.listener)
+        self.shared = pathlib.Path(f"/dev/shm/e2e-{os.getpid()}")
+        self.shared.write_text("secret")
+        self.shared.chmod(ANYBODYS)
+        self.start_victim()
+
+    def start_victim(self):
+        self.victim = subprocess.Popen([*self.prefix, sys.executable, "-c", self.VICTIM], stdout=subprocess.PIPE, text=True, start_new_session=True)
+        self.address = int(self.victim.stdout.readline())
+
+    def targets(self, *processes, paths=()):
+        return json.dumps({
+            "processes": [self.victim.pid, *processes], "address": self.address, "abstract": self.abstract, "paths": [str(path) for path in paths],
+            "segment": [self.key, self.segment], "queue": [self.key, self.queue], "shared": str(self.shared),
+        })  # fmt: skip
+
+    def harm(self):
+        """What has become of it, in words; what is hurt is made anew."""
+        found = []
+        try:
+            found.append(f"the victim has ended: {self.victim.wait(QUIET_SECONDS)}")
+            self.victim.stdout.close()
+            self.start_victim()
+        except subprocess.TimeoutExpired:
+            if f"State:\tS" not in pathlib.Path(f"/proc/{self.victim.pid}/status").read_text():
+                found.append("the victim is held")
+                self.victim.kill()
+        if ctypes.string_at(self.memory, 6) != b"secret":
+            found.append("the segment is changed")
+            ctypes.memmove(self.memory, b"secret", 6)
+        if self.libc.msgget(self.key, 0) != self.queue:
+            found.append("the queue is gone")
+            self.queue = self.libc.msgget(self.key, IPC_CREAT | ANYBODYS)
+        if pathlib.Path("/dev/shm/planted").exists():
+            found.append("a file in /dev/shm")
+            pathlib.Path("/dev/shm/planted").unlink()
+        return found
+
+    def attacked(self, name):
+        """What an attack does where nothing keeps it out: its words and the harm."""
+        run = subprocess.run([*self.prefix, sys.executable, calls.__file__, name, self.targets()], stdin=subprocess.DEVNULL, capture_output=True, text=True)
+        return run.stdout, self.harm()
+
+    def close(self):
+        self.victim.kill()
+        self.victim.wait()
+        self.victim.stdout.close()
+        self.libc.shmctl(self.segment, IPC_RMID, None)
+        self.libc.msgctl(self.queue, IPC_RMID, None)
+        self.listener.shutdown(socket.SHUT_RDWR)  # wakes the thread that waits there
+        self.listener.close()
+        self.shared.unlink(missing_ok=True)
+
+
 class Guest(Teller):
-    def attack(self, commands):
-        """Has the endpoint run the commands as an app can: what became of them, by the reply."""
-        script = f"out=$({{\n{commands}\n}} 2>/dev/null)\ncase $out in *BROKEN*) echo BROKEN \"$out\";; *) echo HELD;; esac"
+    def attack(self, commands, sign=""):
+        """Has the endpoint run the commands as an app can: what became of them, by the reply. Only who prints the sign has tried."""
+        verdict = f"case $out in *BROKEN*) echo BROKEN \"$out\";; *{sign}*) echo HELD;; *) echo NOT TRIED \"$out\";; esac"
+        script = f"out=$({{\n{commands}\n}} 2>{'&1' if sign else '/dev/null'})\n{verdict}"
         self.router.inside("run", "sh", "-c", f"cat > /tmp/attack <<'END'\n{script}\nEND")
         status, _, text = self.router.ask(json.dumps({"action": "get", "netDig": {"ping": {"dst": "-h >/dev/null 2>&1; sh /tmp/attack"}}}), loopback=True)
         return text if status == 200 else f"{status} {text}"
+
+    def call(self, name, targets):
+        """The same with one of the attacks of calls.py."""
+        subprocess.run(
+            [*self.router.way.prefix, str(self.router.project / "script/router"), "--state", str(self.router.state), "run", "sh", "-c", "cat > /tmp/calls.py"],
+            input=pathlib.Path(calls.__file__).read_text(), text=True, check=True, capture_output=True, timeout=routers.PATIENCE_SECONDS,
+        )  # fmt: skip
+        return self.attack(f"/usr/bin/python3 /tmp/calls.py {name} '{targets}'", calls.TRIED)
 
     def answers(self):
         return '"scanRsp"' in self.router.ask('{"action":"scan"}')[2]
@@ -76,7 +201,11 @@ def modes():
 def listen():
     """Something of the PC that listens on its loopback. Returns the socket and its port."""
     listener = socket.create_server(("127.0.0.1", 0))
+    answer_with_secret(listener)
+    return listener, listener.getsockname()[1]
 
+
+def answer_with_secret(listener):
     def answer():
         while True:
             try:
@@ -87,13 +216,14 @@ def listen():
                 client.sendall(b"secret\n")
 
     threading.Thread(target=answer, daemon=True).start()
-    return listener, listener.getsockname()[1]
 
 
 def strange_files(state):
     """What in the state folder is no file of the router's store, or is not as it must be."""
     found = []
     for path in [state, *state.rglob("*")]:
+        if "run" in path.parts[len(state.parts) :]:  # goes with the router
+            continue
         status = path.lstat()
         kind, mode = stat.S_IFMT(status.st_mode), stat.S_IMODE(status.st_mode)
         if kind == stat.S_IFDIR and mode & 0o077 and path != state:
@@ -108,31 +238,85 @@ def strange_files(state):
     return found
 
 
+def held(said):
+    return "HELD" in said and "BROKEN" not in said
+
+
+def reach_out(t, pc):
+    """The attacks of calls.py."""
+    router = t.router
+    for name in WORK_ANYWHERE:
+        said, harm = pc.attacked(name)
+        t.results.check(f"{CALLS[name]}: can be reached where nothing keeps it out", "BROKEN" in said or harm, said)
+    targets = pc.targets(router.process.pid, paths=[router.state / "keeper.sock"])
+    for name, what in CALLS.items():
+        if router.way.by_proot and name in NOT_WITH_PROOT:
+            continue
+        said, harm = t.call(name, targets), pc.harm()
+        t.results.check(f"{what}: stays in the router", held(said) and not harm, f"{said}\n{harm}")
+        t.results.check(f"{what}: the router answers", t.answers() and router.inside("status")[0] == 0)
+        if harm:
+            targets = pc.targets(router.process.pid, paths=[router.state / "keeper.sock"])
+
+
+def attack_by_commands(t, canary, port):
+    before = modes()
+    for name, commands in ATTACKS:
+        if t.router.way.by_proot and name in NOT_WITH_PROOT:
+            continue
+        for word, value in (("CANARY", canary), ("PORT", port), ("PIDS", f"{os.getpid()} {os.getppid()}")):
+            commands = commands.replace(word, str(value))
+        said = t.attack(commands)
+        t.results.check(f"{name}: stays in the router", held(said), said)
+        t.results.check(f"{name}: the PC is as it was, and the router answers", modes() == before and t.answers(), modes())
+
+
+def weaken(results, way, build, pc):
+    """A keeper that puts no filter and no Landlock in force lets some of the attacks through: they are no idle ones."""
+    with tempfile.TemporaryDirectory() as folder:
+        project = pathlib.Path(folder, "project")
+        for name in ("script", "virtual_router", "platform"):
+            shutil.copytree(routers.PROJECT / name, project / name, ignore=shutil.ignore_patterns("__pycache__"))
+        pathlib.Path(folder).chmod(0o755)
+        confinement = project / "virtual_router/keeper/confinement.py"
+        confinement.write_text(f"{confinement.read_text()}\n\nput_filter_in_force = close_off_processes = close_off_files = lambda *_: None\n")
+        router = routers.Router(way, build, project)
+        try:
+            if not results.check("a router that is not confined starts", router.start() is not None, router.output()):
+                return
+            t = Guest(router, results)
+            for name in NEED_THE_FILTER[way.by_proot]:
+                said, harm = t.call(name, pc.targets()), pc.harm()
+                results.check(f"without the filter it reaches {CALLS[name]}", "BROKEN" in said or harm, said)
+            router.stop(signal.SIGTERM)
+        finally:
+            router.remove()
+
+
 def invade(results, way, build):
     router = routers.Router(way, build)
     canary = pathlib.Path(router.state).parent / "canary"
     listener, port = listen()
+    pc = Pc(way.user)
     try:
         if not results.check("a router for a hostile app starts", router.start() is not None, router.output()):
-            return
-        if way.by_proot:
-            # proot keeps less out, which docs/virtual-router.md tells.
-            results.check("it says what it cannot keep out", "has the rights of whoever started it" in router.output(), router.output())
             return
         canary.write_text("secret\n")
         canary.chmod(0o600)
         t = Guest(router, results)
-        before = modes()
-        for name, commands in ATTACKS:
-            for word, value in (("CANARY", canary), ("PORT", port), ("PIDS", f"{os.getpid()} {os.getppid()}")):
-                commands = commands.replace(word, str(value))
-            said = t.attack(commands)
-            results.check(f"{name}: stays in the router", "HELD" in said and "BROKEN" not in said, said)
-            results.check(f"{name}: the PC is as it was, and the router answers", modes() == before and t.answers(), modes())
+        if way.by_proot:
+            # proot keeps less out, which docs/virtual-router.md tells.
+            results.check("it says what it cannot keep out", "has the rights of whoever started it" in router.output(), router.output())
+        attack_by_commands(t, canary, port)
         strange = strange_files(pathlib.Path(router.state))
         results.check("the state folder holds the store's own files only", not strange, "\n".join(strange))
+        reach_out(t, pc)
+        pc.close()  # its processes are no leftovers
         left_nothing(results, "Ctrl-C", router.stop(2), 130)
+        pc = Pc(way.user)
+        weaken(results, way, build, pc)
     finally:
+        pc.close()
         listener.close()
         canary.unlink(missing_ok=True)
         router.remove()

@@ -101,8 +101,9 @@ def heed_signals():
 class Router:
     """One state folder and two ports, on which routers may be started one after another."""
 
-    def __init__(self, way, build):
+    def __init__(self, way, build, project=PROJECT):
         self.way = way
+        self.project = project
         self.build = build
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix=f"e2e-{way.name}-"))
         self.state = self.folder / "state"
@@ -120,7 +121,7 @@ class Router:
         self.queue = None
 
     def command(self, *arguments):
-        return [*self.way.prefix, str(PROJECT / "script/server"), "--build", self.build, *arguments]
+        return [*self.way.prefix, str(self.project / "script/server"), "--build", self.build, *arguments]
 
     def environment(self, **more):
         return {**os.environ, "TMPDIR": str(self.temporary), **more}
@@ -205,7 +206,7 @@ class Router:
     def inside(self, *command):
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
         run = subprocess.run(
-            [*self.way.prefix, str(PROJECT / "script/router"), "--state", str(self.state), *command],
+            [*self.way.prefix, str(self.project / "script/router"), "--state", str(self.state), *command],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=PATIENCE_SECONDS,
         )  # fmt: skip
         return run.returncode, run.stdout

@@ -57,6 +57,12 @@ DENIED = """
     shmget shmat semget mq_open memfd_create memfd_secret
 """.split()
 DENIED_UNTRACED = ("ptrace",)  # proot needs it
+# Landlock does not keep anybody from these, and the files and devices are not the router's own there.
+DENIED_WITH_PROOT = """
+    chmod fchmod fchmodat fchmodat2 chown fchown lchown fchownat
+    setxattr lsetxattr fsetxattr setxattrat removexattr lremovexattr fremovexattr removexattrat
+""".split()
+NEEDED_BY_PROOT = ("process_vm_readv", "process_vm_writev", "memfd_create")
 
 NAMESPACE_FLAGS = (0x00000080, 0x00020000, 0x02000000, 0x04000000, 0x08000000, 0x10000000, 0x20000000, 0x40000000)
 TERMINAL_REQUESTS = (0x5412, 0x541C, 0x5423)  # TIOCSTI, TIOCLINUX, TIOCSETD: input that nobody typed
@@ -124,8 +130,8 @@ def namespaces_filter():
 
 def proot_filter(key, queue):
     """Where there is no network of the router's own, there is none."""
-    calls = [call for call in DENIED if call not in ("process_vm_readv", "process_vm_writev", "memfd_create")]
-    return _filter((socket.AF_UNIX,), calls, (key, queue))
+    denied = [call for call in DENIED if call not in NEEDED_BY_PROOT]
+    return _filter((socket.AF_UNIX,), [*denied, *DENIED_WITH_PROOT], (key, queue))
 
 
 def put_filter_in_force(program):
