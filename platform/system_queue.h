@@ -13,16 +13,16 @@ enum { kSystemQueueProject = 'u', kSystemQueueMode = 0666 };
 
 // Known to both programs: do not renumber.
 enum SysMsgType {
-    MSG_APP_START = 1,
-    MSG_RESET = 2,
-    MSG_REBOOT = 3,
-    MSG_APP_REINIT = 4,
-    MSG_APP_SCHREBOOT = 5,
-    MSG_APP_FWUPG = 6,
-    MSG_APP_SETQOS = 7,
-    MSG_APP_START_SPEEDTEST = 8,
-    MSG_APP_REPORTOSERVER_WANSTA = 9,
-    MSG_CALL_SYSCONF = 10,
+    MSG_APP_START = 1,                 // of other senders; the endpoint sends none
+    MSG_RESET = 2,                     // bring back the factory's settings, and reboot
+    MSG_REBOOT = 3,                    // reboot
+    MSG_APP_REINIT = 4,                // settings of several services changed: restart all that read the store
+    MSG_APP_SCHREBOOT = 5,             // the scheduled reboot changed: schedule_... tell it
+    MSG_APP_FWUPG = 6,                 // fetch the firmware of firmware_url, check it by firmware_md5, install it
+    MSG_APP_SETQOS = 7,                // the bandwidth rules changed, and are committed: put them in force
+    MSG_APP_START_SPEEDTEST = 8,       // start "speedtest", which measures the WAN's rates when it gets SIGUSR1
+    MSG_APP_REPORTOSERVER_WANSTA = 9,  // report the WAN's state to the server: `report` tells how often
+    MSG_CALL_SYSCONF = 10,             // put settings in force: sysconfArgv tells which
 };
 
 // What a report of the WAN state to a server asks for.
@@ -46,7 +46,7 @@ struct SysMsgRecord {
     uint8_t schedule_week;
     uint8_t reserved_234[2];
     union {
-        char sysconfArgv[128];       // MSG_CALL_SYSCONF: terminated text
+        char sysconfArgv[128];       // MSG_CALL_SYSCONF: terminated "init gw all", "initlan", "initwan" or "firewall"
         struct SysMsgReport report;  // MSG_APP_REPORTOSERVER_WANSTA
     };
 };

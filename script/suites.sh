@@ -27,12 +27,14 @@ layers          | cpu  | code | python               |                          
 items           | cpu  | code | python               |                                       | tests/structure/check_items
 vocabulary      | cpu  | code | python               |                                       | tests/structure/check_vocabulary
 platform        | cpu  | code | build python         |                                       | tests/structure/check_platform
+firmware-page   | cpu  | page | python               |                                       | tests/structure/check_firmware
 release         | cpu  | page | python               |                                       | tests/structure/check_release
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
 cases-resident  | cpu  | -    | build cases          | release: app.scgi tests/runner/all    | tests/run_cases --through scgi
 resident-binary | cpu  | -    | build python         | release: app.scgi                     | tests/structure/check_binary build/release 192 app.scgi
+firmware-examples | cpu | -   | build cases          | release: app.cgi tests/runner/all     | tests/firmware/examples
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
