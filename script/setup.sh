@@ -17,6 +17,7 @@ packages_of() {
     contract) echo python3 python3-yaml python3-jsonschema ;;
     # npm is part of the package nodejs where that does not come from Debian.
     clients) echo python3 mypy kotlin nodejs "$(command -v npm >/dev/null || echo npm)" ;;
+    browser) echo chromium nodejs "$(command -v npm >/dev/null || echo npm)" ;;
     cases) echo python3 proot ;;
     web-servers) echo lighttpd busybox nginx-light fcgiwrap apache2 mini-httpd ;;
     valgrind) echo valgrind libc6-dbg ;;

@@ -25,6 +25,7 @@ def all_files(contract, project):
     made = schemas.Schemas(contract, ref=lambda name: {"$ref": name}).files()
     files = {folder / "schema" / name: as_json(schema) for name, schema in made.items()}
     files[folder / "openapi.json"] = as_json(openapi.document(contract, project))
+    files[folder / "contract.json"] = as_json({"order": contract.order, "protocol": contract.protocol, "objects": contract.objects})
     for name, facts in contract.objects.items():
         page = project / f"docs/objects/{name}.md"
         files[page] = tables.splice(page.read_text() if page.exists() else new_page.text(name, facts), tables.tables_of(facts))

@@ -10,16 +10,24 @@ from . import route
 HERE = pathlib.Path(__file__).parent
 CONTRACT = HERE.parents[1] / "contract/openapi.json"
 
-KINDS = {".html": "text/html; charset=utf-8", ".js": "text/javascript; charset=utf-8", ".css": "text/css; charset=utf-8"}
+KINDS = {".svg": "image/svg+xml", ".html": "text/html; charset=utf-8", ".js": "text/javascript; charset=utf-8", ".css": "text/css; charset=utf-8"}
 # The viewer gives elements their style one by one, and has its pictures in its style sheet.
 POLICY = (
     "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; img-src 'self' data:; connect-src 'self'; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"
 )
 
+# The console needs none of that.
+STRICT_POLICY = (
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; connect-src 'self'; base-uri 'none'; form-action 'none'; "
+    "frame-ancestors 'none'; require-trusted-types-for 'script'"
+)
+
 # path: the file below this folder
+CONSOLE = {f"/console/{path.name}": f"console/{path.name}" for path in sorted(HERE.glob("console/*.*"))}
 FILES = {
-    "/": "pages/index.html",
+    "/": "console/index.html",
+    **CONSOLE,
     "/docs": "pages/docs.html",
     "/docs/control": "pages/docs.html",
     "/pages/docs.js": "pages/docs.js",
@@ -31,7 +39,7 @@ FILES = {
 
 async def page(name, _call):
     path = HERE / name
-    return route.Page(path.read_bytes(), KINDS[path.suffix], POLICY)
+    return route.Page(path.read_bytes(), KINDS[path.suffix], STRICT_POLICY if path.parent.name == "console" else POLICY)
 
 
 async def contract(_call):

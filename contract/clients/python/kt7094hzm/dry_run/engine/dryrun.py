@@ -297,6 +297,30 @@ def restarts(effects):
     return [each for each in RESTARTS if each in effects.restart][:1] + (["firewall"] if "firewall" in effects.restart else [])
 
 
+# ---- as a document
+
+def document(contract, body):
+    """All that is told of a request, as what becomes JSON: the keys that nobody reads, and the ends."""
+    strangers = [{"key": key, "meant": near or None} for key, near in unknown_keys(contract, body)]
+    return {"unknown": strangers, "ends": [as_document(end) for end in ends_of(contract, body)]}
+
+
+def as_document(end):
+    return {
+        "reply": end.reply or None,
+        "error": end.code if end.reply else None,
+        "msg": end.message,
+        "object": end.object or None,
+        "cause": end.cause or None,
+        "state": end.state or None,
+        "writes": [{"item": item, "state": state} for item, state in end.effects.writes],
+        "committed": end.effects.commit or None,
+        "restarts": restarts(end.effects),
+        "messages": [{"message": name, "state": state} for name, state in end.effects.sends],
+        "commands": [{"command": name, "state": state} for name, state in end.effects.runs],
+    }
+
+
 # ---- keys that nobody reads
 
 def unknown_keys(contract, body):

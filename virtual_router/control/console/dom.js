@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Elements. Texts go in as texts only, so nothing that a router or a device says becomes part of the page.
+
+const SVG = "http://www.w3.org/2000/svg";
+
+function fill(element, properties, children) {
+  for (const [name, value] of Object.entries(properties ?? {})) {
+    if (value === undefined || value === null || value === false) continue;
+    if (name.startsWith("on")) element.addEventListener(name.slice(2), value);
+    else if (name === "command") element.terminalLine = value;
+    else if (name in element && !(element instanceof SVGElement) && typeof value !== "string") element[name] = value;
+    else element.setAttribute(name === "className" ? "class" : name, value === true ? "" : value);
+  }
+  element.append(...children.flat(Infinity).filter((child) => child !== undefined && child !== null && child !== false));
+  return element;
+}
+
+/** h("p", {class: "note", onclick: f}, "text", h("b")) */
+export const h = (tag, properties, ...children) => fill(document.createElement(tag), properties, children);
+export const svg = (tag, properties, ...children) => fill(document.createElementNS(SVG, tag), properties, children);
+
+/** A button, and the script/router line that does the same: a text, or a function that gives it at this moment. */
+export const button = (label, command, onclick, properties = {}) =>
+  h("button", { type: "button", ...properties, command, onclick: async (event) => {
+    const pressed = event.currentTarget;
+    if (pressed.getAttribute("aria-disabled") === "true") return;
+    pressed.setAttribute("aria-busy", "true");
+    try {
+      await onclick(event);
+    } catch (error) {
+      notice(error.message, true);
+      if (!error.refused) throw error;
+    } finally {
+      pressed.removeAttribute("aria-busy");
+    }
+  } }, label);
+
+let number = 0;
+/** A new id with this beginning. */
+export const newId = (beginning) => `${beginning}-${++number}`;
+
+export function notice(text, bad = false) {
+  const line = h("p", { class: bad ? "notice bad" : "notice" }, text);
+  document.getElementById("notices").append(line);
+  setTimeout(() => line.remove(), bad ? 9000 : 4500);
+}
+
+/** Takes the place of what is in it, and leaves the focus where it was, if what had it is there again under the same "data-key". */
+export function replace(parent, ...children) {
+  const key = parent.contains(document.activeElement) ? document.activeElement.closest("[data-key]")?.getAttribute("data-key") : null;
+  parent.replaceChildren(...children.flat(Infinity).filter(Boolean));
+  if (key) [...parent.querySelectorAll("[data-key]")].find((element) => element.getAttribute("data-key") === key)?.focus();
+}

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// Asking the control port, and by way of it the router as a phone does.
+
+/** The port, or the router, has refused: the text is for people. */
+export class Refused extends Error {
+  constructor(message, code, status) {
+    super(message);
+    this.refused = true;
+    this.code = code;
+    this.status = status;
+  }
+}
+
+/** What the port answers. A body that is a text is sent as it is. */
+export async function ask(method, path, body, signal) {
+  const request = { method, signal, headers: {} };
+  if (body !== undefined) {
+    request.headers["Content-Type"] = "application/json";
+    request.body = typeof body === "string" ? body : JSON.stringify(body);
+  }
+  let answer;
+  try {
+    answer = await fetch(path, request);
+  } catch (error) {
+    if (error.name === "AbortError") throw error;
+    throw new Refused("The control port does not answer: has script/server ended?", "gone", 0);
+  }
+  const text = await answer.text();
+  let found = null;
+  try {
+    found = JSON.parse(text);
+  } catch {
+    if (answer.ok && answer.headers.get("Content-Type")?.startsWith("application/json")) throw new Refused("The reply is no JSON.", "reply", answer.status);
+  }
+  if (!answer.ok) throw new Refused(found?.error?.message ?? text.slice(0, 300), found?.error?.code ?? "http", answer.status);
+  return found ?? text;
+}
+
+export const get = (path, signal) => ask("GET", path, undefined, signal);
+export const post = (path, body = {}) => ask("POST", path, body);
+
+const NEED_LOGIN = 6;
+
+/** The phone that asks and its session. Listeners hear of changes. */
+export const session = {
+  phone: sessionStorage.getItem("phone") ?? "1",
+  id: sessionStorage.getItem("session"),
+  why: "",
+  listeners: new Set(),
+  keep(id, why = "") {
+    this.id = id;
+    this.why = why;
+    if (id) sessionStorage.setItem("session", id);
+    else sessionStorage.removeItem("session");
+    for (const listener of this.listeners) listener();
+  },
+  choose(phone) {
+    this.phone = phone;
+    sessionStorage.setItem("phone", phone);
+    for (const listener of this.listeners) listener();
+  },
+  path() {
+    return `/api/phones/${this.phone}/app/app.cgi`;
+  },
+};
+
+/** What the router says to the phone's request, a text: {text, reply (null: no JSON), milliseconds}. */
+export async function askRouter(body) {
+  const begun = performance.now();
+  const answer = await fetch(session.path(), { method: "POST", headers: { "Content-Type": "application/json" }, body });
+  const text = await answer.text();
+  const milliseconds = performance.now() - begun;
+  let reply = null;
+  try {
+    reply = JSON.parse(text);
+  } catch {
+    // It is shown as it is.
+  }
+  if (reply?.error?.code && !answer.ok) throw new Refused(reply.error.message, reply.error.code, answer.status);
+  if (session.id && reply?.result?.error === NEED_LOGIN) session.keep(null, "The session is over: somebody else has logged in, or the router has started anew.");
+  return { text, reply, milliseconds, status: answer.status };
+}
+
+export const loginRequest = (user, pwd) => JSON.stringify({ action: "login", info: { user, pwd } });
+
+export async function logIn(user, pwd) {
+  const { reply, text } = await askRouter(loginRequest(user, pwd));
+  const id = reply?.info?.sessionid ?? null;
+  session.keep(id, id ? "" : `Not logged in: ${reply?.result?.msg ?? (text.slice(0, 80) || "no reply")}`);
+  return id;
+}

@@ -1,0 +1,4 @@
+// SPDX-License-Identifier: MIT
+// The screens behind the first two.
+
+export const screens = [];
