@@ -69,6 +69,9 @@ class Port:
         self.order = order
         self.loop = asyncio.get_running_loop()
 
+        self.passing = asyncio.Event()  # requests are passed on; the others wait
+        self.passing.set()
+
     def start(self):
         if not self.open:
             self.open = True
@@ -129,6 +132,7 @@ class Port:
                 await self.send(client, self.gate.preflight_answer(request), exchange)
                 await self.linger(client)
                 return
+            await self.passing.wait()
             self.in_flight[number] = InFlight(self.name, f"{request.method} {request.target}", time.time())
             await self.pass_on(client, client_port, request, rest, exchange)
         except (OSError, asyncio.TimeoutError, premises.Refused) as error:
