@@ -4,13 +4,12 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "base/resource.h"
-#include "platform/product.h"
+#include "base/console.h"
 
 int app_debug = 0;
 
 void write_debug_line(const char *module, const char *function, int line, const char *format, ...) {
-    const File console(fopen(PRODUCT_CONSOLE, "w+"));
+    const File console = open_console();
     if (!console) {
         return;
     }

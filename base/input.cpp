@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "base/input.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-
-#include "base/shortage.h"
 
 namespace {
 
@@ -21,14 +18,6 @@ ssize_t read_some(int file, char *bytes, size_t size) {
 }
 
 }  // namespace
-
-File open_file(const char *path) {
-    File file(fopen(path, "r"));
-    if (!file) {
-        note_shortage_if(errno);
-    }
-    return file;
-}
 
 bool file_exists(const char *path) {
     return access(path, F_OK) == 0;
@@ -81,7 +70,7 @@ void read_text(int file, char *text, int size, size_t most) {
 
 bool read_beginning(const char *path, Out text) {
     text.text[0] = '\0';
-    const Descriptor file(open(path, O_RDONLY));
+    const Descriptor file(open_input(path));
     if (!file) {
         return false;
     }

@@ -27,6 +27,9 @@ bool read_first_line(const char *path, Out line);
 
 // What follows reads from a descriptor. Every request does that, and the first use of stdio costs it some 10 us.
 
+// Opens a file for reading. Below 0: it can't be opened.
+int open_input(const char *path);
+
 // Reads into `text`, which is `size` zero bytes, until the file ends or the last byte but one is used. It goes line by
 // line, and a zero byte ends a line: what follows it is overwritten by the next line, and a line that begins with one
 // ends the text. At most `most` bytes are taken from the file, those that are left out included.

@@ -18,6 +18,11 @@ harden(HARDEN_SESSIONS "Session ids that nobody guesses, of one client and for a
        login/session_id.cpp login/session.cpp login/attempts.cpp)
 harden(HARDEN_SHELL "No shell: programs are run directly, and what the kernel knows is asked of it" programs/programs.cpp)
 harden(HARDEN_BACKHAUL "Credentials of the mesh backhaul from the kernel's random source" mesh/backhaul_draw.cpp)
+harden(HARDEN_LOGS "Passwords and session ids in no log; the console is neither made nor emptied" base/secret.cpp base/console.cpp)
+harden(HARDEN_FILES "Pipes, devices, and in /tmp links and strangers' files are not read" base/open.cpp)
+harden(HARDEN_WAITS "A full queue is waited for two seconds; a body has 1 MiB at most, a process 64 MiB"
+       gateway/handler/queue.cpp gateway/limits.cpp)
+harden(HARDEN_UTF8 "Every reply is valid UTF-8" gateway/handler/reply_bytes.cpp)
 
 set(HARDEN_SESSION_IDLE 43200 CACHE STRING "Seconds after its last use at which a session ends (HARDEN_SESSIONS)")
 set(HARDEN_SESSION_AGE 604800 CACHE STRING "Seconds after its login at which a session ends (HARDEN_SESSIONS)")

@@ -3,17 +3,16 @@
 
 #include <unistd.h>
 
-#include <climits>
 #include <cstdint>
 #include <cstdlib>
 
 #include "base/input.h"
 #include "base/shortage.h"
+#include "gateway/limits.h"
 
 bool read_body(const char *content_length, BodyEnd end, OwnedText &body) {
-    // The size is an int, terminator included: a length for which there is none means no body.
     const int length = decimal_value(content_length);
-    if (length < 1 || length == INT_MAX) {
+    if (length < 1 || length > longest_body()) {
         return true;
     }
     const int size = length + 1;  // +1 for the terminator

@@ -7,6 +7,7 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/secret.h"
 #include "base/shortage.h"
 #include "base/text.h"
 #include "gateway/actions.h"
@@ -16,6 +17,7 @@
 #include "gateway/handler/message.h"
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
+#include "gateway/limits.h"
 #include "kernel/routes.h"
 #include "login/login.h"
 #include "store/items.h"
@@ -54,6 +56,7 @@ const char *pending_sysconf() {
 }  // namespace
 
 bool receive_request(const char *content_length, BodyEnd end, OwnedText &body) {
+    limit_process();
     watch_json_allocations();
     app_debug = read_debug_switch();
     if (!store_open()) {
@@ -68,14 +71,14 @@ bool receive_request(const char *content_length, BodyEnd end, OwnedText &body) {
     if (!read_body(content_length, end, body)) {
         return false;
     }
-    EntryLog("content=%s\n\n", printable(body.get()));
+    EntryLog("content=%s\n\n", printable(LoggedJson(body.get()).text()));
     return true;
 }
 
 int answer_request(OwnedText body, const char *remote_address) {
     Json request(cJSON_Parse(body.get()));
     if (!request) {
-        fprintf(stderr, "cJSON_Parse error:%s\n", printable(cJSON_GetErrorPtr()));
+        fprintf(stderr, "cJSON_Parse error:%s\n", printable(LoggedJson(body.get()).from(cJSON_GetErrorPtr())));
         return kNotServed;
     }
     if (find_item(request.get(), "action") == nullptr) {

@@ -5,6 +5,7 @@
 
 #include "base/debug_log.h"
 #include "base/json.h"
+#include "base/secret.h"
 #include "base/text.h"
 #include "gateway/handler/objects.h"
 #include "gateway/handler/reply.h"
@@ -58,7 +59,7 @@ int app_action_login(cJSON *request) {
     decltype(MIB_USER_NAME)::value_type stored_user;
     bool known = false;
     if (user != nullptr && password != nullptr) {
-        DebugLog("user=%s,pwd=%s\n", user, password);
+        DebugLog("user=%s,pwd=%s\n", user, secret(password));
         decltype(MIB_USER_PASSWORD)::value_type stored_password;
         // An account that can't be read is nobody's: empty texts must not open the router then.
         known = may_try_login() && store_read(MIB_USER_NAME, stored_user) &&
@@ -77,7 +78,7 @@ int app_action_login(cJSON *request) {
     }
     char id[kSessionIdSize] = {};
     if (can_write_session() && gen_sessionid(stored_user.c_str(), id) == 0) {
-        DebugLog("id=%s\n\n", id);
+        DebugLog("id=%s\n\n", secret(id));
         if (write_session(id)) {
             cJSON_AddStringToObject(info, "sessionid", id);
         }
@@ -96,7 +97,7 @@ int checkLogin(const cJSON *request) {
     if (!read_session(session)) {
         return -1;
     }
-    DebugLog("id=%s\n\n", session.id);
+    DebugLog("id=%s\n\n", secret(session.id));
     return is_of_session(session, given) ? 0 : -1;
 }
 

@@ -10,6 +10,7 @@
 #include "base/input.h"
 #include "base/json.h"
 #include "base/range.h"
+#include "base/secret.h"
 #include "base/text.h"
 #include "gateway/handler/message.h"
 #include "gateway/handler/objects.h"
@@ -223,7 +224,7 @@ int app_set_sys_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
     const char *user = find_text(sys, "usr");
     const char *password = find_text(sys, "pwd");
     if (user != nullptr && password != nullptr) {
-        DebugLog("usr=%s ,pwd=%s\n\n", user, password);
+        DebugLog("usr=%s ,pwd=%s\n\n", user, secret(password));
         if (!has_length(user, 0, kLongestAccountText) || !has_length(password, 0, kLongestAccountText)) {
             return fail(kAccountLength);
         }

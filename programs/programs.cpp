@@ -62,9 +62,9 @@ void switch_leds(bool on) {
     run_command(on ? "leds enable" : "leds disable");
 }
 
-bool read_led_state(Out line) {
+bool read_led_state(Out text) {
     const Pipe output = open_command("leds getenable");
-    return output && read_line(output.get(), line);
+    return output && read_line(output.get(), text);
 }
 
 void switch_agent_leds(const char *ip, const char *state) {

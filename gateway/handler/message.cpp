@@ -9,6 +9,7 @@
 #include "base/debug_log.h"
 #include "base/report.h"
 #include "base/text.h"
+#include "gateway/handler/queue.h"
 #include "gateway/handler/request_state.h"
 
 namespace {
@@ -63,7 +64,7 @@ int msg_send(const SysMsgRecord &record) {
     QueueEntry entry = {};
     entry.type = record.msg_type;
     memcpy(entry.payload, reinterpret_cast<const char *>(&record) + sizeof record.msg_type, sizeof entry.payload);
-    if (msgsnd(queue, &entry, sizeof entry.payload, 0) != 0) {
+    if (!put_into_queue(queue, &entry, sizeof entry.payload)) {
         report_error("the system daemon is not told");
         DebugLog("msgsnd failed\n\n");
         return -1;

@@ -11,6 +11,7 @@
 #include "base/report.h"
 #include "base/shortage.h"
 #include "base/text.h"
+#include "gateway/handler/reply_bytes.h"
 
 namespace {
 
@@ -64,6 +65,7 @@ void print_reply_headers() {
 }
 
 void print_reply_text(OwnedText text) {
+    finish_reply_bytes(text.get());
     const size_t length = strlen(text.get());
     text.get()[length] = '\n';  // in place of the terminator, so that text and line feed leave in one write
     if (!write_reply(text.get(), length + 1)) {

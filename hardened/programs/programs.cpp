@@ -107,9 +107,9 @@ void switch_leds(bool on) {
     run_program(words);
 }
 
-bool read_led_state(Out line) {
+bool read_led_state(Out text) {
     constexpr const char *kWords[] = {"leds", "getenable", nullptr};
-    return read_program(kWords, Errors::kLogged, line);
+    return read_program(kWords, Errors::kLogged, text);
 }
 
 void switch_agent_leds(const char *ip, const char *state) {

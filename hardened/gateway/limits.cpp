@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "gateway/limits.h"
+
+#include <sys/resource.h>
+
+namespace {
+
+constexpr int kLongestBody = 1 << 20;
+constexpr rlim_t kMemory = 64 << 20;  // bytes of address space; the programs that it runs get no more
+constexpr rlim_t kSeconds = 20;       // of the processor's time; a request takes a thousandth of one
+
+// What is limited to less already stays so.
+template <typename Resource>
+void limit(Resource resource, rlim_t most) {
+    rlimit limits;
+    if (getrlimit(resource, &limits) == 0 && limits.rlim_cur > most) {
+        limits.rlim_cur = most;
+        setrlimit(resource, &limits);
+    }
+}
+
+}  // namespace
+
+int longest_body() {
+    return kLongestBody;
+}
+
+void limit_process() {
+    limit(RLIMIT_AS, kMemory);
+    limit(RLIMIT_CPU, kSeconds);
+}
