@@ -59,6 +59,7 @@ mipsel-binary   | cpu  | -    | build source python mipsel | mipsel: app.cgi    
 mipsel-shared   | cpu  | -    | build source python mipsel | mipsel-shared: app.cgi                | tests/structure/check_binary build/mipsel-shared 96
 mipsel-sbom     | cpu  | -    | build source git python mipsel | mipsel: app.cgi                       | tests/structure/check_sbom build/mipsel
 mipsel-again    | cpu  | -    | build source mipsel  | mipsel: app.cgi                       | tests/structure/check_reproducible mipsel
+mipsel-hardened | cpu  | -    | build source cases mipsel | mipsel-hardened: app.cgi $around; release: launch double_shell | tests/run_cases --hardened --target mipsel --first-row --sample 8
 packaging       | cpu  | -    | build source         |                                       | packaging/check
 armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $around; release: launch double_shell | tests/run_cases --target armhf --first-row --sample 8
 store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
