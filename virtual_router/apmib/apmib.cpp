@@ -156,6 +156,26 @@ bool change_value(const store::Item &item, uint8_t *slot, Operation operation, c
 
 // --- what the tap is told ---
 
+// The fault that lets a call fail; nullptr: none does, or nobody listens.
+const Fault *strike(const TapHooks *tap, Call call, uint32_t id = 0) {
+    return tap != nullptr ? tap->strike(call, {static_cast<int>(id), true, wlan_idx, vwlan_idx}) : nullptr;
+}
+
+Call call_of(Operation operation) {
+    switch (operation) {
+        case kDeleteAll:
+            return Call::kDeleteAll;
+        case kDelete:
+            return Call::kDelete;
+        case kAdd:
+            return Call::kAdd;
+        case kReadEntry:
+        case kWhole:
+            break;
+    }
+    return Call::kSet;
+}
+
 Event event_of(Operation operation) {
     switch (operation) {
         case kDeleteAll:
@@ -189,7 +209,8 @@ ToldBytes told_bytes(const store::Item &item, Operation operation, const void *v
 
 // What a write is about to change, kept for the tap while it is being changed.
 struct Before {
-    bool found;  // the item
+    bool refused;  // the write: a fault befalls it
+    bool found;    // the item
     store::Item item;
     size_t size;
     bool known;
@@ -197,7 +218,6 @@ struct Before {
 };
 
 void keep_before(Before *before, const Place &place, Operation operation) {
-    *before = {};
     before->found = true;
     before->item = place.item;
     if (operation == kWhole) {
@@ -213,9 +233,14 @@ void keep_before(Before *before, const Place &place, Operation operation) {
     }
 }
 
-void tell_write(const TapHooks &tap, Target target, const Before &before, const void *value, bool done) {
-    StoreCall call = {
-        event_of(target.operation), told_item(target.id, before.found && before.item.slots > 1), done, {}, {}};
+void tell_write(const TapHooks &tap, Target target, const Before &before, const void *value, bool done,
+                const Fault *fault) {
+    StoreCall call = {event_of(target.operation),
+                      told_item(target.id, before.found && before.item.slots > 1),
+                      done,
+                      how_of(fault),
+                      {},
+                      {}};
     if (!before.found) {
         call.value = {"", 0};
     } else if (target.operation != kDeleteAll) {
@@ -227,10 +252,12 @@ void tell_write(const TapHooks &tap, Target target, const Before &before, const 
     tap.tell_store(call);
 }
 
-void tell_read(const TapHooks &tap, Target target, const Place *place, const void *value, bool done) {
+void tell_read(const TapHooks &tap, Target target, const Place *place, const void *value, bool done,
+               const Fault *fault) {
     StoreCall call = {target.operation == kReadEntry ? Event::kEntry : Event::kGet,
                       told_item(target.id, place != nullptr && place->item.slots > 1),
                       done,
+                      how_of(fault),
                       {},
                       {}};
     if (done) {
@@ -252,6 +279,9 @@ int put(MDB_txn *txn, Target target, const void *value, Before *before) {
     }
     if (before != nullptr) {
         keep_before(before, place, target.operation);
+        if (before->refused) {
+            return EINVAL;
+        }
     }
     auto stored = static_cast<const uint8_t *>(place.record.mv_data);
     std::unique_ptr<uint8_t, FreeBytes> record(static_cast<uint8_t *>(malloc(place.record.mv_size)));
@@ -285,27 +315,31 @@ int write(Target target, const void *value, Before *before) {
 }  // namespace
 
 int apmib_init() {
-    const bool done = working.env != nullptr || store::open_working(&working, false) == 0;
-    if (const TapHooks *tap = find_tap()) {
-        tap->tell_init(done);
+    const TapHooks *tap = find_tap();
+    const Fault *fault = strike(tap, Call::kInit);
+    const bool done = fault == nullptr && (working.env != nullptr || store::open_working(&working, false) == 0);
+    if (tap != nullptr) {
+        tap->tell_init(done, how_of(fault));
     }
-    return done ? 1 : 0;
+    return fault != nullptr ? failed_result(*fault, 0) : done ? 1 : 0;
 }
 
 int apmib_get(int id, void *value) {
+    const TapHooks *tap = find_tap();
+    const Target target = resolve_id(id);
+    const Fault *fault = strike(tap, target.operation == kReadEntry ? Call::kEntry : Call::kGet, target.id);
     MDB_txn *txn = nullptr;
     if (value == nullptr || working.env == nullptr || store::begin(&working, MDB_RDONLY, &txn) != 0) {
         return 0;
     }
-    Target target = resolve_id(id);
     Place place;
     const bool found = find(txn, target.id, &place);
-    const bool done = found && read_value(place, target.operation, value);
+    const bool done = found && fault == nullptr && read_value(place, target.operation, value);
     mdb_txn_abort(txn);
-    if (const TapHooks *tap = find_tap()) {
-        tell_read(*tap, target, found ? &place : nullptr, value, done);
+    if (tap != nullptr) {
+        tell_read(*tap, target, found ? &place : nullptr, value, done, fault);
     }
-    return done ? 1 : 0;
+    return fault != nullptr ? failed_result(*fault, 0) : done ? 1 : 0;
 }
 
 int apmib_set(int id, void *value) {
@@ -313,11 +347,13 @@ int apmib_set(int id, void *value) {
         return 0;
     }
     const TapHooks *tap = find_tap();
+    const Target target = resolve_id(id);
+    const Fault *fault = strike(tap, call_of(target.operation), target.id);
     static Before room;
     Before *before = tap != nullptr ? &room : nullptr;
+    room.refused = fault != nullptr;
     room.found = false;
     room.known = false;
-    Target target = resolve_id(id);
     int error = write(target, value, before);
     // A process that was stopped while it reads keeps all that was written since from being written over. There is room
     // again when it goes on, or when it is found to be dead.
@@ -328,27 +364,31 @@ int apmib_set(int id, void *value) {
         error = write(target, value, before);
     }
     if (tap != nullptr) {
-        tell_write(*tap, target, room, value, error == 0);
+        tell_write(*tap, target, room, value, error == 0, fault);
     }
-    return error == 0 ? 1 : 0;
+    return fault != nullptr ? failed_result(*fault, 0) : error == 0 ? 1 : 0;
 }
 
 int apmib_update(int type) {
     const TapHooks *tap = find_tap();
     const int64_t since = tap != nullptr ? tap->now() : 0;
-    const bool done = type == kCommitWorkingCopy && working.env != nullptr && store::commit(&working) == 0;
+    const Fault *fault = strike(tap, Call::kCommit);
+    store::cut_power = strike(tap, Call::kCutPower) != nullptr;
+    const bool done =
+        fault == nullptr && type == kCommitWorkingCopy && working.env != nullptr && store::commit(&working) == 0;
     if (tap != nullptr) {
-        tap->tell_commit(Event::kCommit, done, type, since);
+        tap->tell_commit(Event::kCommit, done, how_of(fault), type, since);
     }
-    return done ? 1 : 0;
+    return fault != nullptr ? failed_result(*fault, 0) : done ? 1 : 0;
 }
 
 int save_cs_to_file() {
     const TapHooks *tap = find_tap();
     const int64_t since = tap != nullptr ? tap->now() : 0;
-    const bool done = store::save_settings() == 0;
+    const Fault *fault = strike(tap, Call::kSave);
+    const bool done = fault == nullptr && store::save_settings() == 0;
     if (tap != nullptr) {
-        tap->tell_commit(Event::kSave, done, kCommitWorkingCopy, since);
+        tap->tell_commit(Event::kSave, done, how_of(fault), kCommitWorkingCopy, since);
     }
-    return done ? 0 : -1;
+    return fault != nullptr ? failed_result(*fault, -1) : done ? 0 : -1;
 }

@@ -13,6 +13,8 @@
 
 namespace store {
 
+bool cut_power;
+
 namespace {
 
 // Whether an item can be defined so. What cannot is damage, and is not to lead anybody out of a record or a buffer.
@@ -221,26 +223,16 @@ int replace_file(const char *path, int (*write)(FILE *to, Copy *working), Copy *
     if (error != 0) {
         unlink(kNewPath);  // it may be what fills the memory
     }
+    if (error == 0 && cut_power) {
+        board::order("cut");
+        while (true) {
+            pause();
+        }
+    }
     return error != 0 ? error : rename_new(path);
 }
 
 }  // namespace
-
-int write_copy(const char *path, Copy *working) {
-    FILE *to = fopen(path, "we");
-    if (to == nullptr) {
-        return errno;
-    }
-    int error = write_working(to, working);
-    const bool written = ferror(to) == 0;
-    if ((fclose(to) != 0 || !written) && error == 0) {
-        error = errno != 0 ? errno : EIO;
-    }
-    if (error != 0) {
-        unlink(path);
-    }
-    return error;
-}
 
 int commit_locked(Copy *working) {
     return replace_file(kCommittedPath, write_working, working);

@@ -107,10 +107,6 @@ uint64_t add_to_sum(uint64_t sum, RecordHead head, const void *record);
 // replaces files of kFlashPath holds it; the kernel drops it when its holder dies.
 int take_commit_lock();
 
-// Writes the working copy's records, as they are at one moment, to a file of the form of a committed one. Returns 0 or
-// an error for mdb_strerror(), and then leaves no file.
-int write_copy(const char *path, Copy *working);
-
 // Makes the working copy the committed one. Returns 0 or an error for mdb_strerror(). In this order:
 //
 //   1. take the commit lock, so that an older moment never takes the place of a newer one
@@ -120,6 +116,8 @@ int write_copy(const char *path, Copy *working);
 //
 // An error before 3 leaves the committed copy as it was, and no kNewPath; whoever is killed may leave that one.
 int commit(Copy *working);
+// The power is cut between 2 and 3: the board is told, and nothing more is done.
+extern bool cut_power;
 // 2 and 3, for who holds the commit lock already.
 int commit_locked(Copy *working);
 

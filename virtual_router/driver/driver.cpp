@@ -204,9 +204,15 @@ mode_t mode_in(int flags, va_list arguments) {
 
 constexpr char kConsole[] = "/dev/console";
 
+// Whether a fault lets the program's call fail.
+bool fails_to_open(const void *caller, const char *path) {
+    return tap::hears(caller) && tap::fails(Call::kOpen, path);
+}
+
 // Hands the result on, and tells it.
 int told_open(const void *caller, const char *path, int flags, int result) {
     if (tap::hears(caller)) {
+        result = (flags & O_ACCMODE) == O_RDONLY ? tap::with_content(path, result) : result;
         tap::tell_file((flags & O_ACCMODE) == O_RDONLY ? Event::kRead : Event::kWrite, path, result);
     }
     return result;
@@ -219,8 +225,9 @@ FILE *told_stream(const void *caller, const char *path, const char *mode, FILE *
     if (strcmp(path, kConsole) == 0) {
         return stream != nullptr ? tap::open_console(stream) : nullptr;
     }
-    tap::tell_file(mode[0] == 'r' && strchr(mode, '+') == nullptr ? Event::kRead : Event::kWrite, path,
-                   stream != nullptr ? 0 : -1);
+    const bool reads = mode[0] == 'r' && strchr(mode, '+') == nullptr;
+    stream = reads ? tap::with_content(path, stream) : stream;
+    tap::tell_file(reads ? Event::kRead : Event::kWrite, path, stream != nullptr ? 0 : -1);
     return stream;
 }
 
@@ -265,7 +272,8 @@ PLAYED int open(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = mode_in(flags, arguments);
     va_end(arguments);
-    return told_open(CALLER, path, flags, next("open", next_open)(Path(path).get(), flags, mode));
+    return told_open(CALLER, path, flags,
+                     fails_to_open(CALLER, path) ? -1 : next("open", next_open)(Path(path).get(), flags, mode));
 }
 
 PLAYED int open64(const char *path, int flags, ...) {
@@ -273,7 +281,8 @@ PLAYED int open64(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = mode_in(flags, arguments);
     va_end(arguments);
-    return told_open(CALLER, path, flags, next("open64", next_open64)(Path(path).get(), flags, mode));
+    return told_open(CALLER, path, flags,
+                     fails_to_open(CALLER, path) ? -1 : next("open64", next_open64)(Path(path).get(), flags, mode));
 }
 
 // What open() is in a program that was built with checks of its calls. Declared only where checks are on.
@@ -281,17 +290,22 @@ PLAYED int __open_2(const char *path, int flags);
 PLAYED int __open64_2(const char *path, int flags);
 
 PLAYED int __open_2(const char *path, int flags) {
-    return told_open(CALLER, path, flags, next("__open_2", next_checked_open)(Path(path).get(), flags));
+    return told_open(CALLER, path, flags,
+                     fails_to_open(CALLER, path) ? -1 : next("__open_2", next_checked_open)(Path(path).get(), flags));
 }
 
 PLAYED int __open64_2(const char *path, int flags) {
-    return told_open(CALLER, path, flags, next("__open64_2", next_checked_open64)(Path(path).get(), flags));
+    return told_open(
+        CALLER, path, flags,
+        fails_to_open(CALLER, path) ? -1 : next("__open64_2", next_checked_open64)(Path(path).get(), flags));
 }
 
 PLAYED FILE *fopen(const char *path, const char *mode) {
-    return told_stream(CALLER, path, mode, next("fopen", next_fopen)(Path(path).get(), mode));
+    return told_stream(CALLER, path, mode,
+                       fails_to_open(CALLER, path) ? nullptr : next("fopen", next_fopen)(Path(path).get(), mode));
 }
 
 PLAYED FILE *fopen64(const char *path, const char *mode) {
-    return told_stream(CALLER, path, mode, next("fopen64", next_fopen64)(Path(path).get(), mode));
+    return told_stream(CALLER, path, mode,
+                       fails_to_open(CALLER, path) ? nullptr : next("fopen64", next_fopen64)(Path(path).get(), mode));
 }

@@ -74,7 +74,7 @@ def take_from_home(options, about):
 
 def open_ports(options, keeper):
     """The ports come first: a busy one is reported before anything is made."""
-    gates = {"say": keeper.say, "hosts": options.allow_host, "origins": options.allow_origin, "journal": keeper.journal}
+    gates = {"say": keeper.say, "hosts": options.allow_host, "origins": options.allow_origin, "journal": keeper.journal, "faults": keeper.faults}
     number = options.port
     found = [ports.Port("phone", number, keeper.phone_target(0), **gates)]
     for index in range(1, options.phones):

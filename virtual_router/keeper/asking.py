@@ -44,6 +44,25 @@ async def journal(journal, question, line):
     return {"status": 0}
 
 
+async def faults(faults, question, line):
+    match question.get("do"):
+        case "list":
+            for each in faults.list():
+                await line.send(each)
+        case "add":
+            lines = question.get("faults")
+            if not isinstance(lines, list) or not lines:
+                raise Refused("a fault is a line")
+            for each in lines:
+                await line.send({"number": faults.add(str(each)).number, "fault": str(each)})
+        case "clear":
+            number = question.get("number")
+            await line.send({"cleared": faults.clear(number if isinstance(number, int) else None)})
+        case _:
+            raise Refused("faults are not asked for so")
+    return {"status": 0}
+
+
 async def follow(journal, filtered, line):
     """Until whoever asked hangs up."""
     hung_up = asyncio.ensure_future(line.hung_up())

@@ -4,6 +4,7 @@
   keep NAME          the file of the flash memory is to outlive the router; answered when it does
   lan ADDRESS MASK   the LAN has that network now; twice "none" where it has none
   reset              the router is to start anew; what is in its memory is gone
+  cut                the same, without any warning: its power is gone
 
 Whoever is in the router can say all of this.
 """
@@ -24,7 +25,7 @@ class Refused(Exception):
 
 
 class Board:
-    """Serves a router's board. `owner` has keep(name), lan(address, mask) and reset()."""
+    """Serves a router's board. `owner` has keep(name), lan(address, mask), reset() and cut()."""
 
     def __init__(self, fd, owner):
         self.listener = socket.socket(fileno=fd)
@@ -85,5 +86,7 @@ class Board:
                 await self.owner.lan(interface)
             case ["reset"]:
                 await self.owner.reset()
+            case ["cut"]:
+                await self.owner.cut()
             case _:
                 raise Refused("the board knows no such order")

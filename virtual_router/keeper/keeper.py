@@ -4,15 +4,18 @@ it, it hears of each end, and what it is told to stop leaves nothing."""
 
 import asyncio
 import contextlib
+import functools
 import json
 import os
 import re
+import secrets
 import signal
 import socket
 import sys
 import time
 
 import console
+import faults
 import journal
 import kernel
 import namespaces
@@ -27,20 +30,19 @@ from router import Failed, shell_status
 FIRST_SERVICE_SECONDS = 60
 HOME_SECONDS = 60
 END_SECONDS = 10
-HOLD_SECONDS = 2  # that requests which are under way have to end before the router is looked at or changed as a whole
 USE_SECONDS = 1  # between two looks at what a router uses up
 FULL, ROOMY = 0.95, 0.8  # parts of what it may use: above, it is told; below that part of it, it is over
 # A router has a dozen processes. Those of a bomb come and go, as most that it begins are refused.
 FULL_OF = {"processes": 0.5}
 MOST_FACT_BYTES = 4096
-HOME_SOCKET = "home.sock"  # of the run folder
-MOST_HOME_BYTES = 16 << 20  # of its answer
 HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
 # Files of /outside, and who hears of their change; the name "" stands for any.
 TOLD_HOME, TOLD_NETWORK = {"clock", ""}, {"hosts", ""}
 CLOCK = "outside/clock"  # of a router's root: when the PC's clock showed ..., the router's showed ..., up for ..., and the rate
 NORMAL_RATE = 1000
+SESSION = "var/app_sessionid"  # of a router's root
+REMINDER_SECONDS = 60
 BOOT = 1 / 4  # of an outage: the part in which the router is on, and its services come back
 STATUS_OF_SIGNAL = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
 
@@ -73,6 +75,8 @@ class Keeper:
         self.journal = None if options.no_journal else journal.Journal()
         self.printer = console.Printer()
         self.say = self.printer.say
+        self.faults = faults.Faults(self.say, self.follow_faults)
+        self.switched_off = None  # while a fault has the router off: what ends that
         self.parts = {}  # number -> Part
         self.last_part = 0
         self.routers = {}  # guest -> Router
@@ -82,7 +86,6 @@ class Keeper:
         self.outage = None  # the task of a reboot while the router is away
         self.rebooting = None  # the same to its end
         self.lan_lock = asyncio.Lock()
-        self.hold_lock = asyncio.Lock()
         self.stop = asyncio.get_running_loop().create_future()
         self.up = False
         self.home_line = None  # the socket to the program that plays the home
@@ -146,13 +149,13 @@ class Keeper:
             raise
         return part
 
-    async def with_pipe(self, name, guest, argv, environment, lasting=False, given=None, errors=True):
-        """Starts a program whose output comes through a pipe, with its complaints or without, and whose input is nothing or a
-        descriptor. Returns the part and the pipe's end."""
-        null = os.open("/dev/null", os.O_RDWR | os.O_CLOEXEC)
+    async def with_pipe(self, name, guest, argv, environment, lasting=False, given=None):
+        """Starts a program whose output comes through a pipe, and whose input is nothing or a descriptor. Returns the part and the
+        pipe's end."""
+        null = os.open("/dev/null", os.O_RDONLY | os.O_CLOEXEC)
         read, write = os.pipe2(os.O_CLOEXEC)
         try:
-            return await self.spawn(name, guest, argv, environment, [null if given is None else given, write, write if errors else null], lasting), read
+            return await self.spawn(name, guest, argv, environment, [null if given is None else given, write, write], lasting), read
         except premises.Refused:
             os.close(read)
             raise
@@ -171,10 +174,9 @@ class Keeper:
         await lines.settle()
         return shell_status(status)
 
-    async def outcome(self, guest, argv, environment, most, given=None, errors=True):
-        """Runs a program to its end; `given` is its input as a descriptor. Returns its status and the first `most` bytes that it
-        printed; without `errors` what it complains of is not among them."""
-        part, read = await self.with_pipe(argv[0], guest, argv, environment, given=given, errors=errors)
+    async def outcome(self, guest, argv, environment, most):
+        """Runs a program to its end. Returns its status and the first `most` bytes that it printed."""
+        part, read = await self.with_pipe(argv[0], guest, argv, environment)
         printed = console.Collector(read, most)
         status = await part.ended
         await printed.settle()
@@ -217,7 +219,7 @@ class Keeper:
         kind = network.KernelNetwork if mode.own_network else network.FileNetwork
         self.network = kind(self.order, self.facts, self.options.phones, self.options.agents, self.say)
         for port in self.ports:
-            port.attach(self.order)
+            port.attach(self.order, functools.partial(self.take_session, port.router))
         await self.network.make()
         await self.copy_home()
         texts = self.texts(mode)
@@ -236,6 +238,7 @@ class Keeper:
             await self.follow_hosts()
         await self.open_ports()
         self.up = True
+        self.background(self.remind_of_faults())
         self.background(self.watch_use())
 
     def texts(self, mode):
@@ -481,23 +484,6 @@ class Keeper:
                         found.say(f"router: it has room for {what} again")
             await asyncio.sleep(USE_SECONDS)
 
-    # --- a moment at which nobody asks ---
-
-    @contextlib.asynccontextmanager
-    async def held(self):
-        """Requests that come meanwhile wait; those that are under way have a moment to end."""
-        async with self.hold_lock:
-            for port in self.ports:
-                port.passing.clear()
-            try:
-                deadline = time.monotonic() + HOLD_SECONDS
-                while any(port.in_flight for port in self.ports) and time.monotonic() < deadline:
-                    await asyncio.sleep(0.002)
-                yield
-            finally:
-                for port in self.ports:
-                    port.passing.set()
-
     # --- an outage ---
 
     def reset_wanted(self, who):
@@ -505,17 +491,61 @@ class Keeper:
         if who is self.main and not self.outage:
             self.outage = self.rebooting = self.background(self.reboot())
 
+    def power_gone(self, who):
+        if who is self.main and not self.outage:
+            self.say("router: its power is cut")
+            self.outage = self.rebooting = self.background(self.reboot(notice=0))
+
+    # --- faults ---
+
+    def follow_faults(self):
+        """They have changed."""
+        for port in self.ports:
+            if self.faults.refuses(port.phone):
+                port.refuse()
+                port.cut()
+            elif self.up and not self.away():
+                port.start()
+        wanted = next((found for found in self.faults.armed.values() if found.call == faults.ROUTER), None)
+        if self.switched_off and not wanted:
+            self.switched_off.set()
+            self.switched_off = None
+        elif wanted and not self.switched_off and not self.away():
+            how, _, seconds = wanted.how.partition(":")
+            if how == "off":
+                self.switched_off = asyncio.Event()
+                self.outage = self.rebooting = self.background(self.reboot(notice=0, until=self.switched_off))
+            else:
+                self.outage = self.rebooting = self.background(self.reboot(notice=0, seconds=max(1, int(seconds)), fault=wanted.number))
+
+    def away(self):
+        return bool(self.rebooting) and not self.rebooting.done()
+
+    async def take_session(self, guest, how):
+        found = self.routers[guest]
+        if how == "lost":
+            await found.command(["rm", "-f", f"/{SESSION}"], "")
+        else:
+            await self.order("write", path=found.path(SESSION), content=f"sessionid=Us{secrets.token_hex(16)}")
+
+    async def remind_of_faults(self):
+        while not self.stop.done():
+            await asyncio.sleep(REMINDER_SECONDS)
+            if banner := self.faults.banner():
+                self.say(banner)
+
     async def outage_over(self):
         """Waits until the router is back from a reboot that was asked for."""
         if self.rebooting:
             await asyncio.wait([self.rebooting, self.stop], return_when=asyncio.FIRST_COMPLETED)
 
-    async def reboot(self):
-        seconds = self.options.outage
-        # The reply to whoever asked for it is on its way.
-        await asyncio.sleep(0.5)
+    async def reboot(self, notice=0.5, seconds=None, until=None, fault=None):
+        """`notice`: the reply to whoever asked for it is on its way. `until` keeps it off until it is set; `fault` is the one that is
+        over with this."""
+        seconds = seconds or self.options.outage
+        await asyncio.sleep(notice)
         ends = time.monotonic() + seconds
-        self.say(f"router: it starts anew, and is away for {seconds:g} s")
+        self.say("router: it is off" if until else f"router: it starts anew, and is away for {seconds:g} s")
         clock = await self.clock()
         for port in self.ports:
             port.refuse()
@@ -525,7 +555,11 @@ class Keeper:
         self.tell_home()
         async with self.lan_lock:
             await self.network.unplug()
-        await asyncio.sleep(seconds * (1 - BOOT))
+        if until:
+            await until.wait()
+            ends = time.monotonic() + seconds * BOOT
+        else:
+            await asyncio.sleep(seconds * (1 - BOOT))
         await self.switch_on(clock)
         self.outage = None
         await self.main.start_services(pause=seconds * BOOT / len(router.SERVICES))
@@ -534,33 +568,18 @@ class Keeper:
         await asyncio.sleep(ends - time.monotonic())  # it is at once where that is over
         await self.open_ports()
         self.say("router: it has started anew; what was not committed is gone, and so is the session")
+        if fault in self.faults.armed:
+            self.rebooting = None
+            self.faults.clear(fault)
 
     async def clock(self):
         """What the router's clock shows, and its rate; a clock goes on while the router is off."""
-        shown, _, rate = await self.clock_numbers()
-        return shown, rate
-
-    async def clock_numbers(self):
-        """What the router's clock shows at this moment, how long it is up, both in nanoseconds, and its rate in thousandths."""
         text = await self.order("read", path=self.main.path(CLOCK), most=MOST_FACT_BYTES) or ""
         now = time.time_ns()
         if not re.fullmatch(r"-?\d{1,19} -?\d{1,19} -?\d{1,19} \d{1,9}\n?", text):
-            return now, time.clock_gettime_ns(time.CLOCK_BOOTTIME), NORMAL_RATE
-        pc, shown, up, rate = map(int, text.split())
-        passed = (now - pc) * rate // NORMAL_RATE
-        return shown + passed, up + passed, rate
-
-    async def ask_home(self, *words):
-        """What the program that plays the home answers to an order: an exit status and a text."""
-        (fd,) = await self.order("connect", path=HOME_SOCKET)
-        reader, writer = await asyncio.open_unix_connection(sock=socket.socket(fileno=fd), limit=MOST_HOME_BYTES)
-        try:
-            async with asyncio.timeout(HOME_SECONDS):
-                writer.write(json.dumps(words).encode() + b"\n")
-                status, text = json.loads(await reader.readline())
-        finally:
-            writer.close()
-        return status, text
+            return now, NORMAL_RATE
+        pc, shown, _, rate = map(int, text.split())
+        return shown + (now - pc) * rate // NORMAL_RATE, rate
 
     # --- until the end ---
 

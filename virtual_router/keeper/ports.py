@@ -3,12 +3,15 @@
 
 import asyncio
 import contextlib
+import http
 import itertools
+import json
 import socket
 import struct
 import time
 from typing import NamedTuple
 
+import faults
 import gate as gates
 import premises
 
@@ -17,7 +20,10 @@ MOST_CONNECTIONS = 512
 HEAD_SECONDS = 60
 SERVER_SECONDS = 5  # how long a web server that is just starting is waited for
 LINGER_SECONDS = 2  # how long a client may take to notice that the server has closed
+MOST_READ_AHEAD = 1 << 20  # of a body, where faults are armed
+SILENT_SECONDS = 600  # how long a reply that never comes is waited for
 CHUNK = 65536
+REASONS = {status.value: status.phrase for status in http.HTTPStatus}
 
 
 class PortTaken(Exception):
@@ -42,10 +48,13 @@ class Target(NamedTuple):
 class Port:
     """`find_target` returns the Target at this moment, or None."""
 
-    def __init__(self, name, number, find_target, say, hosts=(), origins=(), router="router", journal=None):
+    def __init__(self, name, number, find_target, say, hosts=(), origins=(), router="router", journal=None, faults=None):
         self.name = name
         self.router = router  # the guest that it leads to
         self.journal = journal
+        self.faults = faults
+        kind, _, number_of_kind = name.partition(" ")
+        self.phone = int(number_of_kind or 1) if kind == "phone" else None
         self.number = number
         self.find_target = find_target
         self.say = say
@@ -65,15 +74,14 @@ class Port:
             self.listener.close()
             raise PortTaken(f"Port {number} of 127.0.0.1 cannot be used: {error.strerror}") from None
 
-    def attach(self, order):
+    def attach(self, order, take_session):
+        """`take_session` has the session gone, or another's."""
         self.order = order
+        self.take_session = take_session
         self.loop = asyncio.get_running_loop()
 
-        self.passing = asyncio.Event()  # requests are passed on; the others wait
-        self.passing.set()
-
     def start(self):
-        if not self.open:
+        if not self.open and not (self.faults and self.faults.refuses(self.phone)):
             self.open = True
             self.listener.listen(BACKLOG)
             self.loop.add_reader(self.listener.fileno(), self.accept)
@@ -132,7 +140,6 @@ class Port:
                 await self.send(client, self.gate.preflight_answer(request), exchange)
                 await self.linger(client)
                 return
-            await self.passing.wait()
             self.in_flight[number] = InFlight(self.name, f"{request.method} {request.target}", time.time())
             await self.pass_on(client, client_port, request, rest, exchange)
         except (OSError, asyncio.TimeoutError, premises.Refused) as error:
@@ -196,24 +203,66 @@ class Port:
                     raise OSError from None
                 await asyncio.sleep(0.02)
 
+    async def choose_faults(self, client, request, rest, exchange):
+        """What befalls this request, and what has been read of its body: all of it, if that is asked for."""
+        if not (self.faults and self.faults.armed):
+            return faults.NOTHING, rest
+        while request.length is not None and len(rest) < min(request.length, MOST_READ_AHEAD):
+            data = await self.loop.sock_recv(client, CHUNK)
+            if not data:
+                break
+            rest += data
+        found = asked_for(rest if request.length is None else rest[: request.length])
+        chosen = self.faults.choose(self.phone, *found)
+        exchange.faults = chosen.lines
+        return chosen, rest
+
+    async def befall(self, client, chosen, exchange):
+        """Does what comes before the router is asked. False: it is not asked any more."""
+        if how := chosen.how(faults.SESSION):
+            await self.take_session(how)
+        for call in (faults.SESSION, faults.CONNECT):
+            await asyncio.sleep(chosen.seconds.get(call, 0))
+        if chosen.how(faults.CONNECT):
+            exchange.note = "refused, by a fault"
+            reset(client)
+            return False
+        how = chosen.how(faults.REPLY)
+        if how and how.isdigit():
+            await asyncio.sleep(chosen.seconds.get(faults.REPLY, 0))
+            exchange.note = f"HTTP {how}, by a fault"
+            await self.answer(client, f"{how} {REASONS.get(int(how), 'Fault')}", "The web server has a fault.\n", exchange)
+            return False
+        return True
+
     async def pass_on(self, client, client_port, request, rest, exchange):
         """Passes one request on, and its reply back. The web server is not told when the client hangs up after its request: it would
         kill the program that is at work on it."""
+        chosen, rest = await self.choose_faults(client, request, rest, exchange)
+        if chosen.faults and not await self.befall(client, chosen, exchange):
+            return
         server = await self.connect(client_port)
         with server:
-            requests = self.loop.create_task(self.pass_request(client, server, request, rest, exchange))
+            requests = self.loop.create_task(self.pass_request(client, server, request, rest, exchange, chosen))
             try:
-                await self.pass_reply(client, server, request, exchange)
+                await self.pass_reply(client, server, request, exchange, chosen)
             finally:
                 requests.cancel()
+            if chosen.how(faults.REPLY) == "none":
+                exchange.note = "its reply was lost, by a fault"
+                with contextlib.suppress(OSError, asyncio.TimeoutError):
+                    async with asyncio.timeout(SILENT_SECONDS):
+                        while await self.loop.sock_recv(client, CHUNK):
+                            pass
+                return
             with contextlib.suppress(OSError):
                 await self.linger(client)
 
-    async def pass_request(self, client, server, request, rest, exchange):
+    async def pass_request(self, client, server, request, rest, exchange, chosen):
         left = request.length
         begun = rest if left is None else rest[:left]
         exchange.body.add(begun)
-        data = self.told(request.head, exchange) + begun
+        data = self.told(request.head, exchange, chosen) + begun
         left = None if left is None else left - len(begun)
         try:
             await self.loop.sock_sendall(server, data)
@@ -230,26 +279,75 @@ class Port:
         except OSError:
             pass
 
-    def told(self, head, exchange):
-        """The head as the web server gets it: it says which request this is, so that app.cgi's tap can."""
+    def told(self, head, exchange, chosen):
+        """The head as the web server gets it: it says which request this is and what befalls it, so that app.cgi's tap knows."""
         if not self.journal:
             return head
-        line = gates.OF_KEEPER + b"Request: " + self.journal.expect(exchange).encode() + b"\r\n"
-        return head.removesuffix(b"\r\n") + line + b"\r\n"
+        lines = gates.OF_KEEPER + b"Request: " + self.journal.expect(exchange).encode() + b"\r\n"
+        if told := chosen.tap_lines:
+            lines += gates.OF_KEEPER + b"Faults: " + ";".join(told).encode() + b"\r\n"
+        return head.removesuffix(b"\r\n") + lines + b"\r\n"
 
-    async def pass_reply(self, client, server, request, exchange):
+    async def pass_reply(self, client, server, request, exchange, chosen):
         lost = False  # the client takes no more; what comes is dropped
         permission = self.gate.permission(request)
+        spoilt = Spoilt(chosen)
         while data := await self.loop.sock_recv(server, CHUNK):
             if permission and b"\r\n" in data:
                 status, end, more = data.partition(b"\r\n")
                 data, permission = status + end + permission + more, b""
-            if not lost:
+            if chosen.faults:
+                data = await spoilt.make_of(data)
+            if not lost and data:
                 try:
                     await self.send(client, data, exchange)
                 except OSError:
                     lost = True
                     exchange.note = "the client hung up before its reply"
+
+
+class Spoilt:
+    """What a fault leaves of a reply."""
+
+    def __init__(self, chosen):
+        self.how = chosen.how(faults.REPLY) or ""
+        self.late = chosen.seconds.get(faults.REPLY, 0)
+        self.chance = chosen.failing(faults.REPLY).chance if self.how else None
+        self.left = int(self.how.removeprefix("cut:")) if self.how.startswith("cut:") else 0
+        self.head = b""
+        self.in_body = False
+
+    async def make_of(self, data):
+        """What is sent in the place of the next bytes."""
+        if self.late:
+            late, self.late = self.late, 0
+            await asyncio.sleep(late)
+        if not self.how:
+            return data
+        if self.how == "none":
+            return b""
+        head = b""
+        if not self.in_body:
+            before, end, rest = (self.head + data).partition(b"\r\n\r\n")
+            head = data if not end else (before + end)[len(self.head) :]
+            self.head += data
+            self.in_body, data = bool(end), rest if end else b""
+        if self.how == "garbage":
+            return head + self.chance.randbytes(len(data))
+        kept, self.left = data[: self.left], max(0, self.left - len(data))
+        return head + kept
+
+
+def asked_for(body):
+    """(action, objects) of a request's body."""
+    try:
+        found = json.loads(body.decode("utf-8", "replace"))
+    except (ValueError, RecursionError):
+        return None, []
+    if not isinstance(found, dict):
+        return None, []
+    action = next((value for key, value in found.items() if key.lower() == "action"), None)
+    return action if isinstance(action, str) else None, list(found)
 
 
 class Unnoted:

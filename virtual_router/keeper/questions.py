@@ -10,6 +10,7 @@ import signal
 import socket
 
 import asking
+import faults
 import premises
 import router
 import status
@@ -94,7 +95,7 @@ class Questions:
                 if question is None:
                     return
                 answer = await self.answer(question, fds, connection)
-            except (WrongCall, asking.Refused, premises.Refused) as error:
+            except (WrongCall, asking.Refused, faults.Refused, premises.Refused) as error:
                 answer = {"status": 1, "refused": str(error)}
             except (OSError, ValueError, KeyError, TypeError):
                 return
@@ -112,6 +113,10 @@ class Questions:
         match question["verb"]:
             case "journal":
                 return await asking.journal(keeper.journal, question, Line(self, connection))
+            case "faults":
+                if keeper.journal is None:
+                    raise WrongCall("without a journal there are no faults (script/server --no-journal)")
+                return await asking.faults(keeper.faults, question, Line(self, connection))
             case "status":
                 return {"status": 0, "is": await status.of(keeper)}
             case "run":

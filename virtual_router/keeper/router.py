@@ -136,6 +136,9 @@ class Router:
     async def reset(self):
         self.keeper.reset_wanted(self)
 
+    async def cut(self):
+        self.keeper.power_gone(self)
+
 
 def shell_status(status):
     """As a shell tells it."""

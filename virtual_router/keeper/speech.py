@@ -2,6 +2,7 @@
 """The words of the project that the keeper shares with others: what a request did and what can fail (vocabulary), the store's items
 and the queue's records (seam)."""
 
+import errno
 import pathlib
 import re
 import sys
@@ -37,6 +38,8 @@ def item_of(field):
 def by_name(event):
     """An event of somebody who knows no names, with names. Raises ValueError where that cannot be."""
     shape = vocabulary.EVENTS[event.word]
+    if event.word == "fault":
+        return vocabulary.Event(event.word, [fault_by_name(event.fields[0])], event.marks)
     if event.word == "queue":
         return vocabulary.Event(event.word, record_by_name(*event.fields), event.marks)
     if not shape or shape[0] != "ITEM":
@@ -51,6 +54,16 @@ def by_name(event):
         if "was" in marks:
             marks["was"] = item.show(bytes.fromhex(marks["was"] or "")).replace(" ", "\\x20")
     return vocabulary.Event(event.word, fields, marks)
+
+
+def fault_by_name(line):
+    marks, rest = vocabulary.take_marks(line, vocabulary.FAULT_MARKS)
+    call, _, item = rest.partition(" ")
+    on, fails, _ = vocabulary.CALLS.get(call, ("-", "", ""))
+    if fails == "ERRNO" and (marks.get("failed") or "").isdigit():
+        marks["failed"] = errno.errorcode.get(int(marks["failed"]), marks["failed"])
+    known = item_of(item) if on == "ITEM" and item else None
+    return str(vocabulary.Fault(call, known.name + item[len(str(known.id)) :] if known else item, marks))
 
 
 def record_by_name(number, fields=""):

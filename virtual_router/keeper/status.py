@@ -20,6 +20,7 @@ SCHEMA = {
         "routers": {"type": "object"},
         "parts": {"type": "array"},
         "requests": {"type": "array"},
+        "faults": {"type": "array", "items": {"type": "string"}, "description": "those that are armed"},
     },
 }
 
@@ -57,4 +58,5 @@ async def of(keeper):
             for port in keeper.ports
             for request in port.in_flight.values()
         ],
+        "faults": [found["fault"] for found in keeper.faults.list()],
     }

@@ -101,7 +101,67 @@ def journal(words):
     raise WrongWords(f"the journal does not know '{' '.join(map(str, words))}'")
 
 
-ASKED = {"journal": journal}
+FAULTS_HELP = """\
+Usage: script/router faults [list]
+       script/router faults add "FAULT" ["FAULT"...]
+       script/router faults clear [N]
+
+Lets requests at the PC's ports meet faults, until they are cleared. A fault is what fails, and before it how, when, and for which
+requests; virtual_router/vocabulary/faults.conf describes it.
+
+  delay=2000000 reply                     replies come two seconds late
+  delay=100000..3000000 seed=7 reply      after a time that is drawn, the same times again from the same seed
+  failed=none reply                       the work is done, and no reply ever comes
+  failed=cut:100 reply                    the reply ends behind 100 bytes of its body
+  failed=garbage reply                    it has other bytes
+  failed=503 reply                        the web server answers so, and app.cgi is not asked
+  connect                                 connections are refused
+  failed=lost session                     the session is gone when the request arrives
+  failed=taken session                    it is another phone's
+  failed=off router                       the router is off until this is cleared
+  failed=booting:30 router                it starts anew, and takes 30 seconds
+  set MIB_APP_PORT                        this item cannot be written; without an item, none can: a full store
+  get MIB_DUT_NAME, entry MIB_MACFILTER_TBL_NUM, add MIB_MACFILTER_TBL_NUM, delete ..., delete-all ...
+                                          an item cannot be read, an entry of a table not read, added, deleted
+  commit, save                            the commit fails, or the settings file
+  cut-power                               the power goes in the middle of a commit
+  failed=EAGAIN msgsnd                    the queue to the system daemon is full
+  failed=ENOENT msgget                    there is none
+  failed=1 run killall                    this command fails, with that status
+  delay=60000000 run ping                 it hangs for a minute
+  failed=ENOENT open /tmp/topology_json   the program finds no such file
+  failed=cut content /tmp/topology_json   the file ends in its middle
+  failed=noise content /tmp/topology_json has wrong bytes in it
+
+Before any of them: requests=3 (for so many, then it is over), action=set, object=wifi, phone=2.
+"""
+
+
+def faults(words):
+    if list(words[:1]) in (["help"], ["--help"]):
+        return None, FAULTS_HELP.rstrip()
+    rest, options = take_options(words, {"--json": ("json", None)})
+    verb, *rest = rest or ["list"]
+    show = as_lines if options.get("json") else fault_lines
+    if verb == "list" and not rest:
+        return {"do": "list"}, show
+    if verb == "add" and rest:
+        return {"do": "add", "faults": rest}, show
+    if verb == "clear" and len(rest) <= 1:
+        if rest and not rest[0].isdigit():
+            raise WrongWords(f"a fault has a number, and '{rest[0]}' is none")
+        return {"do": "clear", "number": int(rest[0]) if rest else None}, show
+    raise WrongWords(f"faults are not asked for with '{' '.join(map(str, words))}'")
+
+
+def fault_lines(answer):
+    if "cleared" in answer:
+        return [f"{answer['cleared']} cleared"]
+    more = "" if "struck" not in answer else f"    ({answer['struck']} requests so far" + (f", {answer['left']} to come)" if answer["left"] is not None else ")")
+    return [f"{answer['number']:>4}  {safe(answer['fault'])}{more}"]
+
+
+ASKED = {"journal": journal, "faults": faults}
 
 
 def as_lines(answer):

@@ -26,6 +26,7 @@ char *(*next_fgets)(char *, int, FILE *);
 size_t (*next_fwrite)(const void *, size_t, size_t, FILE *);
 int (*next_vfprintf)(FILE *, const char *, va_list);
 void (*next_perror)(const char *);
+int (*next_msgget)(key_t, int);
 int (*next_msgsnd)(int, const void *, size_t, int);
 int (*next_rename)(const char *, const char *);
 int (*next_unlink)(const char *);
@@ -71,6 +72,25 @@ ssize_t told_read(const void *caller, int file, const void *bytes, ssize_t resul
     return result;
 }
 
+// How much of `size` bytes a call takes: all, one, or -1 for a failure, where a fault befalls it.
+ssize_t taken_of(const void *caller, Call call, size_t size) {
+    constexpr char kShort[] = "short";
+    const Fault *fault = tap::hears(caller) ? tap::strike(call) : nullptr;
+    if (fault == nullptr) {
+        return static_cast<ssize_t>(size);
+    }
+    if (strcmp(fault->how, kShort) == 0) {
+        return size > 0 ? 1 : 0;
+    }
+    errno = atoi(fault->how);
+    return -1;
+}
+
+ssize_t read_for(const void *caller, int file, void *bytes, size_t size) {
+    const ssize_t taken = taken_of(caller, Call::kRead, size);
+    return taken < 0 ? -1 : told_read(caller, file, bytes, syscall(SYS_read, file, bytes, taken));
+}
+
 // A text as it was cut by snprintf().
 void tell_printed(const char *text, size_t room, int size) {
     if (size > 0) {
@@ -79,8 +99,7 @@ void tell_printed(const char *text, size_t room, int size) {
     }
 }
 
-__attribute__((format(printf, 3, 0))) int print(const void *caller, FILE *stream, const char *format,
-                                                va_list arguments) {
+int print(const void *caller, FILE *stream, const char *format, va_list arguments) {
     if (tap::hears(caller) && stream == stderr) {
         char text[4096];
         va_list again;
@@ -136,7 +155,7 @@ FILE *open_console(FILE *console) {
 }  // namespace tap
 
 PLAYED ssize_t read(int file, void *bytes, size_t size) {
-    return told_read(CALLER, file, bytes, syscall(SYS_read, file, bytes, size));
+    return read_for(CALLER, file, bytes, size);
 }
 
 // What a read into a buffer of known size is compiled to. Declared only where checks are on.
@@ -145,13 +164,14 @@ PLAYED ssize_t __read_chk(int file, void *bytes, size_t size, size_t room) {
     if (size > room) {
         __builtin_trap();
     }
-    return told_read(CALLER, file, bytes, syscall(SYS_read, file, bytes, size));
+    return read_for(CALLER, file, bytes, size);
 }
 
 PLAYED ssize_t write(int file, const void *bytes, size_t size) {
-    const ssize_t result = syscall(SYS_write, file, bytes, size);
+    const ssize_t taken = taken_of(CALLER, Call::kWrite, size);
+    const ssize_t result = taken < 0 ? -1 : syscall(SYS_write, file, bytes, taken);
     if (tap::hears(CALLER)) {
-        const size_t done = result > 0 ? static_cast<size_t>(result) : 0;
+        const size_t done = result < 0 ? size : static_cast<size_t>(result);
         if (file == STDOUT_FILENO) {
             tap::Told(result < 0, result < 0 ? tap::error_name(errno) : nullptr)
                 .begin_text(Event::kReply, static_cast<const char *>(bytes), done);
@@ -187,7 +207,7 @@ PLAYED int fprintf(FILE *stream, const char *format, ...) {
 }
 
 // As __read_chk(). The check is of "%n" only, which this project's programs do not use.
-PLAYED __attribute__((format(printf, 3, 4))) int __fprintf_chk(FILE *stream, int flag, const char *format, ...);
+PLAYED int __fprintf_chk(FILE *stream, int flag, const char *format, ...);
 PLAYED int __fprintf_chk(FILE *stream, int /*flag*/, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -210,7 +230,10 @@ PLAYED int system(const char *command) {
     }
     tell_begin(command);
     const int64_t since = tap::now();
-    const int status = next("system", next_system)(command);
+    const Fault *fault = tap::strike(Call::kRun, command);
+    const int status = tap::fails(Call::kSystem) ? -1
+                       : fault != nullptr        ? failed_result(*fault, 1) << 8  // as wait() has an exit status
+                                                 : next("system", next_system)(command);
     if (tap::g_listens) {
         tell_end(command, since, status);
     }
@@ -222,7 +245,14 @@ PLAYED FILE *popen(const char *command, const char *mode) {
     if (told) {
         tell_begin(command);
     }
-    FILE *const stream = next("popen", next_popen)(command, mode);
+    const Fault *fault = told ? tap::strike(Call::kRun, command) : nullptr;
+    char instead[32];
+    if (fault != nullptr) {
+        snprintf(instead, sizeof instead, "exit %d", failed_result(*fault, 1));
+    }
+    FILE *const stream = told && tap::fails(Call::kPopen)
+                             ? nullptr
+                             : next("popen", next_popen)(fault != nullptr ? instead : command, mode);
     if (told && stream != nullptr && tap::g_listens) {
         g_command.stream = stream;
         g_command.file = next("fileno", next_fileno)(stream);
@@ -243,8 +273,13 @@ PLAYED int pclose(FILE *stream) {
     return status;
 }
 
+PLAYED int msgget(key_t key, int flags) noexcept {
+    return tap::hears(CALLER) && tap::fails(Call::kMsgget) ? -1 : next("msgget", next_msgget)(key, flags);
+}
+
 PLAYED int msgsnd(int queue, const void *record, size_t size, int flags) {
-    const int result = next("msgsnd", next_msgsnd)(queue, record, size, flags);
+    const int result =
+        tap::hears(CALLER) && tap::fails(Call::kMsgsnd) ? -1 : next("msgsnd", next_msgsnd)(queue, record, size, flags);
     if (tap::hears(CALLER)) {
         tap::Told told(result < 0, result < 0 ? tap::error_name(errno) : nullptr);
         const auto *entry = static_cast<const char *>(record);
@@ -258,7 +293,7 @@ PLAYED int msgsnd(int queue, const void *record, size_t size, int flags) {
 }
 
 PLAYED int rename(const char *from, const char *to) noexcept {
-    const int result = next("rename", next_rename)(from, to);
+    const int result = tap::hears(CALLER) && tap::fails(Call::kRename) ? -1 : next("rename", next_rename)(from, to);
     if (tap::hears(CALLER)) {
         tap::tell_file(Event::kWrite, to, result);
     }

@@ -31,6 +31,8 @@ namespace {
 
 constexpr char kSocket[] = "/dev/tap";
 constexpr char kEndpoint[] = "app.cgi";
+constexpr char kFaultsVariable[] = "HTTP_X_KEEPER_FAULTS=";  // with semicolons between
+constexpr size_t kMostFaults = 16;
 constexpr char kRequestVariable[] = "HTTP_X_KEEPER_REQUEST=";  // which the keeper's port has the web server hand on
 
 constexpr int kMostWaiting = 100;  // milliseconds, in a whole process
@@ -45,6 +47,9 @@ int g_keeper = -1;
 int g_waiting_left = kMostWaiting;
 uintptr_t g_program_begin;
 uintptr_t g_program_end;
+
+Fault g_faults[kMostFaults];
+size_t g_fault_count;
 
 const char *(*next_strerrorname)(int);
 
@@ -83,7 +88,7 @@ void send_told() {
 // --- what the router's libraries tell ---
 
 void tell_store(const StoreCall &call) {
-    Told told(!call.done);
+    Told told(!call.done, call.how);
     if (call.before.data != nullptr) {
         told.line.mark(EventMark::kWas, call.before.data, call.before.size);
     }
@@ -94,8 +99,8 @@ void tell_store(const StoreCall &call) {
     }
 }
 
-void tell_commit(Event event, bool done, int type, int64_t since) {
-    Told told(!done);
+void tell_commit(Event event, bool done, const char *how, int type, int64_t since) {
+    Told told(!done, how);
     told.line.mark(EventMark::kTook, static_cast<unsigned long>(now() - since));
     told.line.begin(event);
     if (type != kCommitWorkingCopy) {
@@ -103,8 +108,8 @@ void tell_commit(Event event, bool done, int type, int64_t since) {
     }
 }
 
-void tell_init(bool done) {
-    Told told(!done);
+void tell_init(bool done, const char *how) {
+    Told told(!done, how);
     told.line.begin(Event::kInit);
 }
 
@@ -114,7 +119,90 @@ void tell_arp(const char *bridge) {
     told.line.word(bridge);
 }
 
-constexpr TapHooks kHooks = {now, tell_store, tell_commit, tell_init, tell_arp};
+// --- faults ---
+
+// Whether an item that a fault names is this one of the store's: "1@0.1", or "1" for that of every interface.
+bool is_item(const char *named, const EventItem &item) {
+    char *end = nullptr;
+    if (strtoll(named, &end, 10) != item.id) {
+        return false;
+    }
+    return end[0] != '@' || (end[1] - '0' == item.radio && end[2] == '.' && end[3] - '0' == item.virtual_interface);
+}
+
+// Whether it is this file, or this command: by its first word, without a folder.
+bool is_named(const char *named, const char *item) {
+    if (strcmp(named, item) == 0) {
+        return true;
+    }
+    const size_t length = strcspn(item, " ");
+    size_t name = length;
+    while (name > 0 && item[name - 1] != '/') {
+        --name;
+    }
+    return strlen(named) == length - name && memcmp(named, item + name, length - name) == 0;
+}
+
+void wait(unsigned microseconds) {
+    timespec left = {microseconds / 1000000, static_cast<long>(microseconds % 1000000) * 1000};
+    while (syscall(SYS_nanosleep, &left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+// As a line of faults.conf.
+void tell_fault(const Fault &fault) {
+    char text[sizeof fault.how + sizeof fault.item + 64];
+    char failed[sizeof fault.how + 16] = "";
+    if (fault.fails) {
+        snprintf(failed, sizeof failed, "%s%s%s ", kFaultMarkWords[static_cast<int>(FaultMark::kFailed)],
+                 fault.how[0] != '\0' ? "=" : "", fault.how);
+    }
+    char delay[32] = "";
+    if (fault.delay > 0) {
+        snprintf(delay, sizeof delay, "%s=%u ", kFaultMarkWords[static_cast<int>(FaultMark::kDelay)], fault.delay);
+    }
+    const int size = snprintf(text, sizeof text, "%s%s%s%s%s", failed, delay, kCallWords[static_cast<int>(fault.call)],
+                              fault.item[0] != '\0' ? " " : "", fault.item);
+    tell_text(Event::kFault, text, static_cast<size_t>(size));
+}
+
+template <typename Means>
+const Fault *find_fault(Call call, const Means &means) {
+    const Fault *found = nullptr;
+    for (Fault *fault = g_faults; fault < g_faults + g_fault_count; ++fault) {
+        if (fault->call == call && (fault->item[0] == '\0' || means(fault->item)) && fault->strikes()) {
+            tell_fault(*fault);
+            if (fault->delay > 0) {
+                flush();
+                wait(fault->delay);
+            }
+            found = fault->fails ? fault : found;
+        }
+    }
+    return found;
+}
+
+const Fault *strike_store(Call call, const EventItem &item) {
+    return find_fault(call, [&item](const char *named) { return is_item(named, item); });
+}
+
+void read_faults(const char *lines) {
+    char line[256];
+    while (*lines != '\0' && g_fault_count < kMostFaults) {
+        const size_t length = strcspn(lines, ";");
+        if (length < sizeof line) {
+            memcpy(line, lines, length);
+            line[length] = '\0';
+            if (parse_fault(line, &g_faults[g_fault_count])) {
+                ++g_fault_count;
+            }
+        }
+        lines += length;
+        lines += *lines == ';' ? 1 : 0;
+    }
+}
+
+constexpr TapHooks kHooks = {now, tell_store, tell_commit, tell_init, tell_arp, strike_store};
 
 // --- the end ---
 
@@ -248,6 +336,7 @@ __attribute__((constructor)) void begin(int count, char **words, char **environm
     tap_hooks = &kHooks;
     watch_end();
     tell_who_asked(environment);
+    read_faults(find_variable(environment, kFaultsVariable));
 }
 
 }  // namespace
@@ -311,6 +400,18 @@ void tell_lines(Event event, const char *text, size_t size) {
 
 void tell_file(Event event, const char *path, int result) {
     Told(result < 0, result < 0 ? error_name(errno) : nullptr).begin_text(event, path, strlen(path));
+}
+
+const Fault *strike(Call call, const char *item) {
+    return find_fault(call, [item](const char *named) { return is_named(named, item); });
+}
+
+bool fails(Call call, const char *item) {
+    const Fault *fault = strike(call, item);
+    if (fault != nullptr) {
+        errno = atoi(fault->how);
+    }
+    return fault != nullptr;
 }
 
 const char *error_name(int error) {

@@ -50,11 +50,22 @@ void tell_lines(Event event, const char *text, size_t size);
 // A call on a file that came to `result`, negative for a failure as errno says.
 void tell_file(Event event, const char *path, int result);
 
+// The fault that lets a call on this item fail; nullptr: none does, and a delay has passed. A file is named by its
+// path, a command by its text.
+const Fault *strike(Call call, const char *item = "");
+// The same for a call that fails with an error number, which is in errno then.
+bool fails(Call call, const char *item = "");
+
 // As a mark of failure names it: ENOENT.
 const char *error_name(int error);
 
 // Sends what has been told so far. Before whatever may take its time.
 void flush();
+
+// What the program reads in the place of a file that it has opened, where a fault befalls its content. A descriptor or
+// a stream that is none is handed on.
+int with_content(const char *path, int file);
+FILE *with_content(const char *path, FILE *stream);
 
 // The stream that the program gets in the place of the console's: what is written to it is told, too.
 FILE *open_console(FILE *console);

@@ -15,10 +15,11 @@ struct Fault {
     Call call;
     bool fails;     // false: it is only late
     char how[24];   // "": as the call fails
-    char item[32];  // "": all of them
+    char item[64];  // "": all of them
     unsigned from;  // the first call, counted from 1
     unsigned count;
     unsigned delay;  // microseconds
+    unsigned seed;   // of what is drawn by chance
     unsigned seen;   // of the calls that it means
 
     // Whether it befalls every such call, and at once.
@@ -47,6 +48,7 @@ inline bool parse_fault(const char *line, Fault *fault) {
     *fault = {};
     fault->from = 1;
     fault->count = UINT_MAX;
+    fault->seed = 1;
     bool called = false;
     bool failed = false;
     while (*line != '\0' && *line != '\n') {
@@ -73,6 +75,14 @@ inline bool parse_fault(const char *line, Fault *fault) {
                 case FaultMark::kCount:
                     fault->count = static_cast<unsigned>(strtoul(value, nullptr, 10));
                     break;
+                case FaultMark::kSeed:
+                    fault->seed = static_cast<unsigned>(strtoul(value, nullptr, 10));
+                    break;
+                case FaultMark::kRequests:
+                case FaultMark::kAction:
+                case FaultMark::kObject:
+                case FaultMark::kPhone:
+                    return false;  // whoever armed it has seen to these
             }
         } else if (!called) {
             const int call = find_word(kCallWords, line, length);
@@ -81,7 +91,7 @@ inline bool parse_fault(const char *line, Fault *fault) {
             }
             fault->call = static_cast<Call>(call);
             called = true;
-        } else if (fault->item[0] == '\0' && length < sizeof(fault->item)) {
+        } else if (fault->item[0] == '\0' && length > 0 && length < sizeof(fault->item)) {
             memcpy(fault->item, line, length);
         } else {
             return false;

@@ -29,7 +29,24 @@ def shapes(name, kind):
 EVENTS = shapes("events.conf", "event")
 EVENT_MARKS = shapes("events.conf", "mark")
 FAULT_MARKS = shapes("faults.conf", "mark")
-CALLS = {word: (columns[0], columns[1]) for kind, word, columns in read_rows("faults.conf") if kind == "call"}
+
+
+
+def read_calls():
+    """Call -> what it is on, how it fails, and of whom it is: what the column of the row says, or of the last one above that has it."""
+    calls, of = {}, None
+    for kind, word, columns in read_rows("faults.conf"):
+        if kind == "call":
+            of = columns[2] if len(columns) > 2 else of
+            calls[word] = (columns[0], columns[1], of)
+    return calls
+
+
+CALLS = read_calls()
+OF_STORE, OF_VIRTUAL_ROUTER = "the store library", "the virtual router"
+SHORT = ("read", "write")  # which can take less than they are asked for
+# Marks that say which requests a fault is meant for, and those that the drawing of one needs.
+CONDITIONS = ("requests", "action", "object", "phone", "seed")
 
 
 def words(*names, known=EVENTS):
@@ -114,22 +131,40 @@ class Fault:
         return CALLS[self.call][1] == "ERRNO"
 
 
-def parse_fault(line):
+def how_pattern(fails):
+    """What the mark "failed" of a call may say, as a regular expression."""
+    if fails.lstrip("-").isdigit():
+        return r"-?\d+"
+    return "|".join(re.escape(way).replace("N", r"\d{1,9}") for way in fails.split("|"))
+
+
+def parse_fault(line, armed=False):
+    """`armed`: for a virtual router that runs, which can do more than a system call filter and knows requests."""
     marks, rest = take_marks(line, FAULT_MARKS)
     call, _, item = rest.partition(" ")
     if call not in CALLS:
         raise VocabularyError(f"no such call can fail: {line}")
-    on, fails = CALLS[call]
+    on, fails, of = CALLS[call]
     how = marks.get("failed")
-    if item and (on != "ITEM" or " " in item):
-        raise VocabularyError(f"{call} fails on {'one item' if on == 'ITEM' else 'no item'}: {line}")
-    if fails == "ERRNO" and how not in errno.errorcode.values():
-        raise VocabularyError(f"{call} fails with an error's name, as in failed=ENOSPC {call}: {line}")
-    if fails != "ERRNO" and how is not None and not re.fullmatch(r"-?\d+", how):
-        raise VocabularyError(f"{call} fails with a number: {line}")
-    for name in ("from", "count", "delay"):
-        if name in marks and not re.fullmatch(r"[1-9]\d*", marks[name]):
+    if item and (on == "-" or " " in item or (on == "[FILE]" and not armed)):
+        raise VocabularyError(f"{call} fails on {'no item' if on == '-' else 'one item'}: {line}")
+    if not item and on == "FILE":
+        raise VocabularyError(f"{call} fails on a file: {line}")
+    if fails == "ERRNO":
+        if how not in errno.errorcode.values() and not (armed and ("delay" in marks and "failed" not in marks or call in SHORT and how == "short")):
+            raise VocabularyError(f"{call} fails with an error's name, as in failed=ENOSPC {call}: {line}")
+    elif how is not None and not re.fullmatch(how_pattern(fails), how):
+        ways = "a number" if fails.lstrip("-").isdigit() else f"one of {fails}"
+        raise VocabularyError(f"{call} fails with {ways}: {line}")
+    for name in ("from", "count", "requests", "phone", "seed"):
+        if name in marks and not re.fullmatch(r"[1-9]\d{0,8}", marks[name]):
             raise VocabularyError(f"{name} is a number from 1 on: {line}")
-    if fails == "ERRNO" and marks.keys() & {"from", "count", "delay"}:
+    if "delay" in marks:
+        delay = re.fullmatch(r"(\d{1,9})\.\.(\d{1,9})" if armed and ".." in marks["delay"] else r"([1-9]\d{0,8})", marks["delay"])
+        if not delay or delay.lastindex == 2 and int(delay[1]) > int(delay[2]):
+            raise VocabularyError(f"delay is a number of microseconds{', or LEAST..MOST' if armed else ''}: {line}")
+    if not armed and (marks.keys() & {*CONDITIONS} or of == OF_VIRTUAL_ROUTER):
+        raise VocabularyError(f"only a virtual router that runs can do that: {line}")
+    if not armed and fails == "ERRNO" and marks.keys() & {"from", "count", "delay"}:
         raise VocabularyError(f"a system call filter neither counts nor waits: {line}")
     return Fault(call, item, marks)
