@@ -47,7 +47,7 @@ class Head {
         }
     }
 
-    char text_[256];
+    char text_[256] = {};
     size_t size_ = 0;
     bool fits_ = true;
 };

@@ -36,6 +36,7 @@ def adopt_orphans():
 
 # Ports below those that clients get: one of these may be a request's the moment after it was seen to be free.
 PORTS = range(20000, 32000)
+ALWAYS = []  # further options of script/server
 GIVEN_PORTS = set()
 
 
@@ -147,7 +148,7 @@ class Router:
             self.process = subprocess.Popen(
                 self.command(
                     "--port", str(self.port), "--loopback-port", str(self.loopback_port), "--state", str(self.state),
-                    "--debug", *(["--fast"] if fast else []), *arguments,
+                    "--debug", *ALWAYS, *(["--fast"] if fast else []), *arguments,
                 ),
                 stdin=subprocess.DEVNULL,
                 stdout=log,

@@ -55,7 +55,7 @@ def parse(words):
     parser.add_argument("--build-lock", type=int)
     for name in ("--allow-origin", "--allow-host"):
         parser.add_argument(name, action="append", default=[])
-    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces"):
+    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces", "--resident"):
         parser.add_argument(name, action="store_true")
     options = parser.parse_args(words)
     options.modes = MODES["proot" if options.no_namespaces else "namespaces"]
@@ -95,7 +95,7 @@ async def keep(options):
 
     def layouts(kind):
         preload = () if kind.own_network else ("kernel_stand_in",)
-        arguments = {"debug": options.debug, "home": bool(options.home), "own_network": kind.own_network, "preload": preload}
+        arguments = {"debug": options.debug, "home": bool(options.home), "own_network": kind.own_network, "resident": options.resident, "preload": preload}
         return layout.root(options.project, options.build, about, **arguments)
 
     place = state.State(options.state, options.fresh)

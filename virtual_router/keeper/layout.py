@@ -47,7 +47,16 @@ def applets():
     return subprocess.run(["busybox", "--list"], stdout=subprocess.PIPE, text=True, check=True).stdout.split()
 
 
-def root(project, build, facts, *, debug, home, own_network, preload=()):
+STARTED_ENDPOINT = """\
+cgi.assign = ( "" => "" )
+setenv.add-environment = ( "PATH" => "/bin:/sbin" )
+"""
+RESIDENT_ENDPOINT = """\
+scgi.server = ( "" => (( "socket" => "/var/run/app.scgi", "check-local" => "disable" )) )
+"""
+
+
+def root(project, build, facts, *, debug, home, own_network, resident=False, preload=()):
     """The entries of a router's root, as {path: Entry}. `facts` is the text of its surroundings."""
     here = project / "virtual_router"
     entries = [folder(path) for path in FOLDERS.split()]
@@ -67,6 +76,9 @@ def root(project, build, facts, *, debug, home, own_network, preload=()):
     entries += [copy(build / name, f"bin/{name}") for name in PROGRAMS]
     entries += [copy(path, f"bin/{path.name}") for path in sorted((here / "system/bin").iterdir())]
     entries += [copy(path, f"lib/{path.name}", 0o644) for path in sorted((here / "system/lib").iterdir())]
+    if resident:
+        entries.append(copy(build / "app.scgi", "bin/app.scgi"))
+    entries.append(text("etc/lighttpd-endpoint.conf", RESIDENT_ENDPOINT if resident else STARTED_ENDPOINT))
     entries += [copy(build / "app.cgi", "web/app/app.cgi"), text("web/status-500.html", "")]
     entries += [copy(path, f"web/pages/{path.name}", 0o644) for path in sorted((here / "web").iterdir())]
     entries += [copy(here / "lighttpd.conf", "etc/lighttpd.conf", 0o644), *(copy(project / f"platform/{name}.conf", f"etc/{name}.conf", 0o644) for name in ("items", "records"))]

@@ -22,6 +22,7 @@ SERVICES = (
     ("pairing daemon", ["wscd"], "wscd"),
     ("DHCP server", ["udhcpd", "-f"], "udhcpd"),
 )
+RESIDENT = ("resident endpoint", ["app.scgi"], "endpoint")
 WEB_SERVER = ("web server", ["/usr/sbin/lighttpd", "-D", "-f", "/etc/lighttpd.conf"], "lighttpd")
 
 
@@ -83,7 +84,7 @@ class Router:
 
     async def start_services(self, pause=0):
         """Starts the services, and has the networks come up meanwhile; with a pause after each, one after another."""
-        for service in SERVICES:
+        for service in [*SERVICES, *([RESIDENT] if self.keeper.options.resident else [])]:
             await self.start(service)
             await asyncio.sleep(pause)
         if not pause:
