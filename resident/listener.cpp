@@ -10,8 +10,8 @@
 
 #include "base/resource.h"
 #include "base/text.h"
-#include "resident/account.h"
 #include "resident/tell.h"
+#include "resident/user_ids.h"
 
 namespace {
 
@@ -43,9 +43,9 @@ bool clear_path(const sockaddr_un &address) {
 
 // Gives the socket its owner and its rights. Until then nobody but root and its maker can connect.
 bool hand_over(const char *path, const Options &options) {
-    Account owner;
+    UserIds owner;
     if (options.socket_owner != nullptr) {
-        if (!find_account(options.socket_owner, owner)) {
+        if (!find_user_ids(options.socket_owner, owner)) {
             return false;
         }
         if (chown(path, owner.user, owner.group) != 0) {

@@ -5,11 +5,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "resident/account.h"
 #include "resident/listener.h"
 #include "resident/options.h"
 #include "resident/pool.h"
 #include "resident/tell.h"
+#include "resident/user_ids.h"
 
 namespace {
 
@@ -46,8 +46,8 @@ int main(int argc, char **argv) {
     if (!parse_options(argc, argv, options, status)) {
         return status;
     }
-    Account user;
-    if (options.user != nullptr && !find_account(options.user, user)) {
+    UserIds user;
+    if (options.user != nullptr && !find_user_ids(options.user, user)) {
         return kCannotRun;
     }
     if (!detach_standard() || !limit_memory(options.memory_mib)) {

@@ -133,9 +133,11 @@ class Pool {
             exit(0);
         }
         prctl(PR_SET_PDEATHSIG, 0);
+        place.process = getpid();  // the keeper may not have come to it yet
         place.serves = true;
         // The next is made when this one has ended, which costs no request time, unless many come at once.
-        if (count().waiting * 2 < options_.waiting) {
+        const Count now = count();
+        if (now.waiting * 2 < options_.waiting && now.all < options_.most) {
             kill(keeper_, kFewWait);
         }
         close(listener_);

@@ -20,6 +20,14 @@ namespace {
 
 constexpr int kRefused = 1;
 
+// What is no reply gets header lines where app.cgi gives it some; else the web server finds nothing, and says so
+// itself.
+#ifdef CGI_HEADERS
+constexpr bool kTellsMissingReply = true;
+#else
+constexpr bool kTellsMissingReply = false;
+#endif
+
 // Whoever sends no more holds a process; nothing was done for it yet, so that the process just ends.
 void give_up(int /*signal*/) {
     constexpr char kLine[] = "app.scgi: a request did not come whole in time\n";
@@ -33,6 +41,14 @@ bool become_standard(int connection) {
     const bool done = dup2(connection, STDIN_FILENO) >= 0 && dup2(connection, STDOUT_FILENO) >= 0;
     close(connection);
     return done;
+}
+
+int answer(const ScgiHead &head) {
+    OwnedText body;
+    const bool received = receive_request(head.content_length, BodyEnd::kLength, body);
+    alarm(0);
+    signal(SIGALRM, SIG_DFL);
+    return received ? answer_request(std::move(body), head.remote_address) : kNotServed;
 }
 
 }  // namespace
@@ -66,13 +82,10 @@ int serve_request(int connection, const Options &options) {
         }
         return kRefused;
     }
-    OwnedText body;
-    if (!receive_request(head.content_length, BodyEnd::kLength, body)) {
-        return kNotServed;
+    const int status = answer(head);
+    if constexpr (kTellsMissingReply) {
+        print_missing_reply(status == 0);
     }
-    alarm(0);
-    signal(SIGALRM, SIG_DFL);
-    const int status = answer_request(std::move(body), head.remote_address);
     // The client has all of the reply now, and need not wait for a commit. Commands that still run hold the connection
     // open, too, so that it takes more than closing it here.
     shutdown(STDOUT_FILENO, SHUT_WR);

@@ -68,6 +68,7 @@ homes           | wait | -    | home                 |                          
 journal         | wait | -    | build router         | release: app.cgi virtual_router/all   | tests/journal/run
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick
 e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
+e2e-resident    | wait | -    | build router home    | release: app.cgi app.scgi virtual_router/all | tests/e2e/run --way no-namespaces --resident --story requests
 control         | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/control/run
 console         | wait | -    | build router home browser | release: app.cgi virtual_router/all   | tests/console/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run

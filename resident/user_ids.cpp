@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "resident/account.h"
+#include "resident/user_ids.h"
 
 #include <grp.h>
 #include <pwd.h>
@@ -20,15 +20,15 @@ bool is_number(const char *text, unsigned &number) {
     return *text >= '0' && *text <= '9' && *end == '\0';
 }
 
-bool find_user(const char *name, Account &account) {
+bool find_user(const char *name, UserIds &ids) {
     unsigned number = 0;
     const bool by_number = is_number(name, number);
     const passwd *user = by_number ? getpwuid(number) : getpwnam(name);
     if (user == nullptr && !by_number) {
         return false;
     }
-    account.user = user != nullptr ? user->pw_uid : number;
-    account.group = user != nullptr ? user->pw_gid : number;
+    ids.user = user != nullptr ? user->pw_uid : number;
+    ids.group = user != nullptr ? user->pw_gid : number;
     return true;
 }
 
@@ -48,7 +48,7 @@ bool find_group(const char *name, gid_t &group) {
 
 }  // namespace
 
-bool find_account(const char *text, Account &account) {
+bool find_user_ids(const char *text, UserIds &ids) {
     char name[64] = {};
     const char *colon = strchr(text, ':');
     if (!join(name, {text})) {
@@ -58,19 +58,19 @@ bool find_account(const char *text, Account &account) {
     if (colon != nullptr) {
         name[colon - text] = '\0';
     }
-    if (!find_user(name, account)) {
+    if (!find_user(name, ids)) {
         tell("there is no user '%s'", name);
         return false;
     }
-    if (colon != nullptr && !find_group(colon + 1, account.group)) {
+    if (colon != nullptr && !find_group(colon + 1, ids.group)) {
         tell("there is no group '%s'", colon + 1);
         return false;
     }
     return true;
 }
 
-bool become(const Account &account) {
-    if (setgroups(0, nullptr) != 0 || setgid(account.group) != 0 || setuid(account.user) != 0) {
+bool become(const UserIds &ids) {
+    if (setgroups(0, nullptr) != 0 || setgid(ids.group) != 0 || setuid(ids.user) != 0) {
         tell_error("the user cannot be changed");
         return false;
     }
