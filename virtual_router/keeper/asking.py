@@ -25,7 +25,7 @@ async def journal(journal, question, line):
     match question.get("do"):
         case "list":
             last = question.get("last")
-            found = journal.chosen(wanted(question), last if isinstance(last, int) else None)
+            found = await journal.chosen(wanted(question), last if isinstance(last, int) else None)
             for each in found:
                 await line.send(each)
             await line.send({"gone": journal.gone, "shown": len(found), "all": len(journal.exchanges)})
@@ -77,7 +77,7 @@ async def follow(journal, filtered, line):
                 lost, exchange = taking.result()
                 if lost:
                     await line.send({"lost": lost})
-                shown = exchange.read().line()
+                shown = exchange.line()
                 if filtered.admits(shown, exchange):
                     await line.send(shown)
     finally:

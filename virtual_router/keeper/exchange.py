@@ -5,6 +5,7 @@ Either may be missing: a request of the router's own network comes by no port, a
 app.cgi. What is told comes from inside the router, so it is kept as it came, bounded, and read when somebody asks.
 """
 
+import functools
 import json
 import re
 
@@ -14,6 +15,7 @@ from hiding import HIDDEN, ITEMS, Hiding
 
 MOST_BYTES = 1 << 20  # of the request, of the reply, and of what is told, each
 MOST_EVENTS = 20000
+MOST_OBJECTS = 100
 _OPEN_ACTIONS = ("scan", "login")
 _LOOPBACK = "127.0.0.1"
 # What became of the session check.
@@ -27,6 +29,9 @@ SESSIONS = {
 }
 _NEED_LOGIN = 6
 _PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins")
+
+
+_SURROGATE = re.compile("[\ud800-\udfff]")
 
 
 class Bytes:
@@ -58,7 +63,7 @@ class Exchange:
         self.told_to_end = None  # None: nothing is told; False: it is still being told
         self.faults = []  # lines of those that were armed for it
         self.note = ""  # what the port did with it
-        self._read = None  # what was made of it when it was over
+        self._line = None  # when it is over
 
     @property
     def over(self):
@@ -69,16 +74,20 @@ class Exchange:
         return len(self.head) + len(self.body.data) + len(self.reply.data) + len(self.told.data) + 500
 
     def read(self):
-        """What can be made of it so far."""
-        if self._read is not None:
-            return self._read
-        found = Reading(self)
+        """What can be made of it so far. It is not kept: it takes much more room than what it is made of."""
+        return Reading(self)
+
+    def line(self):
+        """What a list tells of it."""
+        if self._line is not None:
+            return self._line
+        found = self.read().line()
         if self.over:
-            self._read = found
+            self._line = found
         return found
 
-    def forget_reading(self):
-        self._read = None
+    def changed(self):
+        self._line = None
 
 
 class Reading:
@@ -86,10 +95,7 @@ class Reading:
 
     def __init__(self, exchange):
         self.exchange = exchange
-        self.events = []  # (microseconds since 1970, Event), by name
-        self.refused_lines = []
-        for line in bytes(exchange.told.data).split(b"\n")[:-1][:MOST_EVENTS]:
-            self.take(line)
+        self.lines = bytes(exchange.told.data).split(b"\n")[:-1][:MOST_EVENTS]
         self.untold = bytes(exchange.told.data).rpartition(b"\n")[2] != b"" or exchange.told.size > len(exchange.told.data)
         self.asked = self.first("asked")
         self.request_body = bytes(exchange.body.data) if exchange.port else self.text_of("input")
@@ -97,7 +103,24 @@ class Reading:
         self.request = self.parsed(self.request_body)
         self.reply = self.parsed(self.reply_body)
 
-    def take(self, line):
+    @functools.cached_property
+    def read_lines(self):
+        """((microseconds since 1970, Event) by name, lines that are none)."""
+        events, refused = [], []
+        for line in self.lines:
+            found = self.event_of(line)
+            if found:
+                events.append(found)
+            else:
+                refused.append(printable(line[:200]))
+        return events, refused
+
+    @property
+    def events(self):
+        return self.read_lines[0]
+
+    def event_of(self, line):
+        """None: it is none."""
         try:
             event = speech.vocabulary.parse_event(line.decode("utf-8", "surrogateescape"))
             time = int(event.marks.pop("time", self.exchange.began))
@@ -105,15 +128,18 @@ class Reading:
             event = speech.by_name(event)
             if event.word in ("get", "set") and event.fields[0].partition("@")[0] in ITEMS:
                 event.marks = {"secret": None, **event.marks}
-            self.events.append((time, event))
+            return time, event
         except (ValueError, TypeError, IndexError, KeyError, OverflowError):
-            self.refused_lines.append(printable(line[:200]))
-
-    def first(self, word):
-        return next((event for _, event in self.events if event.word == word), None)
+            return None
 
     def all(self, word):
-        return [event for _, event in self.events if event.word == word]
+        """The events of one kind, without reading the others."""
+        marker = f" {word}".encode()
+        found = (self.event_of(line) for line in self.lines if marker in line)
+        return [event for _, event in filter(None, found) if event.word == word]
+
+    def first(self, word):
+        return next(iter(self.all(word)), None)
 
     def text_of(self, word):
         return "".join(event.fields[-1] for event in self.all(word)).encode("utf-8", "surrogateescape")
@@ -171,7 +197,7 @@ class Reading:
         except (TypeError, ValueError):
             return None, found.get("msg")
 
-    @property
+    @functools.cached_property
     def exit(self):
         """(exit status, number of the signal) of the process."""
         event = self.first("exit")
@@ -244,12 +270,12 @@ class Reading:
             "port": exchange.port,
             "address": self.address,
             "asks": self.method_and_path,
-            "action": self.action,
-            "objects": self.objects,
+            "action": self.action and clean(self.action),
+            "objects": [clean(name) for name in self.objects[:MOST_OBJECTS]],
             "session": self.session,
             "http": self.http_status,
             "error": self.result[0],
-            "verdict": self.hiding().hide(self.verdict),
+            "verdict": clean(Hiding().hide(self.verdict)),
             "faults": exchange.faults,
         }
 
@@ -273,7 +299,7 @@ class Reading:
             "exit": int(status) if status and status.isdigit() else None,
             "signal": signal,
             "untold": self.untold,
-            "refused_lines": [line if secrets else hiding.hide_all(line) for line in self.refused_lines[:100]],
+            "refused_lines": [line if secrets else hiding.hide_all(line) for line in self.read_lines[1][:100]],
         }  # fmt: skip
 
     def shown(self, time, event, secrets, hiding):
@@ -287,6 +313,8 @@ class Reading:
             fields = [hiding.hide_all(field) for field in fields]
         elif not secrets and event.word in ("input", "reply"):
             fields = [hiding.hide(field) for field in fields]
+        fields = [clean(field) for field in fields]
+        marks = {name: value and clean(value) for name, value in marks.items()}
         shown = speech.vocabulary.Event(event.word, fields, marks)
         return {
             "at": time - self.exchange.began,
@@ -296,6 +324,11 @@ class Reading:
             "secret": secret,
             "text": printable(str(shown).encode("utf-8", "surrogateescape")),
         }
+
+
+def clean(text):
+    """A text that is UTF-8 wherever it goes: a byte that was none is \\xNN, half a character \\uNNNN."""
+    return _SURROGATE.sub(lambda match: f"\\x{ord(match[0]) - 0xDC00:02x}" if "\udc80" <= match[0] <= "\udcff" else f"\\u{ord(match[0]):04x}", text)
 
 
 def key_without_case(found, key):

@@ -11,6 +11,7 @@ from exchange import Exchange
 
 MOST_REQUESTS = 10_000
 MOST_BYTES = 64 << 20
+AT_ONCE = 20  # that are read before others come to their turn
 MOST_WAITING = 1000  # lines that a follower has not taken yet
 
 
@@ -74,7 +75,7 @@ class Journal:
     # --- who reads it ---
 
     def tell(self, exchange):
-        exchange.forget_reading()
+        exchange.changed()
         for follower in list(self.followers):
             follower.put(exchange)
 
@@ -87,11 +88,13 @@ class Journal:
         """Raises KeyError."""
         return self.exchanges[number]
 
-    def chosen(self, wanted, last=None):
-        """The lines of those that are wanted, oldest first. `wanted` is a Filter."""
+    async def chosen(self, wanted, last=None):
+        """The lines of those that are wanted, oldest first. `wanted` is a Filter. Others come to their turn meanwhile."""
         found = []
-        for exchange in reversed(self.exchanges.values()):
-            line = exchange.read().line()
+        for looked_at, exchange in enumerate(list(reversed(self.exchanges.values())), 1):
+            if looked_at % AT_ONCE == 0:
+                await asyncio.sleep(0)
+            line = exchange.line()
             if wanted.admits(line, exchange):
                 found.append(line)
                 if last is not None and len(found) == last:
