@@ -22,20 +22,28 @@ function commandOf(target) {
   return null;
 }
 
-export function begin() {
+/** Shows a line; "" for none. */
+export function show(text) {
+  shown = text;
   const place = document.getElementById("terminal");
+  place.textContent = shown || IDLE;
+  place.classList.toggle("idle", !shown);
+  document.getElementById("terminal-copy").setAttribute("aria-disabled", String(!shown));
+}
+
+export function begin() {
   const copy = document.getElementById("terminal-copy");
-  const show = (text) => {
-    shown = text ?? "";
-    place.textContent = shown || IDLE;
-    place.classList.toggle("idle", !shown);
-    copy.setAttribute("aria-disabled", String(!shown));
-  };
   const look = (event) => {
     const found = commandOf(event.target);
     if (found) show(found);
   };
-  for (const kind of ["focusin", "pointerover", "input", "change"]) document.addEventListener(kind, look);
+  for (const kind of ["focusin", "input", "change"]) document.addEventListener(kind, look);
+  // What moves below a pointer that rests is not pointed at.
+  let [x, y] = [-1, -1];
+  document.addEventListener("pointerover", (event) => {
+    if (event.clientX !== x || event.clientY !== y) look(event);
+    [x, y] = [event.clientX, event.clientY];
+  });
   copy.addEventListener("click", async () => {
     if (!shown) return;
     await copyText(shown);

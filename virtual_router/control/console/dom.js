@@ -23,7 +23,7 @@ export const svg = (tag, properties, ...children) => fill(document.createElement
 export const button = (label, command, onclick, properties = {}) =>
   h("button", { type: "button", ...properties, command, onclick: async (event) => {
     const pressed = event.currentTarget;
-    if (pressed.getAttribute("aria-disabled") === "true") return;
+    if (pressed.getAttribute("aria-disabled") === "true" || pressed.getAttribute("aria-busy") === "true") return;
     pressed.setAttribute("aria-busy", "true");
     try {
       await onclick(event);

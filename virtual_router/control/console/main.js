@@ -3,11 +3,12 @@
 
 import * as command from "./command.js";
 import { button, h, notice, replace } from "./dom.js";
+import * as house from "./house.js";
 import * as objects from "./objects.js";
 import { Refused, get, logIn, loginRequest, post, session } from "./port.js";
 import { screens as more } from "./screens.js";
 
-const SCREENS = [objects.screen, ...more];
+const SCREENS = [objects.screen, house.screen, ...more];
 const STATUS_SECONDS = 2;
 const element = (id) => document.getElementById(id);
 

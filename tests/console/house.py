@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: MIT
+"""The screen of the house, used as a person would: by hand and by keyboard."""
+
+import json
+
+import looks
+from hands import click, fill, go, send_key, text_of, wait_text
+from router import look_until
+
+PLACE = "(name => { const box = [...document.querySelectorAll('.device')].find(e => e.getAttribute('aria-label').startsWith(name + ',')).querySelector('.disc').getBoundingClientRect(); return [box.x + box.width / 2, box.y + box.height / 2]; })"
+ROOM = "(spot => { const box = document.querySelector(`.room[data-spot='${spot}'] rect`).getBoundingClientRect(); return [box.x + box.width - 30, box.y + box.height - 20]; })"
+
+
+def device_of(control, name):
+    return next(device for device in control.get("/api/home").json()["devices"] if device["name"] == name)
+
+
+def comes_to(control, name, spot):
+    return look_until(lambda seen: seen == spot, lambda: device_of(control, name)["at"], seconds=20) == spot
+
+
+async def drag(page, name, spot):
+    x, y = await page.value(f"{PLACE}({json.dumps(name)})")
+    to_x, to_y = await page.value(f"{ROOM}({json.dumps(spot)})")
+    await page.mouse("mouseMoved", x, y)
+    await page.mouse("mousePressed", x, y, 1)
+    for part in (0.2, 0.6, 1):
+        await page.mouse("mouseMoved", x + (to_x - x) * part, y + (to_y - y) * part, 1)
+    target = await text_of(page, ".room.target text:first-of-type")
+    line = await text_of(page, "#terminal")
+    await page.mouse("mouseReleased", to_x, to_y)
+    return target, line
+
+
+async def act(results, page, keep, router, control):
+    control.post("/api/home/still")
+    await go(page, "house")
+    count = len(control.get("/api/home").json()["devices"])
+    results.check("every device is in the picture", await page.wait(f"document.querySelectorAll('.device').length === {count}"), count)
+    control.post("/api/home/roam", {"words": ["tablet", "wlan0"]})
+    results.check("what happens shows by itself", await page.wait("[...document.querySelectorAll('.device')].some(e => e.getAttribute('aria-label').startsWith('tablet, 5 GHz'))"))
+    await page.wait("!document.getAnimations().some(a => a instanceof CSSTransition)")
+    target, line = await drag(page, "tablet", "port5")
+    results.check("the room under a held device lights up, and its line is shown", target == "Port 5" and line.endswith("home roam tablet port5"), (target, line))
+    results.check("a device is dragged to another room", comes_to(control, "tablet", "port5"), device_of(control, "tablet"))
+    await page.value("document.querySelector('.device[tabindex=\"0\"]').focus()")
+    first = await page.value("document.activeElement.getAttribute('aria-label')")
+    await send_key(page, "ArrowRight")
+    second = await page.value("document.activeElement.getAttribute('aria-label')")
+    results.check("arrow keys go from device to device", first != second and second, (first, second))
+    while not (await page.value("document.activeElement.getAttribute('aria-label')")).startswith("tablet,"):
+        await send_key(page, "ArrowRight")
+    await send_key(page, "Enter")
+    results.check("Enter opens it, and leads to its place", await wait_text(page, "section h2", "tablet") and await page.value("document.activeElement.id") == "spot")
+    await fill(page, "Bring to", "wlan1")
+    await click(page, "Bring it there")
+    results.check("it is brought there by keyboard, too", comes_to(control, "tablet", "wlan1"), device_of(control, "tablet"))
+    await keep("house")
+    await switch(results, page, control, "WAN cable", lambda home: not home["wan"])
+    results.check("a cut cable shows", await page.wait("document.querySelector('.cable.cut') !== null"))
+    await switch(results, page, control, "WAN cable", lambda home: home["wan"])
+    await switch(results, page, control, "Guests", lambda home: not home["networks"]["wlan0-va1"]["on"] and not home["networks"]["wlan1-va1"]["on"])
+    await switch(results, page, control, "2.4 GHz", lambda home: not home["networks"]["wlan1"]["on"])
+    await switch(results, page, control, "2.4 GHz", lambda home: home["networks"]["wlan1"]["on"])
+    await fill(page, "source leases", "half")
+    results.check("a source is broken", look_until(bool, lambda: control.get("/api/home").json()["broken"].get("leases") == "half", seconds=20))
+    results.check("and shown broken", await wait_text(page, ".badge.bad", "1 broken"))
+    line = await text_of(page, "#terminal")
+    results.check("with its line", line.endswith("home break leases half"), line)
+    await click(page, "Mend all")
+    results.check("it is mended", await wait_text(page, ".badge.good", "all whole"))
+    await page.value("document.querySelector('details.card summary').click()")
+    results.check("all of it is a table, too", await page.wait(f"document.querySelectorAll('details.card tbody tr').length === {count}"))
+    await looks.told(results, page, "house")
+    await looks.accessible(results, page, "house")
+    await block(results, page, keep, control)
+    await looks.narrow(results, page, "house")
+    await looks.long_words(results, page, "house")
+
+
+async def switch(results, page, control, label, good):
+    before = await page.wait(f"[...document.querySelectorAll('[role=switch]')].find(e => e.textContent === {json.dumps(label)}).getAttribute('aria-checked')")
+    await click(page, label)
+    home = look_until(good, lambda: control.get("/api/home").json(), seconds=30)
+    results.check(f"{label} is switched", good(home), home["networks"])
+    state = f"[...document.querySelectorAll('[role=switch]')].find(e => e.textContent === {json.dumps(label)}).getAttribute('aria-checked')"
+    shown = await page.wait(f"{state} !== {json.dumps(before)} && {state}")
+    results.check("and the page shows it", shown != before, shown)
+
+
+async def block(results, page, keep, control):
+    """The story of a parent: logs in, looks for the tablet, keeps it from the Internet."""
+    if await page.value("[...document.querySelectorAll('button')].some(b => b.textContent === 'Log out')"):
+        await click(page, "Log out")
+    await wait_text(page, "#session", "Logged out")
+    await click(page, "Block it")
+    results.check("without a session nobody is blocked, and the page says why", await wait_text(page, ".notice.bad", "Log in first"))
+    await fill(page, "User", "admin")
+    await fill(page, "Password", "admin")
+    await click(page, "Log in")
+    results.check("the login is told", await wait_text(page, "#session", "Logged in"))
+    await click(page, "Block it")
+    results.check("the tablet is blocked", look_until(bool, lambda: device_of(control, "tablet")["denied"], seconds=30), device_of(control, "tablet"))
+    results.check("and barred in the picture", await page.wait("document.querySelector('.device.denied')?.getAttribute('aria-label').startsWith('tablet,')"))
+    await go(page, "objects/Sec")
+    mac = device_of(control, "tablet")["mac"].replace(":", "").upper()
+    results.check("it stands in the router's list", await wait_text(page, ".values td", mac), mac)
+    await go(page, "house")
+    await page.wait("document.querySelector('.device.denied') !== null")
+    await page.value("document.querySelector('.device.denied').dispatchEvent(new MouseEvent('click', {bubbles: true}))")
+    await keep("blocked")
+    await click(page, "Let it in")
+    results.check("it is let in again", not look_until(lambda seen: not seen, lambda: device_of(control, "tablet")["denied"], seconds=30))
