@@ -64,6 +64,7 @@ packaging       | cpu  | -    | build source         |                          
 armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $around; release: launch double_shell | tests/run_cases --target armhf --first-row --sample 8
 store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
 resident        | wait | -    | build router python  | release: app.scgi app.cgi app-relay.cgi slow_store arpcheck | tests/resident/run
+firmware-check  | wait | -    | build router home cases | release: firmware-check virtual_router/all app.cgi | tests/firmware/run
 homes           | wait | -    | home                 |                                       | tests/home/run
 journal         | wait | -    | build router         | release: app.cgi virtual_router/all   | tests/journal/run
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick

@@ -53,9 +53,11 @@ def main():
     print(f"enum {{ kItems = {len(rows)}, kDefaults = {len(defaults)}, kValues = {(at + 3) & ~3} }};")
     print(f"enum {{ kLayout = {zlib.crc32(chr(10).join(rows).encode()) & 0x7fffffff} }}; /* another one with each change of an item */")
     print("static const struct item items[kItems] = {", *rows, "};", sep="\n")
+    print("#ifndef ITEMS_ONLY")
     print("static const struct factory factory[kDefaults] = {")
     print("\n".join(f"    {{{place}, {width}, {number}, {text}}}," for place, width, number, text in defaults))
     print("};")
+    print("#endif")
 
 
 main()
