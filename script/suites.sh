@@ -73,6 +73,7 @@ e2e-resident    | wait | -    | build router home    | release: app.cgi app.scgi
 control         | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/control/run
 console         | wait | -    | build router home browser | release: app.cgi virtual_router/all   | tests/console/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run
+contract-broken | wait | -    | build router home contract | release: app.cgi virtual_router/all   | contract/tool/broken.py
 docs            | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/docs/run
 ROWS
 }

@@ -29,7 +29,7 @@ def ask(url, request):
 
 
 def capture(home, contract, build, folder):
-    with virtual.router(build, "--home", home, "--still") as url:
+    with virtual.router(build, "--home", home, "--still") as (url, _):
         time.sleep(5)  # the speed sampler and the sources of the home have told something by then
         session = json.loads(ask(url, {"action": "login", "info": {"user": "admin", "pwd": "admin"}}))["info"]["sessionid"]
         folder.mkdir(parents=True, exist_ok=True)

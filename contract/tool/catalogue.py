@@ -3,6 +3,7 @@
 
 import json
 
+import broken
 from caseformat_text import expand
 from contract import compact
 from tables import shown, stored_before
@@ -14,7 +15,8 @@ program. Made from [the contract](../contract/README.md) by `contract/make`: do 
 
 A message that only a broken store, kernel or system daemon causes has the line **The router's state**. It is written in the words of
 a test case ([tests/runner](../tests/runner/README.md)), by which `tests/run_cases` brings the router into it; "fail" names faults
-that no healthy router has.
+that no healthy router has. A line **In a virtual router** is the [command](faults.md) that has a running one give the message;
+`script/router faults clear` ends it.
 
 """
 
@@ -59,6 +61,8 @@ def entry(text, code, where, cause, before, unreachable, body, world):
     if body is not None:
         body = expand(body)
         lines += ["", "```json", body if len(body) < 400 else body[:200] + "...", "```"]
+    if world and broken.lines_of(world):
+        lines += ["", f"**In a virtual router**: `{broken.command(world)}`"]
     if world:
         lines += ["", "**The router's state**: " + "; ".join(f"`{key} = {json.dumps(value)}`" for key, value in world.items())]
     return "\n".join(lines) + "\n\n"

@@ -33,7 +33,7 @@ def free_port():
 
 @contextlib.contextmanager
 def router(build, *options):
-    """Starts a factory-fresh router and gives the URL of its endpoint; ends it behind the block."""
+    """Starts a factory-fresh router and gives the URL of its endpoint and its state folder; ends it behind the block."""
     folder = pathlib.Path(tempfile.mkdtemp(prefix="contract-router-"))
     port = free_port()
     with open(folder / "log", "w+b") as log:
@@ -48,7 +48,7 @@ def router(build, *options):
                 if process.poll() is not None or time.monotonic() > deadline:
                     raise NoRouter((folder / "log").read_text(errors="replace"))
                 time.sleep(0.05)
-            yield f"http://127.0.0.1:{port}/app/app.cgi"
+            yield f"http://127.0.0.1:{port}/app/app.cgi", folder / "state"
         finally:
             if process.poll() is None:
                 process.send_signal(signal.SIGINT)
