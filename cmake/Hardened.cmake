@@ -23,6 +23,12 @@ harden(HARDEN_FILES "Pipes, devices, and in /tmp links and strangers' files are 
 harden(HARDEN_WAITS "A full queue is waited for two seconds; a body has 1 MiB at most, a process 64 MiB"
        gateway/handler/queue.cpp gateway/limits.cpp)
 harden(HARDEN_UTF8 "Every reply is valid UTF-8" gateway/handler/reply_bytes.cpp)
+harden(HARDEN_SECCOMP "Only the system calls of cmake/system_calls.conf, where the kernel has filters" gateway/confinement.cpp)
+if(HARDEN_SECCOMP)
+  include(cmake/SystemCalls.cmake)
+  set_source_files_properties(hardened/gateway/confinement.cpp PROPERTIES COMPILE_DEFINITIONS SYSTEM_CALLS_ARCH=${SYSTEM_CALLS_ARCH}
+                              INCLUDE_DIRECTORIES ${CMAKE_BINARY_DIR}/generated)
+endif()
 
 set(HARDEN_SESSION_IDLE 43200 CACHE STRING "Seconds after its last use at which a session ends (HARDEN_SESSIONS)")
 set(HARDEN_SESSION_AGE 604800 CACHE STRING "Seconds after its login at which a session ends (HARDEN_SESSIONS)")

@@ -11,6 +11,7 @@
 #include "base/shortage.h"
 #include "base/text.h"
 #include "gateway/actions.h"
+#include "gateway/confinement.h"
 #include "gateway/debug_switch.h"
 #include "gateway/dispatch.h"
 #include "gateway/forward.h"
@@ -64,6 +65,7 @@ bool receive_request(const char *content_length, BodyEnd end, OwnedText &body) {
         lose_reply();
         return false;
     }
+    confine_process();
     if (content_length == nullptr) {
         fprintf(stderr, "==>Not found CONTENT_LENGTH\n");
         return false;

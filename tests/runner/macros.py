@@ -6,7 +6,7 @@ import importlib.util
 import inspect
 import re
 
-COMMON = {"REPEAT", "TEXT", "BYTE", "HEX", "NUL", "NL", "ERROR", "EACH", "LIST", "TIME", "SESSION"}  # of all files
+COMMON = {"REPEAT", "TEXT", "BYTE", "HEX", "NUL", "NL", "ERROR", "EACH", "LIST", "TIME", "LAID", "SESSION"}  # of all files
 CALL = re.compile(r"%([A-Z]+)\((.*?)\)%", re.S)
 
 

@@ -13,6 +13,7 @@ from macros import Moment
 from message_queue import expected_record
 from vocabulary import EVENT_MARKS, EVENTS, Event, show_mark, take_marks, words
 
+LAID_OUT_MACRO = re.compile(r"%LAID\((-?\d+)?\)%")
 SESSION_MACRO = re.compile(r"%SESSION\(([^)]*)\)%")
 LOG_HEAD = re.compile(r"((?:app|applogin|mesh_fun|cgi_userlist|cgi_wlan|cgi_qos):\w+):\d+:")
 QUEUE_MODE = 0o666
@@ -27,6 +28,7 @@ def at_time(text, moment, own):
     def session(match):
         return "Us" + hashlib.md5(to_bytes(match[1]) + str(moment.second).encode()).hexdigest()
 
+    text = LAID_OUT_MACRO.sub(lambda match: str(moment.laid_out + int(match[1] or 0)), text)
     return own.fill(SESSION_MACRO.sub(session, at_second(text, moment.second)), moment)
 
 

@@ -108,7 +108,23 @@ extern "C" int kill(pid_t process, int signal) noexcept {
     return access(path, F_OK) == 0 ? 0 : fail(ESRCH);
 }
 
+// Plays a process that a stranger has taken over, if the runner wants one: it tries what would lead out of it. The file
+// holds then how much of it was allowed.
+void try_to_get_out() {
+    const int file = open("/.runner/escape", O_WRONLY | O_CLOEXEC);
+    if (file < 0) {
+        return;
+    }
+    int allowed = 0;
+    allowed += syscall(SYS_chroot, "/") == 0 ? 1 : 0;
+    allowed += syscall(SYS_ptrace, 0, 0, nullptr, nullptr) == 0 ? 1 : 0;  // 0: let the parent trace this process
+    allowed += syscall(SYS_personality, 0xffffffff) >= 0 ? 1 : 0;         // only asks
+    dprintf(file, "%d\n", allowed);
+    close(file);
+}
+
 extern "C" int ioctl(int file, unsigned long request, ...) {
+    try_to_get_out();
     va_list arguments;
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);

@@ -1,0 +1,33 @@
+# SPDX-License-Identifier: MIT
+# What the filter of HARDEN_SECCOMP lets pass, by the numbers of the processor that is built for: system_calls.inc, a
+# "SYS_name," each, out of cmake/system_calls.conf. SYSTEM_CALLS_ARCH is the processor's name in <linux/audit.h>.
+set(SYSTEM_CALLS_ARCHS
+    "x86_64|AMD64=AUDIT_ARCH_X86_64" "i[3-6]86=AUDIT_ARCH_I386" "mipsel=AUDIT_ARCH_MIPSEL" "mips=AUDIT_ARCH_MIPS"
+    "aarch64=AUDIT_ARCH_AARCH64" "arm.*=AUDIT_ARCH_ARM")
+foreach(row ${SYSTEM_CALLS_ARCHS})
+  string(REGEX MATCH "^(.*)=(.*)$" row ${row})
+  if(NOT SYSTEM_CALLS_ARCH AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(${CMAKE_MATCH_1})$")
+    string(REGEX REPLACE ".*=" "" SYSTEM_CALLS_ARCH ${row})
+  endif()
+endforeach()
+if(NOT SYSTEM_CALLS_ARCH)
+  message(FATAL_ERROR "HARDEN_SECCOMP knows no processor '${CMAKE_SYSTEM_PROCESSOR}': cmake/SystemCalls.cmake")
+endif()
+
+file(WRITE ${CMAKE_BINARY_DIR}/system_calls.cpp "#include <sys/syscall.h>\n")
+execute_process(COMMAND ${CMAKE_CXX_COMPILER} -E -dM ${CMAKE_BINARY_DIR}/system_calls.cpp OUTPUT_VARIABLE known
+                COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "#define SYS_[a-z0-9_]+" known "${known}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/system_calls.conf)
+file(STRINGS ${CMAKE_SOURCE_DIR}/cmake/system_calls.conf lines REGEX "^[a-z]")
+set(passing "")
+foreach(line ${lines})
+  string(REGEX REPLACE "^[a-z]+ +(.*)$" "\\1" line ${line})
+  string(REPLACE " " ";" names ${line})
+  foreach(name ${names})
+    if("#define SYS_${name}" IN_LIST known)
+      string(APPEND passing "SYS_${name},\n")
+    endif()
+  endforeach()
+endforeach()
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/generated/system_calls.inc CONTENT "${passing}")
