@@ -65,6 +65,7 @@ armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $aroun
 store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
 resident        | wait | -    | build router python  | release: app.scgi app.cgi app-relay.cgi slow_store arpcheck | tests/resident/run
 firmware-check  | wait | -    | build router home cases | release: firmware-check virtual_router/all app.cgi | tests/firmware/run
+keeper          | wait | -    | router               |                                       | tests/keeper/run
 homes           | wait | -    | home                 |                                       | tests/home/run
 journal         | wait | -    | build router         | release: app.cgi virtual_router/all   | tests/journal/run
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick

@@ -5,7 +5,6 @@ import ctypes
 import json
 import os
 import pathlib
-import shutil
 import signal
 import socket
 import stat
@@ -274,10 +273,7 @@ def attack_by_commands(t, canary, port):
 def weaken(results, way, build, pc):
     """A keeper that puts no filter and no Landlock in force lets some of the attacks through: they are no idle ones."""
     with tempfile.TemporaryDirectory() as folder:
-        project = pathlib.Path(folder, "project")
-        for name in ("script", "virtual_router", "platform"):
-            shutil.copytree(routers.PROJECT / name, project / name, ignore=shutil.ignore_patterns("__pycache__"))
-        pathlib.Path(folder).chmod(0o755)
+        project = routers.copy_project(folder)
         confinement = project / "virtual_router/keeper/confinement.py"
         confinement.write_text(f"{confinement.read_text()}\n\nput_filter_in_force = close_off_processes = close_off_files = lambda *_: None\n")
         router = routers.Router(way, build, project)

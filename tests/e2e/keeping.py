@@ -1,12 +1,16 @@
 # SPDX-License-Identifier: MIT
 """How a router is kept: who may ask at the PC's ports, phones and agents, an outage, a LAN that moves, and the end of each part."""
 
+import glob
 import json
 import os
+import pathlib
 import re
+import shutil
 import signal
 import socket
 import subprocess
+import tempfile
 import time
 
 import router as routers
@@ -199,6 +203,12 @@ def trouble(t):
     t.results.check("a full memory is told", t.router.await_output("in trouble: it uses up its MiB of memory for files", after=mark))
     t.router.inside("run", "rm", "-f", "/tmp/1", "/tmp/2", "/tmp/3")
     t.results.check("and when it is over", t.router.await_output("room for MiB of memory for files again", after=mark))
+    if "no control group can be made" not in t.router.output():
+        mark = t.mark()
+        greedy = "for i in 1 2 3 4 5 6 7; do (head -c 110000000 /dev/zero | tail -c 110000000 | (sleep 2; wc -c)) & done; wait"
+        served = t.router.inside("run", "sh", "-c", greedy)[1].split().count("110000000")
+        t.results.check("programs that want more memory together are told", t.router.await_output(" MiB are all the memory there is for its programs together", after=mark))
+        t.results.check("and do not all get it", served < 7, served)
     mark = t.mark()
     bomb = subprocess.Popen(
         [*t.router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(t.router.state), "run", "sh", "-c", "b() { b | b & }; b; sleep 3"],
@@ -219,8 +229,7 @@ def commits(results, router):
         t.expect("a commit", {"action": "set", "app": {"port": number, "ticktime": number}}, set_reply("app"), loopback=True)
         router.process.kill()
         router.await_end()
-        left = [item for item in router.leftovers() if "state folder" not in item]
-        results.check("kill -9 of the keeper leaves no process, mount, queue or temporary file", not left, left)
+        left_nothing(results, "kill -9 of the keeper", (router.await_end(), router.leftovers()), -signal.SIGKILL)
     results.check("it starts again", router.start() is not None, router.output())
     t.expect("what was committed is there", {"action": "get", "app": {}}, get_reply(app={"port": 5, "ticktime": 5}), loopback=True)
     flash = router.state / "flash"
@@ -229,6 +238,84 @@ def commits(results, router):
     results.check("for its owner alone", good, modes)
     status = (router.state / "keeper.sock").stat().st_mode & 0o7777
     results.check("and so is the keeper's socket", status == 0o600, oct(status))
+
+
+# Appended to a copy of the keeper's flash.py: the keeper is killed at one call of the disk, once a commit is to be cut.
+CUT = """
+
+import disk
+import signal
+import sys
+
+_disk, _replace = disk.Disk(sys.modules[__name__]), Flash.replace
+
+
+def _cut(self, name, source):
+    if name == "mib/committed.mdb" and os.path.exists("{trigger}"):
+        _disk.calls.clear()
+        _disk.before_each(lambda number, _name: number == {step} and os.kill(os.getpid(), signal.SIGKILL))
+    _replace(self, name, source)
+
+
+Flash.replace = _cut
+"""
+CALLS_OF_A_COMMIT = 14  # there is one more before and after each; more than there are does no harm
+
+
+def cuts(results, way, build):
+    """The keeper is killed at each call of a commit's copy: the settings are the old ones or the new ones, and the router starts."""
+    with tempfile.TemporaryDirectory() as folder:
+        project = routers.copy_project(folder)
+        flash = project / "virtual_router/keeper/flash.py"
+        source, trigger = flash.read_text(), pathlib.Path(folder, "cut")
+        shutil.copy(routers.PROJECT / "tests/keeper/disk.py", flash.parent)
+        router = routers.Router(way, build, project)
+        t = Teller(router, results)
+        seen, before = [], 0
+        try:
+            for step in (4, 7, 9) if way.by_proot else range(CALLS_OF_A_COMMIT):
+                trigger.unlink(missing_ok=True)
+                flash.write_text(source + CUT.format(trigger=trigger, step=step))
+                if not results.check(f"it starts, to be killed at call {step} of a commit", router.start() is not None, router.output()):
+                    return
+                number = json.loads(router.ask('{"action":"get","app":{}}', loopback=True)[2])["app"]["port"]
+                if seen:
+                    results.check("it has the old settings or the new ones", number in (before, seen[-1]), (before, number, seen))
+                before = number
+                trigger.touch()
+                seen.append(step + 1)
+                router.ask(json.dumps({"action": "set", "app": {"port": step + 1, "ticktime": 1}}), loopback=True)
+                if look_until(lambda status: status is not None, router.process.poll, seconds=2) is None:
+                    break  # the commit is over
+                left_nothing(results, f"kill -9 at call {step}", (router.await_end(), router.leftovers()), -signal.SIGKILL)
+            results.check("it was killed at several", len(seen) >= 3, seen)
+        finally:
+            router.remove()
+
+
+def stale(results, router):
+    """Keeper and caretaker are killed together; what they leave is told, and cleared by the next start."""
+    if not results.check("it starts, to be killed with its caretaker", router.start() is not None, router.output()):
+        return
+    killed = router.process.pid
+    router.process.send_signal(signal.SIGSTOP)  # so that it does not see what comes first
+    os.kill(router.find_process("caretaker"), signal.SIGKILL)
+    router.process.kill()
+    status = router.await_end()
+    left = [item for item in router.leftovers() if "control group" not in item]
+    good = status == -signal.SIGKILL and len(left) == 3 and all("state folder" in item for item in left)
+    results.check("no process is left, but files are", good, f"{status} {left}")
+    status, said = router.inside("status")
+    good = status == 1 and said.count("\n") == 1 and "was killed; script/server starts it" in said
+    results.check("script/router says so in a line", good, f"{status}\n{said}")
+    results.check("it starts again", router.start() is not None, router.output())
+    said = f"The last router on {router.state.resolve()} was killed, and its caretaker, too: what they left is cleared away (run, keeper.sock, control.json).\n"
+    results.check("and says what it found", said in router.output(), router.output())
+    groups = glob.glob(f"/sys/fs/cgroup/**/virtual-router-{killed}", recursive=True)
+    results.check("no control group of the other is left", not groups, groups)
+    left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
+    status, said = router.inside("status")
+    results.check("no router runs, says script/router", status == 1 and said.count("\n") == 1 and "no router runs on" in said, f"{status}\n{said}")
 
 
 def ends(results, router):
@@ -242,11 +329,12 @@ def ends(results, router):
         left_nothing(results, f"kill -9 of the {name}", (router.await_end(), router.leftovers()), 1)
         results.check(f"which it names: {name}", f"The router's {name} has ended with status " in router.output(), router.output())
     results.check("it starts, for the end of its premises", router.start() is not None, router.output())
-    premises = [pid for pid, (parent, name) in routers.processes().items() if parent == router.process.pid]
-    for pid in premises:
-        os.kill(pid, signal.SIGKILL)
-    left_nothing(results, "kill -9 of the premises", (router.await_end(), router.leftovers()), 1)
-    results.check("which it names", "The premises have ended." in router.output(), router.output())
+    for name, said in (("premises", "The premises have ended."), ("caretaker", "The caretaker has ended.")):
+        if router.process.poll() is not None:
+            results.check(f"it starts, for the end of its {name}", router.start() is not None, router.output())
+        os.kill(router.find_process(name), signal.SIGKILL)
+        left_nothing(results, f"kill -9 of the {name}", (router.await_end(), router.leftovers()), 1)
+        results.check("which it names", said in router.output(), router.output())
 
 
 def ignored_signals(results, router):
@@ -288,6 +376,8 @@ def keep(results, way, build):
         anywhere(results, router)
         left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
         outage_of_home(results, router)
+        stale(results, router)
+        cuts(results, way, build)
         commits(results, router)
         ends(results, router)
         ignored_signals(results, router)

@@ -2,6 +2,7 @@
 """A running script/server: how to start, ask, watch and stop it, and what it left behind."""
 
 import ctypes
+import glob
 import os
 import pathlib
 import random
@@ -97,6 +98,15 @@ def heed_signals():
     """Whoever runs the tests in the background has Ctrl-C ignored, or a hang-up, and bash can't trap what it finds ignored."""
     for number in (signal.SIGINT, signal.SIGHUP):
         signal.signal(number, signal.SIG_DFL)
+
+
+def copy_project(folder):
+    """A copy of what script/server runs, to be changed. Returns its folder."""
+    project = pathlib.Path(folder, "project")
+    for name in ("script", "virtual_router", "platform", "contract"):
+        shutil.copytree(PROJECT / name, project / name, ignore=shutil.ignore_patterns("__pycache__", "node_modules"), symlinks=True)
+    pathlib.Path(folder).chmod(0o755)
+    return project
 
 
 class Router:
@@ -258,6 +268,7 @@ class Router:
                 left += [f"process {name}" for parent, name in processes().values() if parent == os.getpid()]
                 break
             time.sleep(0.01)
+        left += [f"control group {path}" for path in glob.glob(f"/sys/fs/cgroup/**/virtual-router-{self.process.pid}", recursive=True)]
         if str(self.folder) in pathlib.Path("/proc/self/mountinfo").read_text():
             left.append("a mount")
         left += [f"queue {key:#x}" for key, id in queues() - self.before if key == QUEUE_KEY or id == self.queue]

@@ -100,6 +100,8 @@ async def keep(options):
 
     place = state.State(options.state, options.fresh)
     keeper = Keeper(options, place, about, layouts)
+    if place.left:
+        keeper.say(f"The last router on {place.path} was killed, and its caretaker, too: what they left is cleared away ({', '.join(place.left)}).")
     keeper.items = (options.project / "platform/items.conf").read_text()
 
     def stop(number):

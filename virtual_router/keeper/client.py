@@ -38,6 +38,8 @@ def connect(folder):
         os.close(fd)
     except PermissionError:
         fail(f"the router on the state folder {folder} is another user's")
+    except ConnectionRefusedError:
+        fail(f"the router on the state folder {folder} was killed; script/server starts it, and clears away what is left")
     except OSError:
         fail(f"no router runs on the state folder {folder}; script/server starts one")
     return connection

@@ -30,6 +30,10 @@ OUTSIDE_BYTES = 16 * MEBIBYTE  # of what the router finds of the world outside
 
 MOST_PROCESSES = 256  # of the router's user in its namespace
 
+# Of everything virtual together, the premises' own programs among it, where a control group can be had.
+ALL_BYTES = 512 * MEBIBYTE
+ALL_PROCESSES = 512
+
 # Of each process.
 LIMITS = {
     resource.RLIMIT_CORE: 0,

@@ -14,6 +14,9 @@ import socket
 import sys
 import time
 
+import caretaker
+import cgroup
+import confinement
 import console
 import faults
 import journal
@@ -88,6 +91,9 @@ class Keeper:
         self.lan_lock = asyncio.Lock()
         self.stop = asyncio.get_running_loop().create_future()
         self.up = False
+        self.caretaker = None
+        self.group = None  # the control group of everything virtual
+        self.unbounded = None  # why there is none
         self.home_line = None  # the socket to the program that plays the home
         self.home_ready = asyncio.Event()
         self.moved = asyncio.Event()  # the LAN has been followed for the first time since the router is on
@@ -193,12 +199,48 @@ class Keeper:
 
     # --- switching on and off ---
 
+    def make_group(self):
+        """Has everything virtual bounded together, as far as this machine lets whoever started the router do that."""
+        try:
+            self.group = cgroup.Group()
+        except cgroup.NotDelegated as error:
+            self.unbounded = str(error)
+
+    def bound(self, pid):
+        """Puts a process into the group, and all that it starts from then on."""
+        if self.group:
+            try:
+                self.group.add(pid)
+                self.state.note_group(self.group.folders)
+            except OSError as error:
+                self.group.remove()
+                self.group, self.unbounded = None, error.strerror
+
+    def tell_bounds(self, mode):
+        """What is not bounded."""
+        if self.group is None:
+            count = "" if mode.own_network else "neither how many there are nor "
+            self.say(
+                f"Each program's memory has a bound, but {count or 'not '}what they use together: no control group can be made here ({self.unbounded})."
+            )
+
+    def clear_away(self):
+        """In the caretaker's process: when all has ended."""
+        if self.group:
+            self.group.remove(END_SECONDS)
+        self.state.clear_run()
+
+    def caretaker_ended(self):
+        self.caretaker.close()
+        self.caretaker = None
+        self.end(1, "The caretaker has ended.")
+
     async def found_premises(self):
         refusals = []
         for kind in self.options.modes:
             mode = kind(self.state.run, self.layouts(kind))
             try:
-                connection = mode.found()
+                connection = mode.found(self.bound)
             except OSError as error:
                 refusals.append(str(error.strerror or error).strip().splitlines()[-1])
                 continue
@@ -210,11 +252,14 @@ class Keeper:
                     self.say(f"No namespaces can be made here, so proot and a stand-in for the network take their place ({refusals[-1]}).")
                 for line in mode.warnings():
                     self.say(line)
+            self.tell_bounds(mode)
             self.premises = Premises(mode, connection, self.hear)
             return mode
         raise Failed(f"neither namespaces can be made here nor does proot work: {'; '.join(refusals)}")
 
     async def start(self):
+        self.make_group()
+        self.caretaker = caretaker.Caretaker(self.clear_away, [self.state.lock], self.caretaker_ended)
         mode = await self.found_premises()
         kind = network.KernelNetwork if mode.own_network else network.FileNetwork
         self.network = kind(self.order, self.facts, self.options.phones, self.options.agents, self.say)
@@ -467,8 +512,12 @@ class Keeper:
 
     async def watch_use(self):
         """Tells when a router has used up what it may, which is its own trouble and not the PC's."""
-        told = set()
+        told, ended = set(), 0
         while not self.stop.done():
+            before, ended = ended, self.group.ended() if self.group else 0
+            if ended > before:
+                most = confinement.ALL_BYTES // confinement.MEBIBYTE
+                self.main.say(f"router: in trouble: {most} MiB are all the memory there is for its programs together, so that {ended - before} had to end")
             for found in [found for found in self.routers.values() if found.on]:
                 try:
                     use = await self.order("use", guest=found.guest)
@@ -596,12 +645,14 @@ class Keeper:
             port.close()
         if self.outage:
             self.outage.cancel()
+        if self.caretaker:
+            self.caretaker.close()
         if self.premises:
             self.premises.close()
-            await asyncio.to_thread(reap, time.monotonic() + END_SECONDS)
+        await asyncio.to_thread(reap, time.monotonic() + END_SECONDS)
         if self.home_line:
             self.home_line.close()
-        self.state.clear_run()
+        self.clear_away()  # where the caretaker did not
         self.printer.close()
 
 

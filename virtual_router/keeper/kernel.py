@@ -38,6 +38,7 @@ _MOVE_TO_FD = 0x40
 _PR_SET_PDEATHSIG = 1
 _PR_SET_DUMPABLE = 4
 _PR_CAPBSET_DROP = 24
+_PR_SET_NAME = 15
 _PR_SET_CHILD_SUBREAPER = 36
 _PR_SET_NO_NEW_PRIVS = 38
 _PR_CAP_AMBIENT = 47
@@ -144,6 +145,11 @@ def become_undumpable():
 def adopt_orphans():
     """Makes this process the parent of whatever its descendants leave behind."""
     _checked(_LIBC.prctl(_PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0))
+
+
+def set_process_name(name):
+    """As it is shown where processes are listed."""
+    _checked(_LIBC.prctl(_PR_SET_NAME, name.encode(), 0, 0, 0))
 
 
 def children():

@@ -56,8 +56,9 @@ class Mode:
 
     # --- in the keeper's process, and in the one that it makes the premises of ---
 
-    def found(self):
-        """Makes the premises. Returns the keeper's end of the socket to them; raises OSError where they cannot be made."""
+    def found(self, bound):
+        """Makes the premises. Returns the keeper's end of the socket to them; raises OSError where they cannot be made. `bound` is called
+        with the process of which all others come."""
         here, there = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         builder = os.fork()
         if builder == 0:
@@ -69,6 +70,7 @@ class Mode:
             finally:
                 os._exit(1)
         there.close()
+        bound(builder)  # it waits for its users before it starts anything
         message, _ = premises.receive(here)  # it has a user namespace, or says why not
         if message is not None and "refused" not in message:
             self.map_users(builder)

@@ -348,6 +348,7 @@ class Premises:
 def start_server(connection, mode):
     """Becomes the premises. Never returns."""
     try:
+        kernel.set_process_name("premises")
         Server(connection, mode).serve()
     except BaseException:
         traceback.print_exc(file=sys.stderr)

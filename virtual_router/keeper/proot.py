@@ -38,7 +38,7 @@ class Mode:
         self.root = os.path.join(self.run, "root")
         self.outside = os.path.join(self.run, "outside")
 
-    def found(self):
+    def found(self, bound):
         self.clear_files()
         os.mkdir(self.temporary, 0o700)
         self.keep_loader()
@@ -57,6 +57,7 @@ class Mode:
                 os._exit(1)
             premises.start_server(there, self)
         there.close()
+        bound(pid)  # it starts nothing before it is told to
         message, _ = premises.receive(here)
         if message is None or "refused" in message:
             here.close()
@@ -111,7 +112,7 @@ class Mode:
         gaps = confinement.landlock_gaps()
         yield (
             "With proot, what a request makes the router run has the rights of whoever started it; kept out are the network, other files and "
-            "other processes" + (f", but not {' and '.join(gaps)}" if gaps else "") + ". Nothing bounds its processes and its memory together."
+            "other processes" + (f", but not {' and '.join(gaps)}" if gaps else "") + "."
         )
 
     def tcp_socket(self, _network):

@@ -7,11 +7,13 @@ import os
 import pathlib
 import shutil
 
+import cgroup
 import kernel
 
 LOCK = "router.lock"
 RUN = "run"
 SOCKET = "keeper.sock"
+GROUP = "control-group"  # in the run folder
 CONTROL_FILE = "control.json"  # where the control port is, and its token
 
 
@@ -44,16 +46,27 @@ class State:
             for name in ("flash", "agents"):
                 shutil.rmtree(self.path / name, ignore_errors=True)
         self.run = self.path / RUN
+        self.left = self.left_over()
         self.clear_run()
         self.run.mkdir(mode=0o700)
 
     def flash(self, agent=None):
         return self.path / f"agents/{agent}/flash" if agent else self.path / "flash"
 
+    def left_over(self):
+        """The names of what goes with a router, and is there all the same: what ended it was not the router."""
+        return [name for name in (RUN, SOCKET, CONTROL_FILE) if os.path.lexists(self.path / name)]
+
+    def note_group(self, folders):
+        """Where the control group is, for who has to clear it away."""
+        (self.run / GROUP).write_text("".join(f"{folder}\n" for folder in folders))
+
     def clear_run(self):
-        """What a killed router left, too."""
         with contextlib.suppress(OSError, ValueError):
             kernel.remove_queue(int((self.run / "queue").read_text()))
+        with contextlib.suppress(OSError, ValueError):
+            for folder in (self.run / GROUP).read_text().splitlines():
+                cgroup.remove_left(folder)
         if self.run.exists():
             shutil.rmtree(self.run, ignore_errors=True)
         for name in (SOCKET, CONTROL_FILE, f"{CONTROL_FILE}.new"):
