@@ -48,8 +48,9 @@ def reboot(results, router, control):
     gone = look_until(lambda seen: seen != "up", lambda: control.get("/api/status").json()["router"], pause=0.01)
     results.check("the status tells that the router is away", gone in ("off", "booting"), gone)
     for path, body in (("/api/clock/rate", {"words": ["1"]}), ("/api/run", {"command": ["true"]}), ("/api/reboot", {})):
+        before = control.get("/api/status").json()["router"]
         answer = control.post(path, body)
-        if control.get("/api/status").json()["router"] == "off":
+        if before == control.get("/api/status").json()["router"] == "off":
             results.check(f"{path} is refused meanwhile", answer.status == 409, answer)
     back = look_until(lambda seen: seen == "up", lambda: control.get("/api/status").json()["router"])
     results.check("and that it is back", back == "up" and router.ask('{"action":"scan"}')[0] == 200, back)

@@ -273,7 +273,7 @@ class Router:
             left.append("a mount")
         left += [f"queue {key:#x}" for key, id in queues() - self.before if key == QUEUE_KEY or id == self.queue]
         left += [f"temporary file {name}" for name in os.listdir(self.temporary)]
-        left += [f"{name} in the state folder" for name in os.listdir(self.state) if name not in ("flash", "agents", "router.lock")]
+        left += [f"{name} in the state folder" for name in os.listdir(self.state) if name not in ("flash", "agents", "snapshots", "router.lock")]
         return left
 
     def remove(self):

@@ -89,6 +89,18 @@ const Step kSteps[] = {
     {{"set", "MIB_BYTE", "3"},                                0, ""                                                                                   },
     {{"boot"},                                                0, ""                                                                                   },
     {{"get", "MIB_BYTE"},                                     0, "MIB_BYTE=255\n"                                                                     },
+    {{"set", "MIB_TEXT", "kept"},                             0, ""                                                                                   },
+    {{"save", "/var/moment"},                                 0, ""                                                                                   },
+    {{"set", "MIB_TEXT", "later"},                            0, ""                                                                                   },
+    {{"commit"},                                              0, ""                                                                                   },
+    {{"load", "/var/moment"},                                 0, ""                                                                                   },
+    {{"get", "MIB_TEXT"},                                     0, "MIB_TEXT=kept\n"                                                                    },
+    {{"boot"},                                                0, ""                                                                                   },
+    {{"get", "MIB_TEXT"},                                     0, "MIB_TEXT=later\n"                                                                   },
+    {{"load", "/var/nothing"},                                1, "flash: /var/nothing (was the router started? flash boot does): No such file"        },
+    {{"load", "/etc/items.conf"},                             1, "flash: /etc/items.conf is damaged: it is cut short"                                 },
+    {{"get", "MIB_TEXT"},                                     0, "MIB_TEXT=later\n"                                                                   },
+    {{"save", "/nowhere/moment"},                             1, "flash: /nowhere/moment: No such file"                                               },
     {{"default"},                                             0, ""                                                                                   },
     {{"get", "MIB_BYTE"},                                     0, "MIB_BYTE=7\n"                                                                       },
     {{"boot"},                                                0, ""                                                                                   },
@@ -141,8 +153,8 @@ TEST(Flash, ARootThatIsNotThereIsSaid) {
 TEST(Flash, HelpNamesEveryCommand) {
     Outcome outcome = Router("").flash({"--help"});
     EXPECT_EQ(outcome.status, 0);
-    for (const char *word :
-         {"get", "set", "all", "settings", "commit", "default", "boot", "--fresh", "--wlan", "--root"}) {
+    for (const char *word : {"get", "set", "all", "settings", "commit", "save", "load", "default", "boot", "--fresh",
+                             "--wlan", "--root"}) {
         EXPECT_NE(outcome.output.find(word), std::string::npos) << word;
     }
 }

@@ -232,6 +232,15 @@ std::string read_committed(const char *path, Records *records) {
     return sum == end.sum ? "" : "its records do not fit their checksum";
 }
 
+void load(const Records &definitions, const char *path) {
+    Records saved;
+    std::string fault = read_committed(path, &saved);
+    if (!fault.empty()) {
+        throw std::runtime_error(std::string(path) + " is damaged: " + fault);
+    }
+    fill(merge(definitions, saved), false);
+}
+
 void boot(const Records &definitions, bool fresh) {
     make_folder_of(kCommittedPath);
     make_folder_of(kWorkingPath);

@@ -21,6 +21,11 @@ Records read_working(const Copy &copy, MDB_txn *txn);
 // May run while other processes use the store. Throws std::runtime_error when the store can't be made ready.
 void boot(const Records &definitions, bool fresh);
 
+// Makes the working copy what a file of the form of a committed copy has, as far as the definitions know its items, in
+// one transaction: other processes use the store meanwhile. The committed copy stays. Throws std::runtime_error when
+// the file is damaged, or the store can't be written.
+void load(const Records &definitions, const char *path);
+
 // Throws std::runtime_error with what LMDB or the system says about an error, unless it is 0.
 void check(int error, const std::string &what);
 

@@ -37,6 +37,8 @@ copy, which is what a reboot leaves.
   settings               print all items of the settings file: what the last commit left. The file is itself a copy
                          that can take the committed one's place
   commit                 make the working copy the committed one
+  save FILE              write all items of the working copy to a file, of one moment
+  load FILE              make the working copy what such a file has; the committed one stays
   default                give both copies the values of a router that leaves the factory
   boot [--fresh]         what a router does when it starts: check the committed copy, lay out the working copy from
                          it. Run again, it drops what was not committed. --fresh: start from the defaults
@@ -225,13 +227,30 @@ void commit(const Options &) {
     store::check(store::save_settings(), store::kSettingsPath);
 }
 
-void boot(const Options &options) {
+store::Records definitions(const Options &options) {
     std::string path = options.items.empty() ? DEFINITIONS_PATH : options.items;
     std::ifstream in(path);
     if (!in) {
         throw std::runtime_error(path + ": " + strerror(errno));
     }
-    store::boot(store::read_definitions(in, path), options.fresh);
+    return store::read_definitions(in, path);
+}
+
+void boot(const Options &options) {
+    store::boot(definitions(options), options.fresh);
+}
+
+void save(const Options &options) {
+    const std::string &path = options.words[1];
+    Copy working;
+    open_started(&working);
+    int error = store::write_copy(path.c_str(), &working);
+    store::close_working(&working);
+    store::check(error, path);
+}
+
+void load(const Options &options) {
+    store::load(definitions(options), options.words[1].c_str());
 }
 
 void set_defaults(const Options &options) {
@@ -250,6 +269,8 @@ constexpr struct {
     {"all",      1, print_all     },
     {"settings", 1, print_settings},
     {"commit",   1, commit        },
+    {"save",     2, save          },
+    {"load",     2, load          },
     {"default",  1, set_defaults  },
     {"boot",     1, boot          },
 };

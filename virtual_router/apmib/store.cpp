@@ -234,6 +234,22 @@ int replace_file(const char *path, int (*write)(FILE *to, Copy *working), Copy *
 
 }  // namespace
 
+int write_copy(const char *path, Copy *working) {
+    FILE *to = fopen(path, "we");
+    if (to == nullptr) {
+        return errno;
+    }
+    int error = write_working(to, working);
+    const bool written = ferror(to) == 0;
+    if ((fclose(to) != 0 || !written) && error == 0) {
+        error = errno != 0 ? errno : EIO;
+    }
+    if (error != 0) {
+        unlink(path);
+    }
+    return error;
+}
+
 int commit_locked(Copy *working) {
     return replace_file(kCommittedPath, write_working, working);
 }

@@ -107,6 +107,10 @@ uint64_t add_to_sum(uint64_t sum, RecordHead head, const void *record);
 // replaces files of kFlashPath holds it; the kernel drops it when its holder dies.
 int take_commit_lock();
 
+// Writes the working copy's records, as they are at one moment, to a file of the form of a committed one. Returns 0 or
+// an error for mdb_strerror(), and then leaves no file.
+int write_copy(const char *path, Copy *working);
+
 // Makes the working copy the committed one. Returns 0 or an error for mdb_strerror(). In this order:
 //
 //   1. take the commit lock, so that an older moment never takes the place of a newer one

@@ -7,18 +7,12 @@ Of what the router replies only status and body are handed on, and the body as t
 import asyncio
 import http.client
 import io
-import itertools
-
-import ports
-import premises
 
 from . import route
 
 MOST_REPLY_BYTES = 8 << 20
 REPLY_SECONDS = 60
-FIRST_PORT = 40000  # of the pretended client, where the network is not the kernel's
-
-client_ports = itertools.count()
+HEAD = "POST /app/app.cgi HTTP/1.1\r\nHost: 127.0.0.1:{}\r\nContent-Type: application/json\r\nContent-Length: {}\r\nConnection: close\r\n\r\n"
 
 
 class _Data:
@@ -40,30 +34,31 @@ def find_port(keeper, number):
 
 
 async def exchange(keeper, number, data):
-    """Sends bytes from a phone to the router. Returns all that comes back."""
+    """Sends bytes to the PC's port of a phone, as a program of the PC does. Returns all that comes back."""
     port = find_port(keeper, number)
-    target = port.find_target() if port.open else None
-    if target is None:
-        raise route.Refused(409, "away", "the router does not answer this phone: it is away, or its LAN has no place for it")
-    loop = asyncio.get_running_loop()
+    if not port.open:
+        raise route.Refused(409, "away", "the router is away: nobody answers at this phone's port")
     answer = bytearray()
+    writer = None
     try:
         async with asyncio.timeout(REPLY_SECONDS):
-            with await ports.reach(keeper.order, target, FIRST_PORT + next(client_ports) % 20000) as server:
-                await loop.sock_sendall(server, data)
-                while more := await loop.sock_recv(server, 65536):
-                    answer += more
-                    if len(answer) > MOST_REPLY_BYTES:
-                        raise route.Refused(502, "router", "the router's reply has no end")
-    except (OSError, premises.Refused, asyncio.TimeoutError):
-        raise route.Refused(502, "router", "the router's web server has not answered") from None
+            reader, writer = await asyncio.open_connection("127.0.0.1", port.number)
+            writer.write(HEAD.format(port.number, len(data)).encode() + data)
+            while more := await reader.read(65536):
+                answer += more
+                if len(answer) > MOST_REPLY_BYTES:
+                    raise route.Refused(502, "router", "the router's reply has no end")
+    except (OSError, asyncio.TimeoutError):
+        raise route.Refused(502, "router", "the router has not answered") from None
+    finally:
+        if writer:
+            writer.close()
     return bytes(answer)
 
 
 async def ask_router(keeper, number, body):
     """What the endpoint replies to a phone: status and body."""
-    head = f"POST /app/app.cgi HTTP/1.1\r\nHost: router\r\nContent-Type: application/json\r\nContent-Length: {len(body)}\r\nConnection: close\r\n\r\n"
-    reply = http.client.HTTPResponse(_Data(await exchange(keeper, number, head.encode() + body)))
+    reply = http.client.HTTPResponse(_Data(await exchange(keeper, number, body)))
     try:
         reply.begin()
         return reply.status, reply.read()
@@ -79,7 +74,7 @@ async def ask(call):
 ROUTES = (
     route.Route(
         "POST", "/api/phones/{number}/app/app.cgi", ask, "ask the router as a phone does: the body is handed to the endpoint as it is, and so is its reply",
-        {}, request={}, refusals={404: "there is no such phone", 409: "the router is away", 502: "the router's web server has not answered"},
+        {}, request={}, refusals={404: "there is no such phone", 409: "the router is away", 502: "the router has not answered"},
         as_it_is=True, kind=route.PAGE, example={"action": "scan"},
     ),
 )  # fmt: skip

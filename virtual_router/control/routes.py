@@ -1,6 +1,15 @@
 # SPDX-License-Identifier: MIT
-"""All that the control port answers. Whoever adds a module adds its table here."""
+"""All that the control port answers. Whoever adds a module adds it here."""
 
-from . import about, contract, device, noted, pages, phones
+from . import about, contract, device, noted, pages, phones, snapshots
 
-ROUTES = (*pages.ROUTES, *about.ROUTES, *contract.ROUTES, *device.ROUTES, *noted.ROUTES, *phones.ROUTES)
+MODULES = (
+    pages,
+    about,
+    contract,
+    device,
+    noted,
+    phones,
+    snapshots,
+)
+ROUTES = tuple(found for module in MODULES for found in module.ROUTES)

@@ -7,6 +7,7 @@ import sys
 sys.dont_write_bytecode = True
 
 import client  # noqa: E402
+import snapshot_words  # noqa: E402
 
 
 class WrongCall(Exception):
@@ -47,11 +48,16 @@ def reboot(control, *words):
     control.ask("POST", "/api/reboot", {"wait": bool(words)})
 
 
+def snapshot(control, *words):
+    snapshot_words.act(control, words, WrongCall)
+
+
 # verb: function, and how it is called
 VERBS = {
     "url": (url, "url"),
     "api": (api, "api [METHOD] PATH [JSON]"),
     "reboot": (reboot, "reboot [--wait]"),
+    "snapshot": (snapshot, "snapshot [VERB [WORD...]]"),
 }
 USAGES = {verb: f"usage: script/router {usage}" for verb, (_, usage) in VERBS.items()}
 
@@ -63,7 +69,7 @@ def main(folder, verb, *words):
     except WrongCall as error:
         print(f"script/router: {error}", file=sys.stderr)
         return 2
-    except client.Failed as error:
+    except (client.Failed, OSError) as error:
         print(f"script/router: {error}", file=sys.stderr)
         return 1
 

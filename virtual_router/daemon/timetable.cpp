@@ -18,7 +18,8 @@ constexpr char kFolder[] = "/var/run/at";
 constexpr char kOutside[] = "/outside";  // what is written there comes from around the router
 constexpr char kClockPath[] = "/outside/clock";
 constexpr char kCablePath[] = "/outside/wan-cable";
-constexpr int kLongestWait = 60000;  // in milliseconds
+constexpr char kCableSeenPath[] = "/var/run/wan-cable";  // what the WAN was brought up for last; none: plugged in
+constexpr int kLongestWait = 60000;                      // in milliseconds
 constexpr double kRateUnit = 1000;
 
 struct Timed {
@@ -45,6 +46,10 @@ std::string path_of(const Timed &timed) {
 // When it is due, in seconds since the epoch; 0: never.
 time_t due_time(const Timed &timed) {
     return std::strtoll(content_of(path_of(timed)).c_str(), nullptr, 10);
+}
+
+bool is_pulled(const char *path) {
+    return content_of(path) == "down\n";
 }
 
 // How many seconds pass in the router for each of the PC's.
@@ -92,7 +97,6 @@ std::string clock_text(time_t seconds) {
         inotify_add_watch(changes, folder, IN_MOVED_TO | IN_CLOSE_WRITE);
     }
     std::string clock = content_of(kClockPath);
-    bool pulled = false;  // without a file nobody ever touched the cable
     for (;;) {
         pollfd waits = {changes, POLLIN, 0};
         poll(&waits, 1, wait_time());
@@ -111,8 +115,9 @@ std::string clock_text(time_t seconds) {
                 run("the clock is set", {timed.command});
             }
         }
-        if (pulled != (content_of(kCablePath) == "down\n")) {
-            pulled = !pulled;
+        const bool pulled = is_pulled(kCablePath);
+        if (pulled != is_pulled(kCableSeenPath)) {
+            std::ofstream(kCableSeenPath) << (pulled ? "down\n" : "up\n");
             run(std::string("the WAN's cable is ") + (pulled ? "pulled" : "plugged in"), {"initwan", "start"});
         }
     }

@@ -4,6 +4,7 @@
 import json
 
 import homefile
+import memory
 import sources
 import traffic
 from model import CannotBe
@@ -263,6 +264,8 @@ def act(engine, words):
         return 2, "the words are no UTF-8"
     if verb == "help":
         return 0, help_text()
+    if verb in memory.VERBS:
+        return memory.act(engine, verb, *rest)
     if verb not in VERBS:
         return 2, f"there is no verb '{verb}' (script/router home help)"
     function, usage, _ = VERBS[verb]

@@ -33,11 +33,14 @@ from router import Failed, shell_status
 FIRST_SERVICE_SECONDS = 60
 HOME_SECONDS = 60
 END_SECONDS = 10
+HOLD_SECONDS = 2  # that requests which are under way have to end before the router is looked at or changed as a whole
 USE_SECONDS = 1  # between two looks at what a router uses up
 FULL, ROOMY = 0.95, 0.8  # parts of what it may use: above, it is told; below that part of it, it is over
 # A router has a dozen processes. Those of a bomb come and go, as most that it begins are refused.
 FULL_OF = {"processes": 0.5}
 MOST_FACT_BYTES = 4096
+HOME_SOCKET = "home.sock"  # of the run folder
+MOST_HOME_BYTES = 16 << 20  # of its answer
 HOME_FILES = "project"  # the folder of the run folder with the home's programs
 HOME_FOLDERS = ("virtual_router/home", "platform")  # of this project
 # Files of /outside, and who hears of their change; the name "" stands for any.
@@ -89,6 +92,7 @@ class Keeper:
         self.outage = None  # the task of a reboot while the router is away
         self.rebooting = None  # the same to its end
         self.lan_lock = asyncio.Lock()
+        self.hold_lock = asyncio.Lock()
         self.stop = asyncio.get_running_loop().create_future()
         self.up = False
         self.caretaker = None
@@ -155,13 +159,13 @@ class Keeper:
             raise
         return part
 
-    async def with_pipe(self, name, guest, argv, environment, lasting=False, given=None):
-        """Starts a program whose output comes through a pipe, and whose input is nothing or a descriptor. Returns the part and the
-        pipe's end."""
-        null = os.open("/dev/null", os.O_RDONLY | os.O_CLOEXEC)
+    async def with_pipe(self, name, guest, argv, environment, lasting=False, given=None, errors=True):
+        """Starts a program whose output comes through a pipe, with its complaints or without, and whose input is nothing or a
+        descriptor. Returns the part and the pipe's end."""
+        null = os.open("/dev/null", os.O_RDWR | os.O_CLOEXEC)
         read, write = os.pipe2(os.O_CLOEXEC)
         try:
-            return await self.spawn(name, guest, argv, environment, [null if given is None else given, write, write], lasting), read
+            return await self.spawn(name, guest, argv, environment, [null if given is None else given, write, write if errors else null], lasting), read
         except premises.Refused:
             os.close(read)
             raise
@@ -180,9 +184,10 @@ class Keeper:
         await lines.settle()
         return shell_status(status)
 
-    async def outcome(self, guest, argv, environment, most):
-        """Runs a program to its end. Returns its status and the first `most` bytes that it printed."""
-        part, read = await self.with_pipe(argv[0], guest, argv, environment)
+    async def outcome(self, guest, argv, environment, most, given=None, errors=True):
+        """Runs a program to its end; `given` is its input as a descriptor. Returns its status and the first `most` bytes that it
+        printed; without `errors` what it complains of is not among them."""
+        part, read = await self.with_pipe(argv[0], guest, argv, environment, given=given, errors=errors)
         printed = console.Collector(read, most)
         status = await part.ended
         await printed.settle()
@@ -533,6 +538,23 @@ class Keeper:
                         found.say(f"router: it has room for {what} again")
             await asyncio.sleep(USE_SECONDS)
 
+    # --- a moment at which nobody asks ---
+
+    @contextlib.asynccontextmanager
+    async def held(self):
+        """Requests that come meanwhile wait; those that are under way have a moment to end."""
+        async with self.hold_lock:
+            for port in self.ports:
+                port.passing.clear()
+            try:
+                deadline = time.monotonic() + HOLD_SECONDS
+                while any(port.in_flight for port in self.ports) and time.monotonic() < deadline:
+                    await asyncio.sleep(0.002)
+                yield
+            finally:
+                for port in self.ports:
+                    port.passing.set()
+
     # --- an outage ---
 
     def reset_wanted(self, who):
@@ -623,12 +645,30 @@ class Keeper:
 
     async def clock(self):
         """What the router's clock shows, and its rate; a clock goes on while the router is off."""
+        shown, _, rate = await self.clock_numbers()
+        return shown, rate
+
+    async def clock_numbers(self):
+        """What the router's clock shows at this moment, how long it is up, both in nanoseconds, and its rate in thousandths."""
         text = await self.order("read", path=self.main.path(CLOCK), most=MOST_FACT_BYTES) or ""
         now = time.time_ns()
         if not re.fullmatch(r"-?\d{1,19} -?\d{1,19} -?\d{1,19} \d{1,9}\n?", text):
-            return now, NORMAL_RATE
-        pc, shown, _, rate = map(int, text.split())
-        return shown + (now - pc) * rate // NORMAL_RATE, rate
+            return now, time.clock_gettime_ns(time.CLOCK_BOOTTIME), NORMAL_RATE
+        pc, shown, up, rate = map(int, text.split())
+        passed = (now - pc) * rate // NORMAL_RATE
+        return shown + passed, up + passed, rate
+
+    async def ask_home(self, *words):
+        """What the program that plays the home answers to an order: an exit status and a text."""
+        (fd,) = await self.order("connect", path=HOME_SOCKET)
+        reader, writer = await asyncio.open_unix_connection(sock=socket.socket(fileno=fd), limit=MOST_HOME_BYTES)
+        try:
+            async with asyncio.timeout(HOME_SECONDS):
+                writer.write(json.dumps(words).encode() + b"\n")
+                status, text = json.loads(await reader.readline())
+        finally:
+            writer.close()
+        return status, text
 
     # --- until the end ---
 

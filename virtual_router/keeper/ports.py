@@ -80,6 +80,9 @@ class Port:
         self.take_session = take_session
         self.loop = asyncio.get_running_loop()
 
+        self.passing = asyncio.Event()  # requests are passed on; the others wait
+        self.passing.set()
+
     def start(self):
         if not self.open and not (self.faults and self.faults.refuses(self.phone)):
             self.open = True
@@ -140,6 +143,7 @@ class Port:
                 await self.send(client, self.gate.preflight_answer(request), exchange)
                 await self.linger(client)
                 return
+            await self.passing.wait()
             self.in_flight[number] = InFlight(self.name, f"{request.method} {request.target}", time.time())
             await self.pass_on(client, client_port, request, rest, exchange)
         except (OSError, asyncio.TimeoutError, premises.Refused) as error:

@@ -21,6 +21,9 @@ class Refused(Exception):
     """The folder cannot be had; the text says why."""
 
 
+SNAPSHOTS = "snapshots"
+
+
 class State:
     """Raises Refused where the folder is another's."""
 
