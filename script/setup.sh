@@ -24,6 +24,7 @@ packages_of() {
     fuzz) echo clang-14 libclang-rt-14-dev llvm-14 python3 ;;
     lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;
     bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
+    man) echo groff-base ;;
     git) echo git ;;
     source) echo dpkg-dev make ;;
     mipsel) echo g++-mipsel-linux-gnu qemu-user-static ;;

@@ -36,6 +36,7 @@ cases-resident  | cpu  | -    | build cases          | release: app.scgi tests/r
 resident-binary | cpu  | -    | build python         | release: app.scgi                     | tests/structure/check_binary build/release 192 app.scgi
 firmware-examples | cpu | -   | build cases          | release: app.cgi tests/runner/all     | tests/firmware/examples
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
+man             | cpu  | -    | man python git router home |                                  | tests/man/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
