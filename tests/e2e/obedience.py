@@ -195,6 +195,28 @@ def as_a_tree(t):
     t.results.check("home show --json", tablet is not None and wanted.items() <= tablet.items(), said)
 
 
+def a_pool(results, router):
+    """Who has no place in the home file has an address that the DHCP server gives out."""
+    home = router.folder / "pool.json"
+    devices = [{"name": name, "mac": f"02:00:00:00:00:0{number}", "at": "port2"} for number, name in enumerate(("printer", "nas"), 1)]
+    home.write_text(json.dumps({"description": "Addresses by DHCP", "devices": devices}))
+    if not results.check("a router starts in a home with DHCP", router.start("--fresh", "--still", "--home", str(home)) is not None, router.output()):
+        return
+    t = Parent(router, results)
+
+    def addresses():
+        return {device["name"]: device["ip"] for device in t.devices() if device["conType"] == "wired" and device["name"]}
+
+    t.becomes("its devices have addresses of the pool", addresses, {"printer": "192.168.1.101", "nas": "192.168.1.102"})
+    lan = {"ip": "192.168.1.1", "mask": "255.255.255.0", "dhcp": 2, "time": 60}
+    t.change("another pool", lan={**lan, "ipStart": "192.168.1.30", "ipEnd": "192.168.1.40"})
+    t.becomes("they have others", addresses, {"printer": "192.168.1.30", "nas": "192.168.1.31"})
+    t.change("another LAN", lan={**lan, "ip": "10.7.0.1", "ipStart": "10.7.0.200", "ipEnd": "10.7.0.210"})
+    t.becomes("they follow", addresses, {"printer": "10.7.0.200", "nas": "10.7.0.201"})
+    t.results.check("and answer a ping", router.way.by_proot or t.ping("10.7.0.201"), t.ask(lanStatus={}))
+    left_nothing(results, "after DHCP, kill", router.stop(signal.SIGTERM), 143)
+
+
 def obey(results, way, build):
     """A family lives with its router. The results are added to `results`."""
     router = routers.Router(way, build)
@@ -213,6 +235,7 @@ def obey(results, way, build):
         for chapter in (an_evening, filters, internet, a_bridge, a_night):
             chapter(t)
         left_nothing(results, "after days in a home, kill", router.stop(signal.SIGTERM), 143)
+        a_pool(results, router)
     finally:
         router.remove()
 

@@ -359,6 +359,44 @@ def leases(check, house):
     check("a LAN that moves", {str(lease.address) for lease in house.home.leases.values()} & {"10.0.0.23", "192.168.1.23"}, {"10.0.0.23"})
 
 
+def pool(check):
+    """Who has no place has an address that the DHCP server gives out."""
+    folder = pathlib.Path(tempfile.mkdtemp())
+    guests = [{"name": f"n{number}", "mac": f"02:00:00:00:02:0{number}", "at": "wlan0"} for number in range(4)]
+    house = House(folder, devices=[*HOME["devices"], *guests])
+
+    def addresses():
+        found = {device.name: str(address) for address, device in house.home.hosts(house.engine.around) if not isinstance(device, dict)}
+        return [found.get(device["name"], "-").removeprefix("192.168.1.") for device in guests]
+
+    check("without a pool there is none", addresses(), ["-"] * 4)
+    house.put("dhcp", "on 60 192.168.1.20 192.168.1.30\n")
+    check("the first that are free, beside the places", addresses(), ["25", "26", "27", "28"])
+    house.order("roam", "n0", "away")
+    house.order("roam", "n1", "away")
+    house.order("roam", "n1", "wlan0")
+    check("who comes back has its own again", addresses(), ["-", "26", "27", "28"])
+    house.order("add", "late", "wlan0", "place=30")
+    house.order("roam", "n0", "wlan0")
+    check("its lease was kept for it", addresses(), ["25", "26", "27", "28"])
+    house.put("dhcp", "on 60 192.168.1.27 192.168.1.200\n")
+    check("another pool", addresses(), ["29", "31", "27", "28"])
+    held = {lease.name: str(lease.address) for lease in house.home.leases.values()}
+    check("is that of the leases", [held[f"n{number}"] for number in range(4)], [f"192.168.1.{number}" for number in (29, 31, 27, 28)])
+    house.put("dhcp", "on 60 192.168.1.1 192.168.1.2\n")
+    check("one that is too small, without the router's own", addresses(), ["2", "-", "-", "-"])
+    house.put("dhcp", "off 60 192.168.1.1 192.168.1.100\n")
+    check("a server that is off takes no lease away", addresses(), ["2", "31", "27", "28"])
+    house.pass_seconds(3601)
+    check("and renews none", addresses(), ["-"] * 4)
+    house.put("lan", "10.0.0.1 255.255.255.0\n")
+    house.put("dhcp", "on 60 10.0.0.50 10.0.0.60\n")
+    check("a LAN that moves", addresses(), ["10.0.0.50", "10.0.0.51", "10.0.0.52", "10.0.0.53"])
+    house.put("dhcp", "on 60 10.0.0.300 999.0.0.1\n")
+    check("a pool that is none", addresses()[0] in ("-", "10.0.0.50"), True)
+    shutil.rmtree(folder)
+
+
 @with_house
 def deadlines(check, house):
     """The home knows when it has something to do, and has nothing to do before."""
@@ -489,6 +527,6 @@ def around_texts(check):
 
 
 CHAPTERS = (
-    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, deadlines, no_room,
+    radios, restarts, outage, keys, access_list, rules, words, asking, wan, no_internet, leases, pool, deadlines, no_room,
     mesh, trees, hostile, restored, twins, around_texts,
 )  # fmt: skip

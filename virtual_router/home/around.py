@@ -62,6 +62,7 @@ class Around:
         self.now = 0  # seconds since the epoch, by the router's clock
         self.lan = None  # ipaddress.IPv4Interface, or None without an address
         self.gives_leases, self.lease_seconds = True, DEFAULT_LEASE_MINUTES * 60
+        self.pool = None  # first and last address that the DHCP server gives out
         self.wlan_starts, self.networks = 0, {}
         self.wan_type, self.wan_up, self.wan_since = None, True, "0"
         self.mesh_role = None
@@ -80,9 +81,13 @@ class Around:
             self.lan = None
 
     def take_dhcp(self, text):
-        found = re.fullmatch(r"(on|off) (\d{1,9})", text.strip())
+        found = re.fullmatch(r"(on|off) (\d{1,9})(?: ([\d.]{7,15}) ([\d.]{7,15}))?", text.strip())
         if found:
             self.gives_leases, self.lease_seconds = found[1] == "on", int(found[2]) * 60
+            try:
+                self.pool = tuple(map(ipaddress.IPv4Address, found.groups()[2:])) if found[3] else None
+            except ValueError:
+                self.pool = None
 
     def take_wlan(self, text):
         settings = {interface: {} for interface in homefile.INTERFACES}
@@ -130,6 +135,20 @@ class Around:
             return None
         address = network.network_address + place
         return address if address != self.lan.ip else None
+
+    def pool_addresses(self):
+        """Yields what the DHCP server can give out, from the first on."""
+        if self.pool is None or self.lan is None:
+            return
+        network = self.lan.network
+        first, last = (int(address) for address in self.pool)
+        lowest, highest = int(network.network_address) + 1, int(network.broadcast_address) - 1
+        for number in range(max(first, lowest), min(last, highest) + 1):
+            if number != int(self.lan.ip):
+                yield ipaddress.IPv4Address(number)
+
+    def is_in_pool(self, address):
+        return self.pool is not None and self.lan is not None and self.pool[0] <= address <= self.pool[1] and address in self.lan.network
 
     def refused_word(self, request):
         """Why the URL filter refuses a request of these bytes: a text; None where it does not."""

@@ -24,7 +24,7 @@ MOST_CLIENTS = NUMBERS["kArpEntryLimit"]  # the router's ARP list has no more en
 MOST_AGENTS = 32
 MOST_NAME_BYTES = 63  # of the lease record's 64, one ends the name
 BANDS_OF = {"a": {"5g"}, "b": {"2g"}, "g": {"2g"}, "n": {"2g", "5g"}, "ac": {"2g", "5g"}}
-DEVICE_DEFAULTS = {"lease": True, "wifi": "ac", "width": 80, "streams": 2, "guard": "short", "signal": 50, "down": 0, "up": 0, "asks": []}
+DEVICE_DEFAULTS = {"place": None, "lease": True, "wifi": "ac", "width": 80, "streams": 2, "guard": "short", "signal": 50, "down": 0, "up": 0, "asks": []}
 
 
 class HomeError(Exception):
@@ -112,7 +112,7 @@ def contradictions(home):
         seen = {}
         for path, thing in things:
             first = seen.setdefault(thing[key], path)
-            if first != path:
+            if first != path and thing[key] is not None:
                 yield (*path, key), f"{json.dumps(thing[key], ensure_ascii=False)} is the {what} of {path_text(first)} already"
     for number, network in enumerate(home["internet"]):
         try:
@@ -140,6 +140,8 @@ def contradictions(home):
     for path, thing in things:
         if len(thing["name"].encode()) > MOST_NAME_BYTES:
             yield (*path, "name"), f"it is longer than {MOST_NAME_BYTES} bytes"
+        if "at" in thing and thing["place"] is None and not thing["lease"]:
+            yield path, 'the key "place" is missing: without DHCP it has an address by hand'
         if "at" in thing:
             yield from ((path + ("at",), why) for why in impossible(thing, names, thing is home["phone"]))
     for interface in INTERFACES:

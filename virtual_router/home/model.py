@@ -254,7 +254,8 @@ class Home:
                 yield address, thing.name, thing.mac
 
     def hosts(self, around):
-        """Yields what has an address at this moment: (address, agent or device of the home). Agents come first."""
+        """Yields what has an address at this moment: (address, agent or device of the home). Agents come first, and who has an
+        address of the DHCP server's pool last."""
         for agent in self.agents if self.mesh else ():
             address = around.address(agent["place"])
             if address:
@@ -264,10 +265,28 @@ class Home:
                 # The PC's requests come from it, whether the Wi-Fi has it or not.
                 if around.phone:
                     yield ipaddress.IPv4Address(around.phone), device
-            elif device.here():
+            elif device.place is not None and device.here():
                 address = around.address(device.place)
                 if address:
                     yield address, device
+        yield from self.pooled(around)
+
+    def pooled(self, around):
+        """Who has no place gets an address of the pool, and keeps it while it has a lease of it. A pool may be too small for all."""
+        devices = [device for device in self.devices if device.place is None]
+        if not devices:
+            return
+        taken = {around.address(thing["place"]) for thing in self.agents}
+        taken |= {around.address(device.place) for device in self.devices if device.place is not None}
+        taken |= {lease.address for lease in self.leases.values()} | ({ipaddress.IPv4Address(around.phone)} if around.phone else set())
+        free = (address for address in around.pool_addresses() if address not in taken)
+        for device in devices:
+            if not device.here():
+                continue
+            lease = self.leases.get(device.mac)
+            address = lease.address if lease and around.is_in_pool(lease.address) else next(free, None) if around.gives_leases else None
+            if address:
+                yield address, device
 
     def pass_seconds(self, seconds):
         """Lets so much time pass for those who are about to join. Returns what happened, as obey() does."""
