@@ -64,6 +64,7 @@ mipsel-hardened | cpu  | -    | build source cases mipsel | mipsel-hardened: app
 packaging       | cpu  | -    | build source         |                                       | packaging/check
 armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $around; release: launch double_shell | tests/run_cases --target armhf --first-row --sample 8
 store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
+deb             | wait | -    | build router home python git source | release: app.cgi app.scgi virtual_router/all | tests/deb/run
 resident        | wait | -    | build router python  | release: app.scgi app.cgi app-relay.cgi slow_store arpcheck | tests/resident/run
 firmware-check  | wait | -    | build router home cases | release: firmware-check virtual_router/all app.cgi | tests/firmware/run
 keeper          | wait | -    | router               |                                       | tests/keeper/run
