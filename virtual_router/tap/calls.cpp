@@ -99,7 +99,8 @@ void tell_printed(const char *text, size_t room, int size) {
     }
 }
 
-int print(const void *caller, FILE *stream, const char *format, va_list arguments) {
+__attribute__((format(printf, 3, 0))) int print(const void *caller, FILE *stream, const char *format,
+                                                va_list arguments) {
     if (tap::hears(caller) && stream == stderr) {
         char text[4096];
         va_list again;
@@ -207,7 +208,7 @@ PLAYED int fprintf(FILE *stream, const char *format, ...) {
 }
 
 // As __read_chk(). The check is of "%n" only, which this project's programs do not use.
-PLAYED int __fprintf_chk(FILE *stream, int flag, const char *format, ...);
+PLAYED __attribute__((format(printf, 3, 4))) int __fprintf_chk(FILE *stream, int flag, const char *format, ...);
 PLAYED int __fprintf_chk(FILE *stream, int /*flag*/, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
