@@ -73,6 +73,7 @@ journal         | wait | -    | build router         | release: app.cgi virtual_
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick
 e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
 e2e-resident    | wait | -    | build router home    | release: app.cgi app.scgi virtual_router/all | tests/e2e/run --way no-namespaces --resident --story requests
+scenarios       | wait | -    | build router home    | release: app.cgi virtual_router/all   | script/router scenario --start virtual_router/scenarios/*.toml
 control         | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/control/run
 console         | wait | -    | build router home browser | release: app.cgi virtual_router/all   | tests/console/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run

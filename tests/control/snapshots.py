@@ -69,6 +69,8 @@ def change_all(router, control, session):
     for verb, words in (("roam", ["tablet", "away"]), ("add", ["visitor", "wlan1"]), ("wan", ["down"]), ("break", ["leases", "half"]), ("remove", ["printer"]), ("step", ["7"])):
         control.post(f"/api/home/{verb}", {"words": words})
     control.post("/api/clock/advance", {"words": ["3d"]})
+    control.ask("DELETE", "/api/faults")
+    control.post("/api/faults", {"faults": ["object=qos failed commit"]})
     return log_in(control)
 
 
@@ -76,6 +78,10 @@ def come_back(results, router, control):
     control.post("/api/home/still")
     session = log_in(control)
     ask(control, session, "set", wifi={"wifiSSID": "Saved", "wifiPwd": "saved password"})
+    fault = "requests=7 delay=1000..2000 seed=5 get MIB_DUT_NAME"
+    control.post("/api/faults", {"faults": [fault]})
+    ask(control, session, "get", dutInfo={})
+    armed = [{key: value for key, value in found.items() if key != "number"} for found in control.get("/api/faults").json()["faults"]]
     before = at_rest(router, control)
     outside = kept_outside(router)
     answer = control.post("/api/snapshots/one")
@@ -93,6 +99,9 @@ def come_back(results, router, control):
     after = at_rest(router, control)
     for what in before:
         results.check(f"{what} is what it was", after[what] == before[what], {*str(before[what]).split("\n")} ^ {*str(after[what]).split("\n")})
+    now = [{key: value for key, value in found.items() if key != "number"} for found in control.get("/api/faults").json()["faults"]]
+    results.check("faults are armed as they were", now == armed and len(now) == 1 and now[0]["left"] == 6, (armed, now))
+    control.ask("DELETE", "/api/faults")
     results.check("what outlives the router, too", kept_outside(router) == outside)
     results.check("the session is as it was", ask(control, session, "get", dutInfo={})["dutInfo"]["name"] == "Family")
     results.check("and the later one is not", ask(control, other, "get", dutInfo={})["result"]["error"] == 6)
@@ -235,6 +244,7 @@ def hostile(data):
     yield "another router", rebuilt(data, lambda parts: {**{name: part for name, part in parts.items() if not name.startswith("routers/")}, "routers/agent1.tar": b""}), refused
     yield "no home", rebuilt(data, lambda parts: {name: part for name, part in parts.items() if name != "home.json"}), refused
     yield "a home that is none", rebuilt(data, lambda parts: {**parts, "home.json": b'{"form": 1}'}), refused
+    yield "faults that are none", rebuilt(data, lambda parts: {**parts, "faults.json": b'[{"fault": "dance"}]'}), refused
     yield "a clock that is none", rebuilt(data, lambda parts: {**parts, "about.json": b'{"form": 1, "clock": {"shown": "x\\n", "up": 0, "rate": 1}}'}), refused
 
 

@@ -119,6 +119,7 @@ def difference(before, after, secrets=False):
         },
         "clock": (after.about["clock"]["shown"] - before.about["clock"]["shown"]) / 1e9,
         "home": home_difference(before.home, after.home),
+        "faults": [[found["fault"] for found in moment.faults or []] for moment in (before, after)],
     }  # fmt: skip
 
 

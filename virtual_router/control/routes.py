@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """All that the control port answers. Whoever adds a module adds it here."""
 
-from . import about, contract, device, noted, pages, phones, snapshots
+from . import about, contract, device, expect, noted, pages, phones, snapshots
 
 MODULES = (
     pages,
@@ -10,6 +10,7 @@ MODULES = (
     device,
     noted,
     phones,
+    expect,
     snapshots,
 )
 ROUTES = tuple(found for module in MODULES for found in module.ROUTES)

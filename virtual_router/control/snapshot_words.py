@@ -50,6 +50,8 @@ def diff(control, name, other=None, secrets=False):
         lines += [f"{who}session: {changes['session']}"] if changes["session"] != "same" else []
         lines += [f"{who}{what}: changed" for what in ("network", "rules") if changes[what]]
     lines += [*lines_of("device", found["home"].get("devices", {})), *lines_of("home", found["home"].get("state", {}))]
+    before, after = found["faults"]
+    lines += [f"fault {line}: cleared" for line in before if line not in after] + [f"fault {line}: armed" for line in after if line not in before]
     print("\n".join([*lines, f"clock: {found['clock']:+.0f} s"]))
 
 

@@ -10,6 +10,7 @@ import signal
 import stat
 import time
 
+import faults
 import premises
 from router import ENVIRONMENT
 from state import SNAPSHOTS
@@ -100,7 +101,7 @@ async def take(keeper):
         "taken": time.time(), "mode": keeper.premises.mode.name, "home": keeper.options.home.stem if home else None,
         "clock": {"shown": shown, "up": up, "rate": rate},
     }  # fmt: skip
-    return moments.Moment(about, routers, home)
+    return moments.Moment(about, routers, home, keeper.faults.state())
 
 
 async def home_order(keeper, *words):
@@ -136,6 +137,10 @@ async def bring_back(keeper, moment):
             await restore_router(keeper, keeper.routers[name], content, line if name == keeper.main.guest else "")
         if moment.home is not None:
             await home_order(keeper, "restore-state", json.dumps(moment.home))
+        try:
+            keeper.faults.restore(moment.faults or [])
+        except faults.Refused as error:
+            raise route.Refused(400, "snapshot", str(error)) from None
     return (time.monotonic() - begun) * 1000
 
 
@@ -233,6 +238,7 @@ ROUTER_CHANGES = route.an_object({
 CHANGES = route.an_object({
     "routers": {"type": "object", "additionalProperties": ROUTER_CHANGES}, "clock": {**route.NUMBER, "description": "seconds between them by the router's clock"},
     "home": {"type": "object", "properties": {"devices": TWO, "state": TWO}},
+    "faults": route.a_list(route.a_list(route.TEXT), description="those that were armed then, and now"),
 })  # fmt: skip
 NONE = {404: "there is no such snapshot"}
 OTHER = {404: "there is no such snapshot", 409: "the router is starting or away, or the snapshot is of another house"}

@@ -7,6 +7,7 @@ import sys
 sys.dont_write_bytecode = True
 
 import client  # noqa: E402
+import expect_words  # noqa: E402
 import snapshot_words  # noqa: E402
 
 
@@ -52,19 +53,28 @@ def snapshot(control, *words):
     snapshot_words.act(control, words, WrongCall)
 
 
+def expect(control, *words):
+    return expect_words.act(control, words, WrongCall)
+
+
 # verb: function, and how it is called
 VERBS = {
     "url": (url, "url"),
     "api": (api, "api [METHOD] PATH [JSON]"),
     "reboot": (reboot, "reboot [--wait]"),
     "snapshot": (snapshot, "snapshot [VERB [WORD...]]"),
+    "expect": (expect, "expect [OPTION...]"),
 }
 USAGES = {verb: f"usage: script/router {usage}" for verb, (_, usage) in VERBS.items()}
 
 
 def main(folder, verb, *words):
-    function, _ = VERBS[verb]
     try:
+        if verb == "scenario":  # which may start its own router
+            import scenario
+
+            return scenario.main(folder, words, WrongCall)
+        function, _ = VERBS[verb]
         return function(client.Control(folder), *words) or 0
     except WrongCall as error:
         print(f"script/router: {error}", file=sys.stderr)

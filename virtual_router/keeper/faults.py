@@ -177,6 +177,30 @@ class Faults:
     def list(self):
         return [{"number": found.number, "fault": found.line, "left": found.left, "struck": found.struck} for found in self.armed.values()]
 
+    def state(self):
+        """All that is to be known to go on later as if nothing had been between, for JSON."""
+        return [{**line, "chance": found.chance.getstate()} for line, found in zip(self.list(), self.armed.values())]
+
+    def restore(self, state):
+        """Raises Refused where that is no state; then what was armed is so still."""
+        made = {}
+        try:
+            for found in state[:MOST_FAULTS]:
+                fault = Armed(self.last + 1 + len(made), found["fault"])
+                fault.left, fault.struck = found["left"], found["struck"]
+                version, numbers, gauss = found["chance"]
+                fault.chance.setstate((version, tuple(numbers), gauss))
+                if not isinstance(fault.struck, int) or not isinstance(fault.left, int | None):
+                    raise TypeError("counts are numbers")
+                made[fault.number] = fault
+        except (KeyError, TypeError, ValueError, OverflowError) as error:
+            raise Refused(f"these are no faults: {error!r}") from None
+        before, self.armed = self.armed, made
+        self.last += len(made)
+        if before or made:
+            self.tell("restored")
+            self.changed()
+
     def refuses(self, phone):
         """Whether nobody is to answer at this phone's port."""
         return any(found.call == CONNECT and found.how and found.is_everybodys and found.is_of(phone) for found in self.armed.values())

@@ -10,6 +10,7 @@ SCHEMA = {
     "properties": {
         "router": {"enum": ["starting", "up", "off", "booting"], "description": "starting: for the first time; off, booting: in a reboot"},
         "clock": {"type": ["number", "null"], "description": "seconds since 1970 in UTC that the router's clock shows"},
+        "journal": {"type": ["integer", "null"], "description": "the number of the last request; null: requests are not noted"},
         "state": {"type": "string"},
         "mode": {"enum": ["namespaces", "proot", None]},
         "user": {"type": "string"},
@@ -44,6 +45,7 @@ async def of(keeper):
     return {
         "router": condition(keeper),
         "clock": (await keeper.clock())[0] / 1e9 if up else None,
+        "journal": keeper.journal.last if keeper.journal else None,
         "state": str(keeper.state.path),
         "mode": keeper.premises.mode.name if keeper.premises else None,
         "user": pwd.getpwuid(os.geteuid()).pw_name,
