@@ -110,7 +110,7 @@ extern "C" int kill(pid_t process, int signal) noexcept {
 
 // Plays a process that a stranger has taken over, if the runner wants one: it tries what would lead out of it. The file
 // holds then how much of it was allowed.
-void try_to_get_out() {
+static void try_to_get_out() {
     const int file = open("/.runner/escape", O_WRONLY | O_CLOEXEC);
     if (file < 0) {
         return;
