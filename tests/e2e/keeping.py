@@ -352,7 +352,14 @@ def ignored_signals(results, router):
 def anywhere(results, router):
     """--state stands before or behind a verb."""
     tool = [*router.way.prefix, str(routers.PROJECT / "script/router")]
-    for words in (["--state", router.state, "status"], ["status", "--state", router.state], ["status", f"--state={router.state}"], ["clock", "--state", router.state]):
+    lines = [
+        "--state DIR status", "status --state DIR", "status --state=DIR", "clock --state DIR", "clock rate --state DIR 1", "flash --state DIR get MIB_DUT_NAME",
+        "flash get --state=DIR MIB_DUT_NAME", "flash get MIB_DUT_NAME --state DIR", "run --state DIR true", "--state DIR run true", "home help --state DIR",
+        "sh --state DIR", "url --state DIR", "journal --state DIR", "faults --state DIR", "snapshot --state DIR list", "api GET --state DIR /api/clock",
+    ]  # fmt: skip
+    if not router.way.by_proot:
+        lines += ["phone --state DIR true", "phone 1 --state DIR true", "phone --state DIR 2 true"]
+    for words in [[str(router.state) if word == "DIR" else word.replace("=DIR", f"={router.state}") for word in line.split()] for line in lines]:
         run = subprocess.run([*tool, *map(str, words)], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=routers.PATIENCE_SECONDS)
         results.check(f"script/router {' '.join(str(word).replace(str(router.state), 'DIR') for word in words)}", run.returncode == 0, run.stdout + run.stderr)
 
