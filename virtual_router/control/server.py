@@ -276,6 +276,8 @@ class Handler(tornado.web.RequestHandler):
                 await self.flush()
         except (StopAsyncIteration, tornado.iostream.StreamClosedError):
             pass
+        except asyncio.CancelledError:
+            self._finished = True  # the router ends, and nobody waits for more
         finally:
             if coming:
                 coming.cancel()

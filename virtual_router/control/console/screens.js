@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The screens behind the first two.
 
-export const screens = [];
+import * as journal from "./journal.js";
+
+export const screens = [journal.screen];

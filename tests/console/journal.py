@@ -1,0 +1,100 @@
+# SPDX-License-Identifier: MIT
+"""The screen of the journal: what an app sent, found and opened; and as many requests as are kept."""
+
+import json
+
+import looks
+from hands import click, fill, go, send_key, wait_text
+
+ROWS = "document.querySelectorAll('.lines-room .line').length"
+MOST = 10000
+MOST_ELEMENTS = 120  # rows in the page at a time
+MOST_MILLISECONDS = 1500  # on a busy machine; a quiet one takes a tenth
+LOGIN = {"action": "login", "info": {"user": "admin", "pwd": "admin"}}
+# As many lines as the journal keeps, made in the page: the router would take minutes for them.
+MAKE = f"""
+(() => {{
+  const ask = window.fetch;
+  const objects = ["wifi", "lan", "lanStatus", "sys", "wanInfo"];
+  const lines = Array.from({{length: {MOST}}}, (_, at) => ({{number: 100001 + at, time: 1.7e15 + at * 1e5, duration: 20000 + at % 977, router: "router", port: at % 3 ? "phone" : "phone 2", address: "192.168.1.100",
+    asks: "POST /app/app.cgi", action: at % 7 ? "get" : "set", objects: [objects[at % 5]], session: "held", http: 200, error: at % 11 ? 0 : -1, verdict: at % 11 ? "ok" : "error -1: no", faults: []}}));
+  window.fetch = (path, words) => path === "/api/journal" ? Promise.resolve(new Response(JSON.stringify({{requests: lines, all: lines.length, gone: 5}}), {{headers: {{"Content-Type": "application/json"}}}})) : ask(path, words);
+  window.unmake = () => {{ window.fetch = ask; }};
+}})()
+"""
+# Milliseconds until the page has painted what an action does.
+PAINTED = "async (act, done) => { const begun = performance.now(); await act(); while (!done()) await new Promise(requestAnimationFrame); await new Promise(requestAnimationFrame); return performance.now() - begun; }"
+
+
+async def act(results, page, keep, router, control):
+    control.ask("DELETE", "/api/journal")
+    session = control.post("/api/phones/1/app/app.cgi", LOGIN).json()["info"]["sessionid"]
+
+    def ask(phone, **body):
+        return control.post(f"/api/phones/{phone}/app/app.cgi", {**body, "sessionid": session})
+
+    await go(page, "journal")
+    results.check("the login is the first line", await wait_text(page, ".lines-room .line", "login"))
+    ask(1, action="get", wifi={}, lan={})
+    results.check("what comes shows by itself", await wait_text(page, ".lines-room .line", "wifi, lan"))
+    ask(2, action="set", app={"port": 70000})
+    results.check("with what became of it", await wait_text(page, ".lines-room .failed .badge.bad", "ERROR: port value is invalied"))
+    ask(1, action="set", wifi={"combine": "1", "ssid": "Loft", "wifiPwd": "a long enough key"})
+    await wait_text(page, ".lines-room .line", "set")
+    await page.wait(f"{ROWS} === 4")
+    await click(page, "Failed only")
+    results.check("failed ones are chosen", await page.wait(f"{ROWS} === 1"))
+    await click(page, "Failed only")
+    await fill(page, "object", "wifi")
+    results.check("those of an object are chosen", await page.wait(f"{ROWS} === 2"))
+    await fill(page, "object", "")
+    await fill(page, "in the request or the reply", "Loft")
+    results.check("those with a text in the request are chosen", await page.wait(f"{ROWS} === 1"))
+    await page.value("document.querySelector('.lines-room .line').focus()")
+    line = await page.value("document.getElementById('terminal').textContent")
+    results.check("a line has its line for a terminal", line.startswith("script/router") and " journal " in line, line)
+    await send_key(page, "Enter")
+    results.check("Enter opens it: the change, old and new", await wait_text(page, ".request .event ins", '"Loft"') and await wait_text(page, ".request .event del", "\""))
+    results.check("the commit, and what the daemon is told, in order", await page.wait("""(texts => {
+        const at = word => texts.findIndex(text => text.startsWith(word));
+        return at("set MIB_WLAN_SSID") >= 0 && at("set MIB_WLAN_SSID") < at("commit") && at("commit") < at("queue MSG_CALL_SYSCONF") && at("queue") < at("exit 0"); })(
+        [...document.querySelectorAll(".request .event .change")].map(e => e.textContent))"""))
+    results.check("a session id is not shown", session not in await page.value("document.querySelector('.request').textContent"))
+    await fill(page, "in the request or the reply", "")
+    await page.wait(f"{ROWS} === 4")
+    await keep("journal")
+    await click(page, "scenario step")
+    results.check("it is copied as a step of a scenario", await wait_text(page, ".copied pre", 'ask = { action = "set", wifi = { combine = "1", ssid = "Loft"'))
+    await looks.told(results, page, "journal")
+    await looks.accessible(results, page, "journal")
+    await many(results, page)
+    await looks.narrow(results, page, "journal")
+    await looks.long_words(results, page, "journal")
+
+
+async def many(results, page):
+    await go(page, "objects/app")
+    await page.wait("document.querySelector('.outcome') !== null")
+    await page.value(MAKE)
+    times = {}
+    times["open"] = await page.value(f"({PAINTED})(() => {{ location.hash = '#/journal'; }}, () => {ROWS} > 10)")
+    count = await page.value("document.querySelector('[role=grid]').getAttribute('aria-rowcount')")
+    results.check("ten thousand requests are listed, and that older ones have gone", count == str(MOST + 1) and await wait_text(page, ".head p", "5 older ones have gone"), count)
+    times["choose"] = await page.value(f"""({PAINTED})(() => {{ [...document.querySelectorAll("button")].find(e => e.textContent === "Failed only").click(); }},
+        () => document.querySelector("[role=grid]").getAttribute("aria-rowcount") !== "{MOST + 1}")""")
+    await click(page, "Failed only")
+    times["scroll"] = await page.value(f"""({PAINTED})(() => {{ document.querySelector(".lines-box").scrollTop = 1e9; }},
+        () => [...document.querySelectorAll(".lines-room .line")].some(e => e.textContent.startsWith("100001")))""")
+    rows = await page.value(ROWS)
+    results.check("of which only those in sight are elements", 10 < rows < MOST_ELEMENTS, rows)
+    await page.value("document.querySelector('.lines-room .line').focus()")
+    await send_key(page, "Home")
+    results.check("Home leads to the last one", await page.wait("document.activeElement.textContent.startsWith('110000')"))
+    await send_key(page, "End")
+    results.check("End to the first", await page.wait("document.activeElement.textContent.startsWith('100001')"))
+    results.check("and none of it takes long", max(times.values()) < MOST_MILLISECONDS, times)
+    print("        milliseconds with 10,000 requests: " + json.dumps({name: round(time) for name, time in times.items()}))
+    await page.value("unmake()")
+    await go(page, "objects/app")
+    await go(page, "journal")
+    await page.wait(f"{ROWS} > 0")
