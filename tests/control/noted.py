@@ -38,6 +38,9 @@ def journal(results, router, control):
     one = control.get(f"/api/journal/{lines[1]['number']}")
     results.check("one request is whole, without its password", one.json()["events"] and "guess-it" not in one.body.decode() and one.json()["error"] == 7, one)
     results.check("which is shown to who asks for it", "guess-it" in control.get(f"/api/journal/{lines[1]['number']}?secrets=true").json()["request"]["body"])
+    copied = control.get(f"/api/journal/{lines[1]['number']}/as/curl")
+    results.check("it is copied", copied.json()["text"].startswith("curl -sS -d") and "guess-it" not in copied.body.decode(), copied)
+    results.check("in no other form", control.get(f"/api/journal/{lines[1]['number']}/as/poem").status == 409)
     for path in ("/api/journal/999999", "/api/journal/x", "/api/journal/" + "9" * 100):
         results.check(f"there is no {path[:30]}", control.get(path).status == 404, control.get(path))
     head, told = events(control, "/api/journal/follow?action=scan", 2, lambda: [router.ask(body) for body in ('{"action":"scan"}', '{"action":"get"}', '{"action":"scan"}')])

@@ -7,6 +7,7 @@ import socket
 import subprocess
 import time
 
+import copied
 import router as routers
 from requests_told import Reader, deeds
 from story import LOGIN, SESSION, STARTED_ANEW
@@ -45,6 +46,7 @@ def meet(results, way, build):
         if not results.check("a router starts", router.start() is not None, router.output()):
             return
         meeting = Meeting(results, router)
+        copied.copy(meeting, build)
         of_replies(meeting)
         of_the_store(meeting)
         of_the_system(meeting)

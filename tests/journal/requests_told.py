@@ -67,7 +67,7 @@ def one_request(results, router, reader):
 
     router.ask(json.dumps({"action": "set", "timeZone": {"timeZoneIndex": "7_2"}, "app": {"port": 77}, "sessionid": session}))
     found = reader.last()
-    told = deeds(found, "debug", "input", "reply", "read")
+    told = deeds(found, "debug", "input", "reply", "read", "holds")
     results.check(
         "a set: reads, writes with what was there before, commit, record, end",
         told == [

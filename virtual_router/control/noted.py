@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The journal and the faults: what requests were and did, and what they are made to meet. The same as script/router's words."""
 
+import copies
 import faults as armed
 import journal as journals
 from exchange import SESSIONS
@@ -68,12 +69,24 @@ async def show_journal(call):
     return {"requests": found, "all": len(journal.exchanges), "gone": journal.gone}
 
 
-async def show_request(call):
+def request_of(call):
     number = call.path["number"]
     found = journal_of(call).exchanges.get(int(number)) if number.isdigit() and len(number) < 16 else None
     if found is None:
         raise route.Refused(404, "request", f"the journal has no request {number}")
-    return found.read().whole(call.query.get("secrets", False))
+    return found
+
+
+async def show_request(call):
+    return request_of(call).read().whole(call.query.get("secrets", False))
+
+
+async def copy_request(call):
+    found = request_of(call)
+    try:
+        return {"text": copies.make(found, call.path["form"], call.query.get("secrets", False))}
+    except copies.NoCopy as error:
+        raise route.Refused(409, "copy", str(error)) from None
 
 
 async def follow_journal(call):
@@ -132,6 +145,10 @@ ROUTES = (
     ),
     route.Route(
         "GET", "/api/journal/{number}", show_request, "all of one request; what is secret is \"***\" without \"secrets\"", route.an_object(WHOLE),
+        query={"secrets": route.TRUTH}, refusals={404: "there is no such request, or no more", **NONE_KEPT},
+    ),
+    route.Route(
+        "GET", "/api/journal/{number}/as/{form}", copy_request, f"one request as something to go on with: {', '.join(copies.FORMS)}", route.an_object({"text": route.TEXT}),
         query={"secrets": route.TRUTH}, refusals={404: "there is no such request, or no more", **NONE_KEPT},
     ),
     route.Route("DELETE", "/api/journal", clear_journal, "forget all requests; numbers go on", CLEARED, refusals=NONE_KEPT),

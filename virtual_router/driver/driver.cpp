@@ -214,6 +214,9 @@ int told_open(const void *caller, const char *path, int flags, int result) {
     if (tap::hears(caller)) {
         result = (flags & O_ACCMODE) == O_RDONLY ? tap::with_content(path, result) : result;
         tap::tell_file((flags & O_ACCMODE) == O_RDONLY ? Event::kRead : Event::kWrite, path, result);
+        if ((flags & O_ACCMODE) == O_RDONLY) {
+            tap::tell_content(result);
+        }
     }
     return result;
 }
@@ -228,6 +231,9 @@ FILE *told_stream(const void *caller, const char *path, const char *mode, FILE *
     const bool reads = mode[0] == 'r' && strchr(mode, '+') == nullptr;
     stream = reads ? tap::with_content(path, stream) : stream;
     tap::tell_file(reads ? Event::kRead : Event::kWrite, path, stream != nullptr ? 0 : -1);
+    if (reads) {
+        tap::tell_content(stream);
+    }
     return stream;
 }
 

@@ -5,6 +5,7 @@ may ask otherwise, so all is checked here."""
 import asyncio
 import contextlib
 
+import copies
 import journal as journals
 
 
@@ -35,6 +36,14 @@ async def journal(journal, question, line):
             except (KeyError, TypeError):
                 raise Refused(f"the journal has no request {question.get('number')}") from None
             await line.send(exchange.read().whole(bool(question.get("secrets"))))
+        case "copy":
+            try:
+                text = copies.make(journal.find(question["number"]), str(question.get("as")), bool(question.get("secrets")))
+            except (KeyError, TypeError):
+                raise Refused(f"the journal has no request {question.get('number')}") from None
+            except copies.NoCopy as error:
+                raise Refused(str(error)) from None
+            await line.send({"text": text})
         case "follow":
             await follow(journal, wanted(question), line)
         case "clear":

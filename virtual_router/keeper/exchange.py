@@ -28,10 +28,7 @@ SESSIONS = {
     "controller": "a mesh agent lets its controller in",
 }
 _NEED_LOGIN = 6
-_PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins")
-
-
-_SURROGATE = re.compile("[\ud800-\udfff]")
+_PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins", "holds")
 
 
 class Bytes:
@@ -54,6 +51,7 @@ class Exchange:
         self.number = number
         self.router = router  # the guest's name
         self.port = port  # the port's name, such as "phone 1"; None: by no port
+        self.port_number = None
         self.began = began  # microseconds since 1970
         self.ended = None
         self.head = b""
@@ -270,12 +268,12 @@ class Reading:
             "port": exchange.port,
             "address": self.address,
             "asks": self.method_and_path,
-            "action": self.action and clean(self.action),
-            "objects": [clean(name) for name in self.objects[:MOST_OBJECTS]],
+            "action": self.action and speech.clean(self.action),
+            "objects": [speech.clean(name) for name in self.objects[:MOST_OBJECTS]],
             "session": self.session,
             "http": self.http_status,
             "error": self.result[0],
-            "verdict": clean(Hiding().hide(self.verdict)),
+            "verdict": speech.clean(Hiding().hide(self.verdict)),
             "faults": exchange.faults,
         }
 
@@ -313,8 +311,8 @@ class Reading:
             fields = [hiding.hide_all(field) for field in fields]
         elif not secrets and event.word in ("input", "reply"):
             fields = [hiding.hide(field) for field in fields]
-        fields = [clean(field) for field in fields]
-        marks = {name: value and clean(value) for name, value in marks.items()}
+        fields = [speech.clean(field) for field in fields]
+        marks = {name: value and speech.clean(value) for name, value in marks.items()}
         shown = speech.vocabulary.Event(event.word, fields, marks)
         return {
             "at": time - self.exchange.began,
@@ -324,11 +322,6 @@ class Reading:
             "secret": secret,
             "text": printable(str(shown).encode("utf-8", "surrogateescape")),
         }
-
-
-def clean(text):
-    """A text that is UTF-8 wherever it goes: a byte that was none is \\xNN, half a character \\uNNNN."""
-    return _SURROGATE.sub(lambda match: f"\\x{ord(match[0]) - 0xDC00:02x}" if "\udc80" <= match[0] <= "\udcff" else f"\\u{ord(match[0]):04x}", text)
 
 
 def key_without_case(found, key):

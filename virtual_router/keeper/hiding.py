@@ -13,7 +13,7 @@ KEYS = {word.lower() for kind, word, _ in vocabulary.read_rows("secrets.conf") i
 SHORTEST = 4  # a shorter text is hidden in its own place only: it may be a part of anything
 
 _TEXT = r'"(?:[^"\\]|\\.)*"'
-_MEMBER = re.compile(rf'("({"|".join(KEYS)})"\s*:\s*)({_TEXT}|[^\s,}}\]]+)', re.IGNORECASE)
+MEMBER = re.compile(rf'("({"|".join(KEYS)})"\s*:\s*)({_TEXT}|[^\s,}}\]]+)', re.IGNORECASE)
 # In lines that programs log, and in the session file's text.
 _LOGGED = re.compile(r"\b((?:pwd|sessionid|id)=)([^\s,&\"]+)", re.IGNORECASE)
 _SESSION = re.compile(r"\bUs[0-9a-f]{32}\b")
@@ -31,7 +31,7 @@ class Hiding:
 
     def learn_from(self, text):
         """From JSON: the values of keys that are secret."""
-        for match in _MEMBER.finditer(text):
+        for match in MEMBER.finditer(text):
             value = match[3]
             if value.startswith('"'):
                 try:
@@ -42,7 +42,7 @@ class Hiding:
 
     def hide(self, text):
         """In a request or a reply. Other values there stay, though one may be the same text."""
-        text = _MEMBER.sub(lambda match: f'{match[1]}"{HIDDEN}"', text)
+        text = MEMBER.sub(lambda match: f'{match[1]}"{HIDDEN}"', text)
         text = _LOGGED.sub(rf"\1{HIDDEN}", text)
         return _SESSION.sub(HIDDEN, text)
 

@@ -130,7 +130,7 @@ class Port:
             if head is None:
                 return
             exchange = self.journal.begin(self.router, self.name) if self.journal else Unnoted()
-            exchange.head = head
+            exchange.head, exchange.port_number = head, self.number
             try:
                 request = self.gate.admit(head)
             except gates.Refusal as refusal:
@@ -358,6 +358,7 @@ class Unnoted:
     """What a request leaves where there is no journal."""
 
     head = note = ""
+    port_number = None
     faults = ()
 
     class Nothing:

@@ -28,6 +28,8 @@ _FIELDS = {
     "MSG_CALL_SYSCONF": {"sysconfArgv": "sysconfArgv"},
 }
 
+_SURROGATE = re.compile("[\ud800-\udfff]")
+
 
 def item_of(field):
     """The item of an event's ITEM, by number or by name; None: nobody knows it."""
@@ -88,6 +90,11 @@ def _field(field, data, name):
 
 def shown_marks(event, left_out=("time", "request", "secret")):
     return [vocabulary.show_mark(mark) for mark in event.marks.items() if mark[0] not in left_out]
+
+
+def clean(text):
+    """A text that is UTF-8 wherever it goes: a byte that was none is \\xNN, half a character \\uNNNN."""
+    return _SURROGATE.sub(lambda match: f"\\x{ord(match[0]) - 0xDC00:02x}" if "\udc80" <= match[0] <= "\udcff" else f"\\u{ord(match[0]):04x}", text)
 
 
 def is_word(text):

@@ -13,12 +13,15 @@ from console import printable
 JOURNAL_HELP = """\
 Usage: script/router journal [list] [CONDITION...] [--last N] [--json]
        script/router journal N [--secrets] [--json]
+       script/router journal N --as curl|typescript|python|case [--secrets]
        script/router journal follow [CONDITION...] [--json]
        script/router journal clear
 
 The last 10000 requests, and what each did. Without a word it lists the last 20.
 
   N                  all of the request with this number: what was sent and answered, and what app.cgi did, in order
+  --as FORM          print it as something to go on with: a line of curl, a piece of TypeScript or Python, a case for tests/run_cases;
+                     secrets are stand-ins there
   follow             print each as soon as it is over, until Ctrl-C
   clear              forget all of them; numbers go on
 
@@ -76,7 +79,7 @@ def take_options(words, known):
 def journal(words):
     if list(words[:1]) in (["help"], ["--help"]):
         return None, JOURNAL_HELP.rstrip()
-    more = {"--last": ("last", int), "--json": ("json", None), "--secrets": ("secrets", None)}
+    more = {"--last": ("last", int), "--json": ("json", None), "--secrets": ("secrets", None), "--as": ("as", str)}
     rest, options = take_options(words, {**CONDITIONS, **more})
     conditions = {key: options[key] for key, _ in CONDITIONS.values() if key in options}
     last, as_json, secrets = options.get("last"), options.get("json"), options.get("secrets")
@@ -86,9 +89,11 @@ def journal(words):
     if verb.isdigit():
         if conditions or last:
             raise WrongWords("one request is shown whole, without conditions")
+        if "as" in options:
+            return {"do": "copy", "number": int(verb), "as": options["as"], "secrets": bool(secrets)}, lambda answer: [answer["text"].rstrip("\n")]
         return {"do": "whole", "number": int(verb), "secrets": bool(secrets)}, as_lines if as_json else whole_lines
-    if secrets:
-        raise WrongWords("--secrets belongs to the number of one request")
+    if secrets or "as" in options:
+        raise WrongWords("--secrets and --as belong to the number of one request")
     if verb == "clear" and not options:
         return {"do": "clear"}, as_lines
     if verb == "follow" and last is None:

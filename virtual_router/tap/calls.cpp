@@ -95,7 +95,7 @@ ssize_t read_for(const void *caller, int file, void *bytes, size_t size) {
 void tell_printed(const char *text, size_t room, int size) {
     if (size > 0) {
         const auto whole = static_cast<size_t>(size);
-        tap::tell_lines(Event::kError, text, whole < room ? whole : room - 1);
+        tap::tell_error(text, whole < room ? whole : room - 1);
     }
 }
 
@@ -178,7 +178,7 @@ PLAYED ssize_t write(int file, const void *bytes, size_t size) {
                 .begin_text(Event::kReply, static_cast<const char *>(bytes), done);
             tap::flush();
         } else if (file == STDERR_FILENO) {
-            tap::tell_lines(Event::kError, static_cast<const char *>(bytes), done);
+            tap::tell_error(static_cast<const char *>(bytes), done);
         }
     }
     return result;
@@ -194,7 +194,7 @@ PLAYED char *fgets(char *line, int size, FILE *stream) {
 
 PLAYED size_t fwrite(const void *bytes, size_t size, size_t count, FILE *stream) {
     if (tap::hears(CALLER) && stream == stderr) {
-        tap::tell_lines(Event::kError, static_cast<const char *>(bytes), size * count);
+        tap::tell_error(static_cast<const char *>(bytes), size * count);
     }
     return next("fwrite", next_fwrite)(bytes, size, count, stream);
 }

@@ -14,6 +14,7 @@ namespace {
 
 constexpr char kFolder[] = "/tmp";
 constexpr char kNoise[] = "noise";
+constexpr size_t kMostTold = 16 << 10;
 constexpr size_t kMostContent = 1 << 20;
 constexpr unsigned kNoisyOneIn = 16;  // bytes; the first is, whatever its file's size
 
@@ -98,6 +99,18 @@ int with_content(const char *path, int file) {
     }
     syscall(SYS_close, file);
     return instead;
+}
+
+void tell_content(int file) {
+    char text[kMostTold];
+    const ssize_t size = file < 0 ? -1 : syscall(SYS_pread64, file, text, sizeof text, 0);
+    if (size >= 0) {
+        tell_text(Event::kHolds, text, static_cast<size_t>(size));
+    }
+}
+
+void tell_content(FILE *stream) {
+    tell_content(stream != nullptr ? next("fileno", next_fileno)(stream) : -1);
 }
 
 FILE *with_content(const char *path, FILE *stream) {

@@ -398,6 +398,10 @@ void tell_lines(Event event, const char *text, size_t size) {
     }
 }
 
+void tell_error(const char *text, size_t size) {
+    tell_text(Event::kError, text, size > 0 && text[size - 1] == '\n' ? size - 1 : size);
+}
+
 void tell_file(Event event, const char *path, int result) {
     Told(result < 0, result < 0 ? error_name(errno) : nullptr).begin_text(event, path, strlen(path));
 }

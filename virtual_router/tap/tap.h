@@ -48,6 +48,8 @@ void tell_text(Event event, const char *text);
 // Each line of a text that is not empty.
 void tell_lines(Event event, const char *text, size_t size);
 // A call on a file that came to `result`, negative for a failure as errno says.
+// What was printed on standard error at once, without the line feed at its end.
+void tell_error(const char *text, size_t size);
 void tell_file(Event event, const char *path, int result);
 
 // The fault that lets a call on this item fail; nullptr: none does, and a delay has passed. A file is named by its
@@ -66,6 +68,10 @@ void flush();
 // a stream that is none is handed on.
 int with_content(const char *path, int file);
 FILE *with_content(const char *path, FILE *stream);
+
+// What a regular file that the program has opened holds. Where it stands in the file stays.
+void tell_content(int file);
+void tell_content(FILE *stream);
 
 // The stream that the program gets in the place of the console's: what is written to it is told, too.
 FILE *open_console(FILE *console);
