@@ -23,6 +23,7 @@ suites() {
 compile         | cpu  | code | build                | release: all                          |
 objects         | cpu  | page | python               |                                       | tests/structure/check_objects
 pages           | cpu  | page | python               |                                       | tests/structure/check_pages
+security        | cpu  | page | python               |                                       | tests/structure/check_security
 layers          | cpu  | code | python               |                                       | tests/structure/check_layers
 items           | cpu  | code | python               |                                       | tests/structure/check_items
 vocabulary      | cpu  | code | python               |                                       | tests/structure/check_vocabulary
