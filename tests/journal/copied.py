@@ -34,6 +34,21 @@ def run_cases(folder, build):
     return run.stdout.rstrip().rpartition("\n")[2], run.stdout + run.stderr
 
 
+def near(results, router, case):
+    """Which request came nearest to a case, and by what it missed it."""
+    status, text = router.inside("expect", "--case", str(case))
+    results.check("the journal tells what a case wanted and what came", status == 1 and "effect: set MIB_APP_PORT 78 has not come" in text and "the nearest is " in text, text)
+    case.write_text(case.read_text().replace("MIB_APP_PORT 78", "MIB_APP_PORT 77"))
+    status, text = router.inside("expect", "--case", str(case))
+    results.check("and that all came", status == 0 and "met by request" in text, text)
+    case.write_text(case.read_text().replace('\\"port\\": 77', '\\"port\\": 76'))
+    status, text = router.inside("expect", "--case", str(case))
+    results.check("or that it was asked otherwise", status == 1 and "request: /app/port is 77, not 76" in text, text)
+    for words, why in (((case, "--named", "none"), "has no case none"), (("/nowhere.toml",), "No such file"), ((__file__,), "")):
+        status, text = router.inside("expect", "--case", *map(str, words))
+        results.check(f"--case {' '.join(map(str, words))[-40:]} is refused", status == 2 and why in text, text)
+
+
 def copy(meeting, build):
     router, results, reader = meeting.router, meeting.results, meeting.reader
     router.inside("journal", "clear")
@@ -57,6 +72,7 @@ def copy(meeting, build):
         last, said = run_cases(folder, build)
         results.check("and one that asks for what did not come fails", last == f"{len(REQUESTS) + 1} passed, 1 failed" and "+set MIB_APP_PORT 77" in said, said)
 
+        near(results, router, files[3])
     meeting.ask(action="set", dutInfo={"name": "My Router"})
 
     again = {form: router.inside("journal", str(numbers[1]), "--as", form)[1] for form in ("curl", "python", "typescript")}

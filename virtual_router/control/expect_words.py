@@ -3,6 +3,8 @@
 
 import json
 
+import case_expectation
+
 USAGE = """\
 Usage: script/router expect [OPTION...]
 
@@ -19,7 +21,10 @@ lacked.
   --error N       its reply's error is this number
   --effect LINE   it does this, as "set MIB_DUT_NAME" or "commit"; may be given several times, in their order
   --never LINE    it does not do this; may be given several times
-  --absent        no such request comes"""
+  --absent        no such request comes
+  --case FILE     it is asked and answered as the first case of this file has it, or as the one of --named; among those in the
+                  journal, so that the nearest is told
+  --named NAME    the case with this name"""
 NUMBERS = {"seconds": float, "since": int, "phone": int, "error": int}
 TEXTS = ("action", "object")
 TREES = ("request", "reply")
@@ -29,11 +34,15 @@ LISTS = {"effect": "effects", "never": "never"}
 def wanted_by(words, wrong_call):
     found = {}
     words = list(words)
+    of_case = {}
     while words:
         name, equals, value = words.pop(0).partition("=")
         key = name.removeprefix("--")
         if name == "--absent":
             found["absent"] = True
+            continue
+        if key in ("case", "named") and name.startswith("--") and (equals or words):
+            of_case[key] = value if equals else words.pop(0)
             continue
         if not name.startswith("--") or key not in (*NUMBERS, *TEXTS, *TREES, *LISTS) or not (equals or words):
             raise wrong_call(f"script/router expect does not know '{name}', or it lacks a value (script/router expect help)")
@@ -45,6 +54,11 @@ def wanted_by(words, wrong_call):
                 found[key] = NUMBERS[key](value) if key in NUMBERS else json.loads(value) if key in TREES else value
         except ValueError as error:
             raise wrong_call(f"{name}: {error}") from None
+    if "case" in of_case:
+        try:
+            return {**case_expectation.expectation(of_case["case"], of_case.get("named")), **found}
+        except case_expectation.NoCase as error:
+            raise wrong_call(str(error)) from None
     return found
 
 
