@@ -52,6 +52,7 @@ unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests     
 cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
 cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4
 torture         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/torture/run
+mutation        | cpu  | -    | build cases          | release: app.cgi unit_tests tests/runner/all | tests/mutation/run --self-test
 fuzz-corpora    | cpu  | -    | build fuzz           |                                       | script/fuzz --replay
 runner          | cpu  | -    | build cases          | release: tests/runner/all             | tests/runner/selftest/run --tools build/release/tests/runner
 clang           | cpu  | -    | build lint           | clang: app.cgi virtual_router/all     |

@@ -532,6 +532,9 @@ std::string make_fault() {
     if (one_in(2)) {
         fault += "count=1 ";
     }
+    if (one_in(3)) {
+        fault += any_of({"failed=ENOMEM ", "failed=ENOSPC ", "failed=EINTR count=1 ", "failed=EACCES "});
+    }
     const char *call = any_of({"get",   "set",    "entry",  "add",    "delete", "delete-all", "commit",
                                "save",  "init",   "msgget", "msgsnd", "malloc", "open",       "read",
                                "write", "rename", "socket", "ioctl",  "popen",  "system",     "sysinfo"});
