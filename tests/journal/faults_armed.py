@@ -60,6 +60,14 @@ def arm(results):
             last = str(error)
     results.check("faults are bounded", len(found.armed) == faults.MOST_FAULTS and "no more than" in last, last)
 
+    found = faults.Faults(lambda _: None, lambda: None, tapped=False)
+    found.add("failed=none reply")
+    try:
+        last = found.add("commit")
+    except faults.Refused as error:
+        last = str(error)
+    results.check("where app.scgi serves requests, only the port and the router have faults", "meets no commit" in str(last), last)
+
     async def spoil(how, pieces):
         found = faults.Faults(lambda _: None, lambda: None)
         found.add(f"failed={how} reply")

@@ -129,9 +129,10 @@ NOTHING = Chosen([], {})
 
 
 class Faults:
-    """`changed` is called with each change."""
+    """`changed` is called with each change. `tapped`: app.cgi serves the requests, and its tap lets its calls fail."""
 
-    def __init__(self, say, changed):
+    def __init__(self, say, changed, tapped=True):
+        self.tapped = tapped
         self.say = say
         self.changed = changed
         self.armed = {}  # number -> Armed
@@ -141,6 +142,8 @@ class Faults:
         if len(self.armed) >= MOST_FAULTS:
             raise Refused(f"no more than {MOST_FAULTS} faults are armed at a time")
         found = Armed(self.last + 1, line)
+        if found.call in OF_TAP and not self.tapped:
+            raise Refused(f"app.scgi, which serves requests here, meets no {found.call} that fails (script/server --resident)")
         if found.call == ROUTER and any(other.call == ROUTER for other in self.armed.values()):
             raise Refused("the router is off already")
         self.last += 1

@@ -81,7 +81,7 @@ class Keeper:
         self.journal = None if options.no_journal else journal.Journal()
         self.printer = console.Printer()
         self.say = self.printer.say
-        self.faults = faults.Faults(self.say, self.follow_faults)
+        self.faults = faults.Faults(self.say, self.follow_faults, tapped=not options.resident)
         self.switched_off = None  # while a fault has the router off: what ends that
         self.parts = {}  # number -> Part
         self.last_part = 0
