@@ -74,6 +74,15 @@ def main(folder, verb, *words):
             import scenario
 
             return scenario.main(folder, words, WrongCall)
+        if verb in ("record", "replay", "recording"):  # of which two need no router
+            import record_words
+
+            if words[:1] in (("help",), ("--help",)):
+                print(record_words.USAGE)
+                return 0
+            if verb == "replay":
+                return record_words.replay(client.Control(folder), words, WrongCall)
+            return (record_words.record if verb == "record" else record_words.make_home)(words, WrongCall)
         function, _ = VERBS[verb]
         return function(client.Control(folder), *words) or 0
     except WrongCall as error:

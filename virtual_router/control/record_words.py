@@ -1,0 +1,205 @@
+# SPDX-License-Identifier: MIT
+"""script/router record, replay and recording: a proxy that writes down what an app and any router of this protocol say to each other,
+and what is made of that."""
+
+import http.client
+import http.server
+import json
+import os
+import pathlib
+import re
+import signal
+import sys
+import threading
+import time
+import urllib.parse
+
+sys.path[1:1] = [str(pathlib.Path(__file__).resolve().parents[1] / name) for name in ("keeper", "")]
+
+from control import recording  # noqa: E402
+from facts import Facts  # noqa: E402
+from gate import Gate, Refusal  # noqa: E402
+from speech import ITEMS_BY_NAME  # noqa: E402
+
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+FACTS = Facts(PROJECT / "virtual_router/surroundings.sh")
+USAGE = """\
+Usage: script/router record --to URL [--port N] [--allow-host NAME] FILE
+       script/router replay [--phone N] [--ignore KEY,KEY] FILE
+       script/router recording home FILE
+
+record     passes what an app asks at 127.0.0.1:N (8081) on to the router at URL, such as http://192.168.1.1, and writes it to FILE
+           with names, keys, passwords, serial numbers, sessions, MAC addresses and public addresses masked; until Ctrl-C
+replay     asks the running virtual router the same, with a session of its own, and says which replies differ and where
+recording home  prints a home file for script/server --home, in which the replies are the recorded ones as far as can be; what is not
+           in it is told on standard error"""
+LOGIN = {"user": "admin", "pwd": "admin"}
+MOST_BODY_BYTES = 1 << 20
+REPLY_SECONDS = 60
+OF_CONNECTION = {"connection", "keep-alive", "proxy-connection", "te", "transfer-encoding", "upgrade", "host", "content-length", "accept-encoding", "cookie"}
+
+
+def take_options(words, known, wrong_call):
+    options, rest = {}, []
+    words = list(words)
+    while words:
+        word = words.pop(0)
+        name, equals, value = word.partition("=")
+        if not word.startswith("--"):
+            rest.append(word)
+        elif name[2:] not in known or not (equals or words):
+            raise wrong_call(f"there is no option '{name}', or it lacks a value (script/router record help)")
+        else:
+            options[name[2:]] = value if equals else words.pop(0)
+    return options, rest
+
+
+def known_macs(reply):
+    macs = (FACTS[name].replace(":", "") for name in ("ROUTER_LAN_MAC", "PHONE_MAC"))
+    return recording.known_macs(reply, *macs, FACTS["PHONE_PLACE"])
+
+
+class Tape:
+    def __init__(self, file):
+        self.file = pathlib.Path(file)
+        self.exchanges = []
+        self.begun = time.time()
+        self.lock = threading.Lock()
+        self.write()
+
+    def add(self, **exchange):
+        with self.lock:
+            self.exchanges.append(exchange)
+            self.write()
+
+    def write(self):
+        new = self.file.with_name(self.file.name + ".new")
+        with open(os.open(new, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600), "w") as opened:
+            json.dump(recording.masked(self.exchanges, known_macs), opened, indent=1, ensure_ascii=False)
+        new.replace(self.file)
+
+
+def proxy(to, port, tape, hosts):
+    parts = urllib.parse.urlsplit(to)
+    gate = Gate(port, hosts)
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        protocol_version = "HTTP/1.0"
+        timeout = REPLY_SECONDS
+
+        def pass_on(self):
+            try:
+                gate.check_host([value.encode("latin-1") for value in self.headers.get_all("Host", [])], self.path.encode("latin-1", "replace"))
+                gate.check_origin([value.encode("latin-1") for value in self.headers.get_all("Origin", [])], [])
+            except Refusal as refusal:
+                self.send_error(int(refusal.status[:3]), explain=str(refusal))
+                return
+            length = self.headers.get("Content-Length", "0")
+            if not re.fullmatch("[0-9]{1,7}", length) or int(length) > MOST_BODY_BYTES or "Transfer-Encoding" in self.headers:
+                self.send_error(413)
+                return
+            body = self.rfile.read(int(length))
+            at = time.time()
+            headers = {name: value for name, value in self.headers.items() if name.lower() not in OF_CONNECTION}
+            connection = http.client.HTTPConnection(parts.hostname, parts.port or 80, timeout=REPLY_SECONDS)
+            try:
+                connection.request(self.command, self.path, body, {**headers, "Content-Length": str(len(body))})
+                reply = connection.getresponse()
+                data = reply.read()
+            except (OSError, http.client.HTTPException) as error:
+                self.send_error(502, explain=f"{to} has not answered: {error}")
+                return
+            finally:
+                connection.close()
+            self.send_response_only(reply.status, reply.reason)
+            for name, value in reply.getheaders():
+                if name.lower() not in OF_CONNECTION:
+                    self.send_header(name, value)
+            self.send_header("Content-Length", str(len(data)))
+            self.end_headers()
+            self.wfile.write(data)
+            tape.add(at=round(at - tape.begun, 3), took=round(time.time() - at, 4), path=self.path, request=body, status=reply.status, reply=data)
+
+        do_GET = do_POST = do_OPTIONS = pass_on
+
+        def log_message(self, form, *arguments):
+            pass
+
+    return http.server.ThreadingHTTPServer(("127.0.0.1", port), Handler)
+
+
+def record(words, wrong_call):
+    options, rest = take_options(words, ("to", "port", "allow-host"), wrong_call)
+    to, port = options.get("to", ""), options.get("port", "8081")
+    if len(rest) != 1 or not re.fullmatch(r"http://[^/?#]+/?", to) or not re.fullmatch("[0-9]{1,5}", port):
+        raise wrong_call("script/router record --to http://ADDRESS [--port N] FILE")
+    tape = Tape(rest[0])
+    server = proxy(to, int(port), tape, [options["allow-host"]] if "allow-host" in options else [])
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: threading.Thread(target=server.shutdown).start())
+    print(f"What is asked at http://127.0.0.1:{port} goes on to {to}, and is written to {rest[0]}. Ctrl-C ends it.", flush=True)
+    server.serve_forever(0.1)
+    server.server_close()
+    print(f"{len(tape.exchanges)} requests are written down", flush=True)
+    return 0
+
+
+def read(file, wrong_call):
+    try:
+        return recording.load(pathlib.Path(file).read_text())
+    except (OSError, UnicodeDecodeError, recording.Wrong) as error:
+        raise wrong_call(f"{file}: {error}") from None
+
+
+def replay(control, words, wrong_call):
+    options, rest = take_options(words, ("phone", "ignore"), wrong_call)
+    if len(rest) != 1:
+        raise wrong_call("script/router replay [--phone N] [--ignore KEY,KEY] FILE")
+    exchanges = read(rest[0], wrong_call)
+    ignored = {*recording.VARYING, *filter(None, options.get("ignore", "").split(","))}
+    path = f"/api/phones/{options.get('phone', '1')}/app/app.cgi"
+    sessions, same, differ = {}, 0, 0
+    for number, exchange in enumerate(exchanges, 1):
+        request, recorded = exchange["request"], exchange["reply"]
+        if not isinstance(request, dict):
+            print(f"passed over  {number:>3}  what is no JSON object")
+            continue
+        reply = control.ask("POST", path, own_request(request, recorded, sessions))
+        given = session_of(reply)
+        if given and session_of(recorded):
+            sessions[session_of(recorded)] = given
+        found = recording.differences(recorded, reply, ignored)
+        same, differ = same + (not found), differ + bool(found)
+        what = " ".join([str(request.get("action")), ",".join(key for key in request if key not in ("action", "sessionid", "info"))])
+        print(f"{'differs' if found else 'same   '}  {number:>3}  {what}")
+        for text in found[:20]:
+            print(f"              {text}")
+    print(f"{same} passed, {differ} failed")
+    return int(differ > 0)
+
+
+def session_of(reply):
+    info = reply.get("info") if isinstance(reply, dict) else None
+    return info.get("sessionid") if isinstance(info, dict) else None
+
+
+def own_request(request, recorded, sessions):
+    """With this router's session, and its account where the recorded one was let in."""
+    request = dict(request)
+    if request.get("sessionid") in sessions:
+        request["sessionid"] = sessions[request["sessionid"]]
+    if str(request.get("action")).lower() == "login" and session_of(recorded):
+        request["info"] = LOGIN
+    return request
+
+
+def make_home(words, wrong_call):
+    if len(words) != 2 or words[0] != "home":
+        raise wrong_call("script/router recording home FILE")
+    exchanges = read(words[1], wrong_call)
+    objects = json.loads((PROJECT / "contract/contract.json").read_text())["objects"]
+    found, left_out = recording.home(exchanges, objects, int(FACTS["PHONE_PLACE"]), ITEMS_BY_NAME)
+    print(json.dumps(found, indent=2, ensure_ascii=False))
+    for text in left_out:
+        print(f"not in it: {text}", file=sys.stderr)
+    return 0
