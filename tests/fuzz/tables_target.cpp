@@ -378,7 +378,11 @@ Verdict model_url_filter(const cJSON *filter, Records &table) {
         if (strlen(added) > 30) {
             return refuse("");
         }
-        if (std::find(table.begin(), table.end(), record) != table.end()) {
+        // What another program left behind a keyword's end says nothing.
+        const bool is_there = std::any_of(table.begin(), table.end(), [&](const std::string &other) {
+            return other.back() == list && strcmp(other.substr(0, 31).c_str(), added) == 0;
+        });
+        if (is_there) {
             return kDone;
         }
         if (!add(table, record, 32)) {
