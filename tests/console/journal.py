@@ -2,10 +2,14 @@
 """The screen of the journal: what an app sent, found and opened; and as many requests as are kept."""
 
 import json
+import pathlib
+import subprocess
+import tempfile
 
 import looks
 from hands import click, fill, go, send_key, wait_text
 
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
 ROWS = "document.querySelectorAll('.lines-room .line').length"
 MOST = 10000
 MOST_ELEMENTS = 120  # rows in the page at a time
@@ -65,6 +69,16 @@ async def act(results, page, keep, router, control):
     await keep("journal")
     await click(page, "scenario step")
     results.check("it is copied as a step of a scenario", await wait_text(page, ".copied pre", 'ask = { action = "set", wifi = { combine = "1", ssid = "Loft"'))
+    for form, begins in (("curl", "curl "), ("TypeScript", "JSON.stringify"), ("Python", "urllib")):
+        await click(page, form)
+        results.check(f"it is copied as {form}", await wait_text(page, ".copied pre", "Loft") and await wait_text(page, ".copied pre", begins))
+    await click(page, "case")
+    results.check("it is copied as a case", await wait_text(page, ".copied pre", "[[case]]"))
+    with tempfile.TemporaryDirectory() as folder:
+        pathlib.Path(folder, "copied").mkdir()
+        pathlib.Path(folder, "copied/wifi.toml").write_text(await page.value("document.querySelector('.copied pre').textContent"))
+        run = subprocess.run([PROJECT / "tests/run_cases", "--cases", folder, "-v"], capture_output=True, text=True)
+    results.check("which the case runner runs, and which passes", "1 passed, 0 failed" in run.stdout, run.stdout + run.stderr)
     await looks.told(results, page, "journal")
     await looks.accessible(results, page, "journal")
     await many(results, page)

@@ -17,7 +17,7 @@ const KINDS = {
   set: "change", add: "change", delete: "change", "delete-all": "change", commit: "change", save: "change", write: "change", remove: "change", queue: "tell", run: "run", begins: "run",
   output: "run", error: "bad", fault: "bad", exit: "end", debug: "debug",
 };
-const COPIES = {};
+const COPIES = { curl: "curl", typescript: "TypeScript", python: "Python", case: "case" };
 
 const clock = (microseconds) => {
   const time = new Date(microseconds / 1000);

@@ -30,6 +30,7 @@ function show() {
     return;
   }
   leave?.();
+  command.show("");
   shown = screen;
   element("main").replaceChildren();
   leave = screen.open(element("main"), path) ?? null;
@@ -45,12 +46,23 @@ function listScreens() {
 
 const STATES = { up: "running", starting: "starting", off: "off", booting: "booting", gone: "not there" };
 
+/** A banner on every screen while requests meet faults. */
+function showFaults(faults) {
+  const said = faults.join("; ");
+  const banner = element("banner");
+  if (banner.dataset.said === said) return;
+  banner.dataset.said = said;
+  banner.hidden = faults.length === 0;
+  replace(banner, faults.length > 0 && ["Requests meet faults: ", h("code", {}, said), h("a", { href: "#/faults" }, "Faults")]);
+}
+
 async function watch() {
   let state = "gone";
   try {
     const status = await get("/api/status");
     state = status.router;
     command.setStateFolder(status.state);
+    showFaults(status.faults);
     const phones = Object.values(status.ports).map((port) => /^phone(?: (\d+))?$/.exec(port.of)).filter(Boolean).map((match) => match[1] ?? "1");
     if (phones.join() !== known.phones.join()) {
       known.phones = phones;
