@@ -7,6 +7,7 @@ import looks
 from hands import click, fill, go, send_key, text_of, wait_text
 from router import look_until
 
+HOSTILE = "<img src=x onerror=broken=1><b>"
 PLACE = "(name => { const box = [...document.querySelectorAll('.device')].find(e => e.getAttribute('aria-label').startsWith(name + ',')).querySelector('.disc').getBoundingClientRect(); return [box.x + box.width / 2, box.y + box.height / 2]; })"
 ROOM = "(spot => { const box = document.querySelector(`.room[data-spot='${spot}'] rect`).getBoundingClientRect(); return [box.x + box.width - 30, box.y + box.height - 20]; })"
 
@@ -69,6 +70,11 @@ async def act(results, page, keep, router, control):
     results.check("with its line", line.endswith("home break leases half"), line)
     await click(page, "Mend all")
     results.check("it is mended", await wait_text(page, ".badge.good", "all whole"))
+    control.post("/api/home/add", {"words": [HOSTILE, "wlan1"]})
+    results.check("a name stays a text", await page.wait(f"[...document.querySelectorAll('.device')].some(e => e.getAttribute('aria-label').startsWith({json.dumps(HOSTILE)}))")
+                  and not await page.value("document.querySelectorAll('.house img, .house b').length + (window.broken ?? 0)"))
+    control.post("/api/home/remove", {"words": [HOSTILE]})
+    await page.wait(f"document.querySelectorAll('.device').length === {count}")
     await page.value("document.querySelector('details.card summary').click()")
     results.check("all of it is a table, too", await page.wait(f"document.querySelectorAll('details.card tbody tr').length === {count}"))
     await looks.told(results, page, "house")
