@@ -94,6 +94,13 @@ inline void add_item(cJSON *object, const char *literal_key, cJSON *item) {
     }
 }
 
+// Adds an element to an array; `array` may be nullptr. Takes the element, also when it can't be added.
+inline void add_element(cJSON *array, cJSON *element) {
+    if (!cJSON_AddItemToArray(array, element)) {
+        cJSON_Delete(element);
+    }
+}
+
 // Adds a whole number to a reply, under a key that outlives the tree. cJSON prints the same digits, but by way of the C
 // library's floating point, and back to see whether nothing was lost: some 3,000 instructions a number. Only the digits
 // are kept, so the readers above take the item for no number.

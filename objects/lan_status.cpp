@@ -68,7 +68,7 @@ int app_get_lanStatus_handler(const char *name, cJSON * /*request*/, cJSON *repl
         const uint8_t(&mac)[kMacBytes] = client.mac;
         DebugLog("%s,%s,%02X%02X%02X%02X%02X%02X", client.name, client.ip, mac[0], mac[1], mac[2], mac[3], mac[4],
                  mac[5]);
-        cJSON_AddItemToArray(devices, describe_client(client));
+        add_element(devices, describe_client(client));
     }
     return 0;
 }
@@ -91,7 +91,7 @@ int app_get_meshStatus_handler(const char *name, cJSON * /*request*/, cJSON *rep
     cJSON *stations = cJSON_GetObjectItem(topology.get(), "station_info");
     for (int i = 0; i < count && type_of(stations) == cJSON_Array; ++i) {
         if (strcmp(list.clients[i].conType, kTypeWired) == 0) {
-            cJSON_AddItemToArray(stations, describe_station(list.clients[i]));
+            add_element(stations, describe_station(list.clients[i]));
         }
     }
     add_item(answer, "topology", topology.release());

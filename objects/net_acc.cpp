@@ -190,7 +190,7 @@ int app_get_netAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply) 
         add_item(device, "name", cJSON_CreateString(field_text(entry.name)));
         add_item(device, "mac", cJSON_CreateString(field_text(entry.SchNetAccMac)));
         add_item(device, "week", cJSON_CreateString(print_week_mask(entry.week).text));
-        cJSON_AddItemToArray(list, device);
+        add_element(list, device);
     }
     return 0;
 }

@@ -271,7 +271,7 @@ int app_get_qos_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
         add_number(rule, "ulimit", rows[i].upload_limit);
         add_number(rule, "dlimit", rows[i].download_limit);
         add_number(rule, "index", rows[i].index);
-        cJSON_AddItemToArray(list, rule);
+        add_element(list, rule);
     }
     return 0;
 }

@@ -179,7 +179,7 @@ int app_get_sec_handler(const char *name, cJSON * /*request*/, cJSON *reply) {
         print_mac_digits(entry.mac, mac);
         const WeekText week = print_week_mask(entry.week);
         const char *const device[] = {mac, field_text(entry.comment), field_text(entry.time), week.text};
-        cJSON_AddItemToArray(list, cJSON_CreateStringArray(device, 4));
+        add_element(list, cJSON_CreateStringArray(device, 4));
     }
     return 0;
 }

@@ -48,7 +48,7 @@ int app_get_wifiAcc_handler(const char *name, cJSON * /*request*/, cJSON *reply)
         char mac[kMacColonSize];
         print_mac_text(entry.mac, mac);
         const char *const device[] = {mac, entry.comment};
-        cJSON_AddItemToArray(list, cJSON_CreateStringArray(device, 2));
+        add_element(list, cJSON_CreateStringArray(device, 2));
     }
     return 0;
 }
