@@ -45,6 +45,29 @@ export function notice(text, bad = false) {
   setTimeout(() => line.remove(), bad ? 9000 : 4500);
 }
 
+/**
+ * Looks at once, and again every so often while somebody sees the page, until the function that comes back is called. `refused` hears of
+ * refusals.
+ */
+export function regularly(milliseconds, look, refused) {
+  let over = false;
+  let timer = 0;
+  const again = async () => {
+    try {
+      if (!document.hidden) await look();
+    } catch (error) {
+      if (!error.refused) throw error;
+      if (!over) refused(error);
+    }
+    if (!over) timer = setTimeout(again, milliseconds);
+  };
+  again();
+  return () => {
+    over = true;
+    clearTimeout(timer);
+  };
+}
+
 /** Takes the place of what is in it, and leaves the focus where it was, if what had it is there again under the same "data-key". */
 export function replace(parent, ...children) {
   const key = parent.contains(document.activeElement) ? document.activeElement.closest("[data-key]")?.getAttribute("data-key") : null;

@@ -2,7 +2,7 @@
 // The screen of the faults: which requests meet what. A fault is a line; the buttons put lines together that are often wanted.
 
 import * as command from "./command.js";
-import { button, h, replace } from "./dom.js";
+import { button, h, regularly, replace } from "./dom.js";
 import { ask, get, post } from "./port.js";
 
 const LOOK_MILLISECONDS = 2000;
@@ -20,8 +20,6 @@ const WANTED = [
 const armLine = (fault) => command.line("faults", "add", fault);
 
 function open(main) {
-  let over = false;
-  let timer = 0;
   let objects = [];
   const armed = h("section", { class: "card", "aria-label": "Armed faults" });
   const field = (label, control) => h("label", { class: "field" }, label, control);
@@ -53,8 +51,10 @@ function open(main) {
   }
 
   async function look() {
-    const { faults } = await get("/api/faults");
-    if (!over) show(faults);
+    show((await get("/api/faults")).faults);
+    if (objects.length > 0) return;
+    objects = (await get("/api/contract")).order;
+    object.append(...objects.map((value) => h("option", { value }, value)));
   }
 
   replace(main, h("div", { class: "stack" },
@@ -66,23 +66,7 @@ function open(main) {
     h("section", { class: "card", "aria-label": "In your own words" }, h("h2", {}, "In your own words"),
       h("div", { class: "row grow" }, field("Fault, as docs/faults.md tells them", own), button("Arm it", () => armLine(whole(own.value)), () => arm(own.value), { class: "primary" })))));
 
-  async function again() {
-    try {
-      if (!document.hidden) await look();
-      if (objects.length === 0) {
-        objects = (await get("/api/contract")).order;
-        object.append(...objects.map((value) => h("option", { value }, value)));
-      }
-    } catch (error) {
-      replace(armed, h("p", { class: "fault" }, error.message));
-    }
-    if (!over) timer = setTimeout(again, LOOK_MILLISECONDS);
-  }
-  again();
-  return () => {
-    over = true;
-    clearTimeout(timer);
-  };
+  return regularly(LOOK_MILLISECONDS, look, (error) => replace(armed, h("p", { class: "fault" }, error.message)));
 }
 
 export const screen = { name: "faults", title: "Faults", open };

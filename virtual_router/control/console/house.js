@@ -3,7 +3,7 @@
 // two seconds while somebody sees it.
 
 import * as command from "./command.js";
-import { button, h, notice, replace } from "./dom.js";
+import { button, h, notice, regularly, replace } from "./dom.js";
 import { Picture } from "./picture.js";
 import { Refused, askRouter, get, post, session } from "./port.js";
 
@@ -128,7 +128,6 @@ function asTable(home) {
 function open(main) {
   let chosen = null;
   let home = null;
-  let timer = 0;
   let over = false;
   let turn = 0;
   const bar = h("div", { class: "row switches", role: "group", "aria-label": "Switches" });
@@ -200,14 +199,10 @@ function open(main) {
       h("div", { class: "stack" }, panel, h("section", { class: "card", "aria-label": "What happened" }, h("div", { class: "card-head row" }, h("h2", {}, "What happened"), steps), events))),
     learnt, tableBox);
 
-  async function again() {
-    if (!document.hidden) await look();
-    if (!over) timer = setTimeout(again, LOOK_MILLISECONDS);
-  }
-  again();
+  const stop = regularly(LOOK_MILLISECONDS, look);
   return () => {
     over = true;
-    clearTimeout(timer);
+    stop();
   };
 }
 

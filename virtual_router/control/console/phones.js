@@ -2,7 +2,7 @@
 // The screen of the phones: who asks from where, who holds the one session that there is, and which requests are under way.
 
 import * as command from "./command.js";
-import { button, h, replace } from "./dom.js";
+import { button, h, regularly, replace } from "./dom.js";
 import { get, logIn, post, session } from "./port.js";
 
 const LOOK_MILLISECONDS = 2000;
@@ -17,8 +17,6 @@ async function holder(requests) {
 }
 
 function open(main) {
-  let over = false;
-  let timer = 0;
   const place = h("div", { class: "phone-cards" });
   const flight = h("section", { class: "card", "aria-label": "Requests under way" });
   const state = h("p", {}, "…");
@@ -26,7 +24,6 @@ function open(main) {
   async function look() {
     const [status, journal] = await Promise.all([get("/api/status"), get("/api/journal?last=500")]);
     const held = await holder(journal.requests).catch(() => ({ id: null, by: null }));
-    if (over) return;
     state.textContent = !held.id ? "Nobody holds the session." : held.id === session.id ? "The console holds the session." : held.by ? `${held.by === "phone" ? "Phone 1" : held.by} holds the session.` : "Somebody holds the session whose login is no longer in the journal.";
     const ports = Object.entries(status.ports).map(([port, about]) => ({ port, number: numberOf(about.of), ...about }));
     replace(place, ports.filter(({ number }) => number).map(({ port, of, number, open: answers }) => {
@@ -47,20 +44,9 @@ function open(main) {
   }
 
   replace(main, h("div", { class: "stack" }, h("div", { class: "head" }, h("div", {}, h("h1", {}, "Phones"), state)), place, flight, h("p", { class: "hint" }, "The router has one session: who logs in takes it from whoever had it. script/server --phones N starts with more phones.")));
-  async function again() {
-    try {
-      if (!document.hidden) await look();
-    } catch (error) {
-      if (!error.refused) throw error;
-      state.textContent = error.message;
-    }
-    if (!over) timer = setTimeout(again, LOOK_MILLISECONDS);
-  }
-  again();
-  return () => {
-    over = true;
-    clearTimeout(timer);
-  };
+  return regularly(LOOK_MILLISECONDS, look, (error) => {
+    state.textContent = error.message;
+  });
 }
 
 export const screen = { name: "phones", title: "Phones", open };

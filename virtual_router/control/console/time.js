@@ -2,7 +2,7 @@
 // The screen of the time: the router's clock, how fast it goes, and a new start.
 
 import * as command from "./command.js";
-import { button, h, notice, replace } from "./dom.js";
+import { button, h, notice, regularly, replace } from "./dom.js";
 import { get, post } from "./port.js";
 
 const LOOK_MILLISECONDS = 1000;
@@ -13,8 +13,6 @@ const DAYS = ["", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Satur
 const act = (verb, ...words) => post(`/api/clock/${verb}`, { words });
 
 function open(main) {
-  let over = false;
-  let timer = 0;
   const face = h("p", { class: "clock-face" }, "…");
   const day = h("p", { class: "hint" });
   const rates = h("div", { class: "row", role: "group", "aria-label": "How fast it goes" });
@@ -44,21 +42,10 @@ function open(main) {
             notice("The router is back.");
           }, { class: "danger" })))))));
 
-  async function again() {
-    try {
-      if (!document.hidden) show(await get("/api/clock"));
-    } catch (error) {
-      if (!error.refused) throw error;
-      face.textContent = "–";
-      day.textContent = error.message;
-    }
-    if (!over) timer = setTimeout(again, LOOK_MILLISECONDS);
-  }
-  again();
-  return () => {
-    over = true;
-    clearTimeout(timer);
-  };
+  return regularly(LOOK_MILLISECONDS, async () => show(await get("/api/clock")), (error) => {
+    face.textContent = "–";
+    day.textContent = error.message;
+  });
 }
 
 export const screen = { name: "time", title: "Time", open };
