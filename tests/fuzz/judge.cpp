@@ -168,8 +168,8 @@ void judge_end(const Outcome &outcome, const cJSON *request) {
     if (router.short_of_memory && !router.replies.empty()) {
         wrong("a reply from a process that was short of memory");
     }
-    if (outcome.reply || outcome.status == kFailure) {
-        return;
+    if (outcome.reply || outcome.status == kFailure || request == nullptr) {
+        return;  // a request that is not looked at may be one of these as well
     }
     // No reply and success: what is handed on to nobody, and a router that is not ready to be found.
     const char *action = text_of(request, "action");
