@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "base/debug_log.h"
+#include "base/ipv4.h"
 #include "base/json.h"
 #include "base/range.h"
 #include "gateway/handler/objects.h"
@@ -36,7 +37,7 @@ int set_dhcp_pool(int minutes, const char *start_text, const char *end_text, in_
     }
     in_addr start;
     in_addr end;
-    if (inet_aton(start_text, &start) == 0 || inet_aton(end_text, &end) == 0) {
+    if (!parse_ipv4(start_text, start) || !parse_ipv4(end_text, end)) {
         return fail(kPoolAddressInvalid);
     }
     if (!check_lan_range(ip, mask, start, end)) {
@@ -92,12 +93,12 @@ int app_set_lan_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         return kFailed;
     }
     in_addr ip;
-    if (inet_aton(ip_text, &ip) == 0) {
+    if (!parse_ipv4(ip_text, ip)) {
         DebugLog("ERROR:invalid ip address");
         return kFailed;
     }
     in_addr mask;
-    if (inet_aton(mask_text, &mask) == 0) {
+    if (!parse_ipv4(mask_text, mask)) {
         DebugLog("ERROR:invalid mask");
         return kFailed;
     }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/debug_log.h"
+#include "base/ipv4.h"
 #include "base/json.h"
 #include "base/range.h"
 #include "base/text.h"
@@ -165,8 +166,8 @@ bool parse_range(const char *text, AddressRange &range) {
     char end[kLongestPart + 1] = {};
     sscanf(text, "%15[^-]-%15s", start, end);
     range = {};
-    inet_aton(start, &range.start);
-    inet_aton(end, &range.end);
+    parse_ipv4(start, range.start);
+    parse_ipv4(end, range.end);
     return true;
 }
 

@@ -30,6 +30,10 @@ packages_of() {
     mipsel) echo g++-mipsel-linux-gnu qemu-user-static ;;
     mips) echo g++-mips-linux-gnu qemu-user-static ;;
     armhf) echo g++-arm-linux-gnueabihf qemu-user-static ;;
+    mipsel-24kc) echo g++-mipsel-linux-gnu qemu-user-static ;;
+    mips-24kc) echo g++-mips-linux-gnu qemu-user-static ;;
+    armv5) echo g++-arm-linux-gnueabi qemu-user-static ;;
+    armv7) echo g++-arm-linux-gnueabihf qemu-user-static ;;
     aarch64) echo g++-aarch64-linux-gnu qemu-user-static ;;
     targets)
         echo g++-mipsel-linux-gnu g++-mips-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu musl-tools \

@@ -33,6 +33,9 @@ TYPES = {
 }
 
 
+ERROR_TEXTS = {}  # name of an error -> its text, where the program's C library is another than the runner's
+
+
 class CaseError(Exception):
     """A case file says something that it cannot mean."""
 
@@ -71,7 +74,7 @@ def expand(text):
             field, width = argument.rsplit(",", 1)
             return to_bytes(field).ljust(int(width), b"\0").hex()
         if kind == "ERROR":
-            return os.strerror(getattr(errno, argument))
+            return ERROR_TEXTS.get(argument) or os.strerror(getattr(errno, argument))
         return {"NUL": "\0", "NL": "\n"}[kind]
 
     return STATIC_MACRO.sub(value, text) if "%" in text else text

@@ -16,6 +16,11 @@ TARGETS = {  # name of a device build -> its emulator, where the cross compiler 
     "mipsel": ("qemu-mipsel-static", "/usr/mipsel-linux-gnu/lib", "little"),
     "mips": ("qemu-mips-static", "/usr/mips-linux-gnu/lib", "big"),
     "armhf": ("qemu-arm-static", "/usr/arm-linux-gnueabihf/lib", "little"),
+    # These have no floating-point unit, so that one instruction for it ends the program; their C library is the build's own.
+    "mipsel-24kc": ("qemu-mipsel-static -cpu 24Kc", None, "little"),
+    "mips-24kc": ("qemu-mips-static -cpu 24Kc", None, "big"),
+    "armv5": ("qemu-arm-static -cpu arm926", None, "little"),
+    "armv7": ("qemu-arm-static -cpu cortex-a9", None, "little"),
     "aarch64": ("qemu-aarch64-static", "/usr/aarch64-linux-gnu/lib", "little"),
 }
 EMULATOR = "/.runner/emulator"
@@ -24,6 +29,26 @@ FIRMWARE_LIBRARIES = ("libapmib.so", "libarpcheck.so")
 
 MEMORY = "/dev/shm"
 ROOM = 64 << 20  # bytes for each worker: libraries, and what cases lay out, which is up to 10 MB
+
+
+def toolchain(build):
+    """The folder that a build has from script/musl-toolchain."""
+    cache = (build / "CMakeCache.txt").read_text()
+    return pathlib.Path(re.search(r"^MUSL_FOLDER:\w+=(.*)$", cache, re.MULTILINE)[1])
+
+
+def error_texts(target, build):
+    """Name -> text of the errors, where the target's C library has texts of its own."""
+    if not target or TARGETS[target][1]:
+        return {}
+    return dict(re.findall(r'^E\((\w+),\s*"(.*)"\)', (toolchain(build) / "strerror.h").read_text(), re.MULTILINE))
+
+
+def emulator_of(target):
+    """The beginning of a command line inside the root, and the environment, for a program of that target."""
+    emulator, folder, _ = TARGETS[target]
+    # glibc's loader reads /etc/ld.so.preload, musl's does not.
+    return [EMULATOR, *emulator.split()[1:]], {} if folder else {"LD_PRELOAD": "/lib/libinterfaces.so"}
 
 
 def roots_folder(jobs):
@@ -75,9 +100,10 @@ class Root:
         if target:
             emulator, folder, _ = TARGETS[target]
             doubles = binary.parent / "tests" / "runner"
+            folder = folder or toolchain(binary.parent) / "lib"
             for name, library in target_objects(binary, FIRMWARE_LIBRARIES, folder).items():
                 self.copy(library, f"/lib/{name}")
-            self.copy(shutil.which(emulator), EMULATOR)
+            self.copy(shutil.which(emulator.split()[0]), EMULATOR)
         else:
             libraries = shared_objects(binary, FIRMWARE_LIBRARIES)
             for file in (*libraries, *extra(libraries)):

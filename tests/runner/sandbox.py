@@ -15,7 +15,7 @@ from caseformat import expand, to_bytes, to_text
 from isolation import Isolation
 from message_queue import BUSY_FOR, Queue, show_record
 from observe import Console, Openings, exchange, make_room, messages
-from root import EMULATOR, PROGRAM, Root
+from root import PROGRAM, Root, emulator_of
 from scgi import LATE, OPTIONS, SOCKET, Request, exit_status
 from store import Layout, Store
 from vocabulary import parse_event, parse_fault
@@ -101,9 +101,9 @@ class Sandbox:
         for fault in map(parse_fault, self.world.get("fail", [])):
             arguments += ["-f", str(fault)] if fault.of_the_kernel else []
         line = self.isolation.launcher(self.root, self.tools, arguments, FOLDER) + self.watch.command()
-        if self.target:
-            line.append(EMULATOR)
-        env = {**step.get("env", {}), **self.isolation.environment(self.root),
+        emulator, preloaded = emulator_of(self.target) if self.target else ([], {})
+        line += emulator
+        env = {**step.get("env", {}), **preloaded, **self.isolation.environment(self.root),
                **self.watch.environment(memory, self.isolation.proot)}
         if self.through == "scgi":
             refused = any(parse_fault(fault).call == "init" for fault in self.world.get("fail", []))

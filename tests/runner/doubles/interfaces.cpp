@@ -88,24 +88,24 @@ void remove_at_signal() {
     }
 }
 
-}  // namespace
-
-extern "C" int kill(pid_t process, int signal) noexcept {
-    if (process <= 0) {  // a group of the program's own
-        return static_cast<int>(syscall(SYS_kill, process, signal));
+// As sigabbrev_np() names them, which not every C library has.
+const char *name_of_signal(int signal) {
+    constexpr struct {
+        int number;
+        const char *name;
+    } kNames[] = {
+        {SIGHUP,  "HUP" },
+        {SIGUSR1, "USR1"},
+        {SIGUSR2, "USR2"},
+        {SIGTERM, "TERM"},
+        {SIGKILL, "KILL"},
+    };
+    for (const auto &known : kNames) {
+        if (known.number == signal) {
+            return known.name;
+        }
     }
-    if (signal != 0) {
-        char line[128];
-        EventLine event(line);
-        event.begin(Event::kSignal);
-        event.number(process);
-        event.word(sigabbrev_np(signal));
-        append_event(event);
-        remove_at_signal();
-    }
-    char path[32];
-    snprintf(path, sizeof(path), "/proc/%d", process);
-    return access(path, F_OK) == 0 ? 0 : fail(ESRCH);
+    return "another";
 }
 
 // Plays a process that a stranger has taken over, if the runner wants one: it tries what would lead out of it. The file
@@ -123,10 +123,38 @@ static void try_to_get_out() {
     close(file);
 }
 
-extern "C" int ioctl(int file, unsigned long request, ...) {
+// How the C library declares a request.
+#ifdef __GLIBC__
+using Request = unsigned long;
+#else
+using Request = int;
+#endif
+
+}  // namespace
+
+extern "C" int kill(pid_t process, int signal) noexcept {
+    if (process <= 0) {  // a group of the program's own
+        return static_cast<int>(syscall(SYS_kill, process, signal));
+    }
+    if (signal != 0) {
+        char line[128];
+        EventLine event(line);
+        event.begin(Event::kSignal);
+        event.number(process);
+        event.word(name_of_signal(signal));
+        append_event(event);
+        remove_at_signal();
+    }
+    char path[32];
+    snprintf(path, sizeof(path), "/proc/%d", process);
+    return access(path, F_OK) == 0 ? 0 : fail(ESRCH);
+}
+
+extern "C" int ioctl(int file, Request declared, ...) {
+    const auto request = static_cast<unsigned>(declared);
     try_to_get_out();
     va_list arguments;
-    va_start(arguments, request);
+    va_start(arguments, declared);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
     if (is_wireless_request(request)) {
