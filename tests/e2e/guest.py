@@ -15,7 +15,7 @@ import threading
 
 import calls
 import router as routers
-from story import Teller, left_nothing
+from story import DUT, Teller, get_reply, left_nothing
 from ways import AS_NOBODY, IS_ROOT
 
 # What each attack tries, and the commands; "BROKEN" in what they print says that it worked. CANARY is a file of the PC that its owner
@@ -95,6 +95,7 @@ NOT_WITH_PROOT = (
     "a device node", "the system request key", "the host name and the clock", "more rights", "rights over the PC", "rights that were given up",
 )  # fmt: skip
 IPC_CREAT, IPC_RMID, ANYBODYS = 0o1000, 0, 0o666
+APP = {"action": "get", "app": {}, "dutInfo": {}}, get_reply(dutInfo=DUT, app={"port": 0, "ticktime": 0})
 QUIET_SECONDS = 0.3  # in which a signal that was sent would have arrived
 
 
@@ -303,10 +304,12 @@ def invade(results, way, build):
         if way.by_proot:
             # proot keeps less out, which docs/virtual-router.md tells.
             results.check("it says what it cannot keep out", "has the rights of whoever started it" in router.output(), router.output())
+        t.expect("it answers before the attacks", *APP, loopback=True)
         attack_by_commands(t, canary, port)
         strange = strange_files(pathlib.Path(router.state))
         results.check("the state folder holds the store's own files only", not strange, "\n".join(strange))
         reach_out(t, pc)
+        t.expect("and after them", *APP, loopback=True)
         pc.close()  # its processes are no leftovers
         left_nothing(results, "Ctrl-C", router.stop(2), 130)
         pc = Pc(way.user)

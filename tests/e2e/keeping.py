@@ -205,7 +205,7 @@ def trouble(t):
     t.results.check("and when it is over", t.router.await_output("room for MiB of memory for files again", after=mark))
     if "no control group can be made" not in t.router.output():
         mark = t.mark()
-        greedy = "for i in 1 2 3 4 5 6 7; do (head -c 110000000 /dev/zero | tail -c 110000000 | (sleep 2; wc -c)) & done; wait"
+        greedy = "for i in 1 2 3 4 5 6 7; do (head -c 110000000 /dev/zero | tail -c 110000000 | (sleep 5; wc -c)) & done; wait"
         served = t.router.inside("run", "sh", "-c", greedy)[1].split().count("110000000")
         t.results.check("programs that want more memory together are told", t.router.await_output(" MiB are all the memory there is for its programs together", after=mark))
         t.results.check("and do not all get it", served < 7, served)
@@ -284,9 +284,9 @@ def cuts(results, way, build):
                 before = number
                 trigger.touch()
                 seen.append(step + 1)
-                router.ask(json.dumps({"action": "set", "app": {"port": step + 1, "ticktime": 1}}), loopback=True)
-                if look_until(lambda status: status is not None, router.process.poll, seconds=2) is None:
-                    break  # the commit is over
+                status = router.ask(json.dumps({"action": "set", "app": {"port": step + 1, "ticktime": 1}}), loopback=True)[0]
+                if status == 200 and look_until(lambda ended: ended is not None, router.process.poll, seconds=0.5) is None:
+                    break  # the web server has replied, for the endpoint has ended: the commit is over
                 left_nothing(results, f"kill -9 at call {step}", (router.await_end(), router.leftovers()), -signal.SIGKILL)
             results.check("it was killed at several", len(seen) >= 3, seen)
         finally:
