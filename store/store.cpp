@@ -7,16 +7,17 @@
 #include "platform/apmib.h"
 
 namespace {
-bool g_open = false;
+// Begins as true, and so lies beside what is written anyway: behind the large tables it would cost a request a page.
+bool g_closed = true;
 }
 
 void store_open_ahead() {
-    g_open = g_open || apmib_init() != 0;
+    g_closed = g_closed && apmib_init() == 0;
 }
 
 bool store_open() {
     store_open_ahead();
-    if (g_open) {
+    if (!g_closed) {
         return true;
     }
     report("the configuration store cannot be opened");
