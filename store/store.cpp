@@ -9,7 +9,7 @@
 namespace {
 // Begins as true, and so lies beside what is written anyway: behind the large tables it would cost a request a page.
 bool g_closed = true;
-}
+}  // namespace
 
 void store_open_ahead() {
     g_closed = g_closed && apmib_init() == 0;

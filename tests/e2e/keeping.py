@@ -143,7 +143,7 @@ def outage(t):
     refused = look_until(bool, lambda: socket.socket().connect_ex(("127.0.0.1", port)) != 0, pause=0.01, seconds=3)
     t.results.check("who comes is refused", refused)
     status, said = t.router.inside("run", "true")
-    t.results.check("script/router says that it is away", status == 1 and ("is away" in said or STARTED_ANEW in t.router.output()[mark:]), said)
+    t.results.check("script/router says that it is away", status == 1 and "is away" in said or STARTED_ANEW in t.router.output()[mark:], said)
     t.started_anew("it is back", mark)
     up = json.loads(t.router.ask('{"action":"get","sys":{}}', loopback=True)[2]).get("sys", {}).get("upTime", 999)
     t.results.check("its up-time began anew", up < 30, up)
@@ -211,7 +211,7 @@ def trouble(t):
         t.results.check("and do not all get it", served < 7, served)
     mark = t.mark()
     bomb = subprocess.Popen(
-        [*t.router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(t.router.state), "run", "sh", "-c", "b() { b | b & }; b; sleep 3"],
+        [*t.router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(t.router.state), "run", "sh", "-c", "b() { sleep 3 & b | b & }; b; sleep 3"],
         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
     )  # fmt: skip
     t.results.check("a fork bomb is told", t.router.await_output("in trouble: it uses up its processes", after=mark))
