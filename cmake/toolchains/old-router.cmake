@@ -20,8 +20,8 @@ foreach(language C CXX)
 endforeach()
 execute_process(COMMAND ${CROSS}-gcc -dumpversion OUTPUT_VARIABLE version OUTPUT_STRIP_TRAILING_WHITESPACE)
 execute_process(COMMAND ${CROSS}-gcc -print-file-name=include OUTPUT_VARIABLE own_headers OUTPUT_STRIP_TRAILING_WHITESPACE)
-set(CMAKE_C_FLAGS_INIT "${OLD_ROUTER_FLAGS} -specs=${MUSL_FOLDER}/specs")
-set(CMAKE_CXX_FLAGS_INIT "${OLD_ROUTER_FLAGS} -specs=${MUSL_FOLDER}/specs -nostdinc -isystem /usr/${CROSS}/include/c++/${version} \
+set(CMAKE_C_FLAGS_INIT "${OLD_ROUTER_FLAGS} @${MUSL_FOLDER}/gcc-options")
+set(CMAKE_CXX_FLAGS_INIT "${OLD_ROUTER_FLAGS} @${MUSL_FOLDER}/gcc-options -nostdinc -isystem /usr/${CROSS}/include/c++/${version} \
 -isystem /usr/${CROSS}/include/c++/${version}/${CROSS} -isystem ${MUSL_FOLDER}/include -isystem ${own_headers} \
 -D'__GLIBC_PREREQ(major,minor)=0' -D__locale_t=locale_t")
 

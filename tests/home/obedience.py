@@ -502,7 +502,7 @@ def twins(check):
         house.start_wlan()
         found.append([device.waits for device in house.home.devices])
         shutil.rmtree(folder)
-    check("who comes back takes as long as the seed says", (found[0], len(set(found[0])) > 3), (found[1], True))
+    check("who comes back takes a time that is drawn, the same one each time", (found[0], len(set(found[0])) > 3), (found[1], True))
 
 
 def ways(home):

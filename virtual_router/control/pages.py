@@ -2,6 +2,7 @@
 """The pages for a browser, and what they are made of. Each file has its route: no name in a request finds a file."""
 
 import functools
+import gzip
 import json
 import pathlib
 
@@ -32,14 +33,16 @@ FILES = {
     "/docs/control": "pages/docs.html",
     "/pages/docs.js": "pages/docs.js",
     "/pages/docs.css": "pages/docs.css",
-    "/vendor/swagger-ui/swagger-ui-bundle.js": "vendor/swagger-ui/swagger-ui-bundle.js",
+    "/vendor/swagger-ui/swagger-ui-bundle.js": "vendor/swagger-ui/swagger-ui-bundle.js.gz",
     "/vendor/swagger-ui/swagger-ui.css": "vendor/swagger-ui/swagger-ui.css",
 }
 
 
 async def page(name, _call):
-    path = HERE / name
-    return route.Page(path.read_bytes(), KINDS[path.suffix], STRICT_POLICY if path.parent.name == "console" else POLICY)
+    path, content = HERE / name, (HERE / name).read_bytes()
+    if path.suffix == ".gz":  # kept so for its size
+        path, content = path.with_suffix(""), gzip.decompress(content)
+    return route.Page(content, KINDS[path.suffix], STRICT_POLICY if path.parent.name == "console" else POLICY)
 
 
 async def contract(_call):
