@@ -136,6 +136,11 @@ class Teller:
         daemon = look_until(lambda said: block in said, look)
         self.results.check(f"the daemon was told: {step}", block in daemon, daemon)
 
+    def networks_are_up(self, after):
+        """The restart that the daemon was told of is over: the schedule is the last that it takes up, the WAN is back by then."""
+        up = self.router.await_output("daemon:   no reboot is scheduled\n", after)
+        self.results.check("the networks are up again", up, self.router.output()[after:])
+
     def started_anew(self, step, after):
         """The router was away, and answers again."""
         self.results.check(step, self.router.await_output(STARTED_ANEW, after), self.router.output()[after:])
@@ -197,6 +202,7 @@ def settings(t):
     mark = t.mark()
     t.gated("set the operating mode", {"action": "set", "opMode": {"opMode": "2"}}, set_reply("opMode"))
     t.told("a restart, with the new mode", "  MIB_DUT_NAME=K\u00fcche", "  MIB_OP_MODE=2", after=mark)
+    t.networks_are_up(after=mark + t.router.output()[mark:].rfind("  MIB_OP_MODE=2"))
     t.gated("get the operating mode", {"action": "get", "opMode": {}}, get_reply(opMode={"opMode": "2"}))
     t.gated("set the app's numbers", {"action": "set", "app": {"port": 65535, "ticktime": 9}}, set_reply("app"))
     t.gated("get the app's numbers", {"action": "get", "app": {}}, get_reply(app={"port": 65535, "ticktime": 9}))
