@@ -583,6 +583,7 @@ class Keeper:
             self.switched_off = None
         elif wanted and not self.switched_off and not self.away():
             how, _, seconds = wanted.how.partition(":")
+            self.shut_ports()  # at once, so that whoever has armed it finds it so
             if how == "off":
                 self.switched_off = asyncio.Event()
                 self.outage = self.rebooting = self.background(self.reboot(notice=0, until=self.switched_off))
@@ -605,6 +606,12 @@ class Keeper:
             if banner := self.faults.banner():
                 self.say(banner)
 
+    def shut_ports(self):
+        """Nobody answers there any more."""
+        for port in self.ports:
+            port.refuse()
+            port.cut()
+
     async def outage_over(self):
         """Waits until the router is back from a reboot that was asked for."""
         if self.rebooting:
@@ -618,9 +625,7 @@ class Keeper:
         ends = time.monotonic() + seconds
         self.say("router: it is off" if until else f"router: it starts anew, and is away for {seconds:g} s")
         clock = await self.clock()
-        for port in self.ports:
-            port.refuse()
-            port.cut()
+        self.shut_ports()
         await self.main.power_off()
         self.moved.clear()
         self.tell_home()
