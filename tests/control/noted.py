@@ -4,6 +4,8 @@
 import json
 import socket
 
+from router import look_until
+
 
 def events(control, path, count, ask):
     """So many events of a path, of what `ask` does once it is followed."""
@@ -26,7 +28,7 @@ def journal(results, router, control):
     router.ask('{"action":"scan"}')
     router.ask('{"action":"login","info":{"user":"admin","pwd":"guess-it"}}')
     router.ask('{"action":"set","app":{"port":70000}}', loopback=True)
-    found = control.get("/api/journal").json()
+    found = look_until(lambda seen: all(line["verdict"] != "under way" for line in seen["requests"]), lambda: control.get("/api/journal").json())
     lines = found["requests"]
     results.check("the journal is listed", [line["action"] for line in lines] == ["scan", "login", "set"] and found["all"] == 3 and found["gone"] == 0, found)
     for query, actions in (("failed=true", ["login", "set"]), ("object=app", ["set"]), ("phone=1", ["scan", "login"]), (f"since={lines[0]['number']}&last=1", ["set"]), ("text=70000", ["set"])):

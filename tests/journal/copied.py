@@ -28,8 +28,8 @@ REQUESTS = (
 )
 
 
-def run_cases(folder, build):
-    tools = ["--binary", f"{build}/app.cgi", "--tools", f"{build}/tests/runner"]
+def run_cases(folder, build, program=None):
+    tools = ["--binary", program or f"{build}/app.cgi", "--tools", f"{build}/tests/runner"]
     run = subprocess.run([routers.PROJECT / "tests/run_cases", "--mode", "plain", *tools, "--cases", folder], capture_output=True, text=True)
     return run.stdout.rstrip().rpartition("\n")[2], run.stdout + run.stderr
 
