@@ -107,6 +107,7 @@ int listen_at(const Options &options) {
 }
 
 void stop_listening(int listener, const Options &options) {
-    shutdown(listener, SHUT_RD);
+    // In this order: once nobody answers there, another program may take the path.
     unlink(options.socket);
+    shutdown(listener, SHUT_RD);
 }

@@ -28,6 +28,18 @@ struct Place {
 constexpr int kFewWait = SIGUSR1;
 constexpr int kSignals[] = {SIGCHLD, kFewWait, SIGTERM, SIGINT};
 
+// "killall" and Ctrl-C reach the processes, too, of which none is to lose a request: the keeper alone ends them.
+// Commands that they run begin with the usual again, which they would not after SIG_IGN.
+void leave_it_to_keeper(int /*signal*/) {}
+
+void outlive_stop_signals() {
+    struct sigaction action = {};
+    action.sa_handler = leave_it_to_keeper;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
 constexpr timespec kPause = {1, 0};  // before a next attempt, when processes cannot be had or do not live
 
 class Pool {
@@ -126,6 +138,7 @@ class Pool {
         if (getppid() != keeper_) {
             _exit(0);
         }
+        outlive_stop_signals();
         sigprocmask(SIG_SETMASK, &usual_, nullptr);
         get_ready(options_);
         const int connection = await_request(listener_);

@@ -198,10 +198,10 @@ class Router:
         return int(status), kind, text
 
     def find_process(self, name, word=""):
-        """Returns the id of the router's process of that name, with that text in its command line."""
+        """Returns the id of the router's process of that name (None: any), with that text in its command line."""
         table = processes()
         for pid, (parent, command) in table.items():
-            while command == name and parent in table:
+            while name in (None, command) and parent in table:
                 if parent == self.process.pid:
                     if word in pathlib.Path(f"/proc/{pid}/cmdline").read_text():
                         return pid

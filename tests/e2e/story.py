@@ -262,6 +262,29 @@ def web_server(t):
     t.results.check("a client that hangs up still gets its request done", "4711" in reply, reply)
 
 
+def endpoint_restarts(t):
+    """The resident endpoint is ended and started anew: nobody is logged out, and a request under way gets its reply."""
+    app = {"action": "get", "app": {}, "sessionid": t.session}
+
+    def served():
+        return look_until(lambda answer: answer[0] == 200, lambda: t.router.ask(json.dumps(app)))[2]
+
+    before = served()
+    killed = 0 if t.router.way.by_proot else 137  # proot does not tell by what its program has ended
+    for name, number, status in (("asked to end", signal.SIGTERM, 0), ("killed", signal.SIGKILL, killed)):
+        mark = t.mark()
+        with concurrent.futures.ThreadPoolExecutor(1) as phone:
+            slow = json.dumps({"action": "get", "netDig": {"ping": {"dst": "192.168.1.200"}}, "sessionid": t.session})
+            reply = phone.submit(t.router.ask, slow)
+            under_way = look_until(bool, lambda: t.router.find_process(None, "192.168.1.200"), pause=0.01)
+            os.kill(t.router.find_process("app.scgi"), number)
+            told = f"router: the resident endpoint has ended with status {status}, and is started anew\n"
+            t.results.check(f"the endpoint, {name}, is started anew", under_way and t.router.await_output(told, after=mark), t.router.output()[mark:])
+            expected = formatted(get_reply(netDig={"ping": UNREACHABLE})) + "\n"
+            t.results.check("the request under way gets its reply", reply.result()[2] == expected, reply.result())
+        t.results.check("and the session lasts", served() == before, t.router.output()[mark:])
+
+
 def odd_records(t):
     text = "init\x1b[2J\"\\".encode() + b"\xff"
     nothing = "(nothing in this router acts on it yet)"
@@ -442,7 +465,8 @@ def tell(results, way, build):
         played = "No namespaces can be made here" in router.output()
         results.check("it found out whether namespaces can be made", played == way.by_proot, router.output())
         teller = Teller(router, results)
-        for chapter in (identity_and_login, settings, pings, web_server, odd_records, reboot_and_reset, logout):
+        resident = [endpoint_restarts] if "--resident" in routers.ALWAYS else []
+        for chapter in (identity_and_login, settings, pings, web_server, *resident, odd_records, reboot_and_reset, logout):
             chapter(teller)
         refusals(results, router)
         stand_ins(results, router)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A configuration store that keeps nothing, and does what a test of app.scgi needs: by environment variables it takes
-// its time, refuses, or ends its process.
+// A configuration store that keeps nothing, has an administrator and no other item, and does what a test of app.scgi
+// needs: by environment variables it takes its time, refuses, or ends its process.
 //
 //   COMMIT_SECONDS=N   so long a commit takes
 //   READ_SECONDS=N     so long each read takes
@@ -11,6 +11,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "platform/apmib.h"
 
@@ -19,9 +20,19 @@ int vwlan_idx = 0;
 
 namespace {
 
+constexpr int kUserName = 182;
+constexpr int kUserPassword = 183;
+
 unsigned number_of(const char *variable) {
     const char *text = getenv(variable);
     return text != nullptr ? static_cast<unsigned>(strtoul(text, nullptr, 10)) : 0;
+}
+
+// However many signals come meanwhile.
+void sleep_whole(unsigned seconds) {
+    while (seconds != 0) {
+        seconds = sleep(seconds);
+    }
 }
 
 }  // namespace
@@ -36,11 +47,15 @@ int apmib_init() {
     return 1;
 }
 
-int apmib_get(int id, void * /*value*/) {
+int apmib_get(int id, void *value) {
     if (getenv("CRASH_AT") != nullptr && static_cast<int>(number_of("CRASH_AT")) == id) {
         raise(SIGSEGV);
     }
-    sleep(number_of("READ_SECONDS"));
+    sleep_whole(number_of("READ_SECONDS"));
+    if (id == kUserName || id == kUserPassword) {
+        memcpy(value, "admin", sizeof "admin");
+        return 1;
+    }
     return 0;
 }
 
@@ -49,7 +64,7 @@ int apmib_set(int /*id*/, void * /*value*/) {
 }
 
 int apmib_update(int /*type*/) {
-    sleep(number_of("COMMIT_SECONDS"));
+    sleep_whole(number_of("COMMIT_SECONDS"));
     return 1;
 }
 

@@ -173,9 +173,10 @@ class Keeper:
             os.close(null)
             os.close(write)
 
-    async def start_part(self, name, guest, argv, environment, say, prefix, given=None):
-        _, read = await self.with_pipe(name, guest, argv, environment, lasting=True, given=given)
+    async def start_part(self, name, guest, argv, environment, say, prefix, given=None, lasting=True):
+        part, read = await self.with_pipe(name, guest, argv, environment, lasting=lasting, given=given)
         console.LineReader(read, say, prefix)
+        return part
 
     async def run(self, guest, argv, environment, reader):
         part, read = await self.with_pipe(argv[0], guest, argv, environment)

@@ -22,6 +22,7 @@ SERVICES = (
     ("pairing daemon", ["wscd"], "wscd"),
     ("DHCP server", ["udhcpd", "-f"], "udhcpd"),
 )
+SHORT_LIFE = 1  # second
 RESIDENT = ("resident endpoint", ["app.scgi"], "endpoint")
 WEB_SERVER = ("web server", ["/usr/sbin/lighttpd", "-D", "-f", "/etc/lighttpd.conf"], "lighttpd")
 
@@ -77,14 +78,29 @@ class Router:
         if status != 0:
             raise Failed(f"flash boot failed with status {status}")
 
-    async def start(self, service):
-        """Starts a part that is to run as long as the router does."""
+    async def start(self, service, lasting=True):
+        """Starts a part that is to run as long as the router does; one that is not lasting may end before."""
         name, command, prefix = service
-        await self.keeper.start_part(f"{self.title or 'router'}'s {name}" if self.title else name, self.guest, command, ENVIRONMENT, self.say, prefix)
+        name = f"{self.title or 'router'}'s {name}" if self.title else name
+        return await self.keeper.start_part(name, self.guest, command, ENVIRONMENT, self.say, prefix, lasting=lasting)
+
+    async def respawn(self, service):
+        """Keeps a part running that may end, as a router's init does: it is started anew, a second later if it was short-lived."""
+        since = self.since
+        while True:
+            part = await self.start(service, lasting=False)
+            status = shell_status(await part.ended)
+            if not self.on or self.since != since:
+                return
+            self.say(f"router: the {service[0]} has ended with status {status}, and is started anew")
+            if time.time() - part.since < SHORT_LIFE:
+                await asyncio.sleep(SHORT_LIFE)
 
     async def start_services(self, pause=0):
         """Starts the services, and has the networks come up meanwhile; with a pause after each, one after another."""
-        for service in [*SERVICES, *([RESIDENT] if self.keeper.options.resident else [])]:
+        if self.keeper.options.resident:
+            self.keeper.background(self.respawn(RESIDENT))
+        for service in SERVICES:
             await self.start(service)
             await asyncio.sleep(pause)
         if not pause:
