@@ -18,7 +18,7 @@ import premises
 import tornado.httpserver
 import tornado.iostream
 import tornado.web
-from console import printable
+from printable import printable
 
 from . import admission, route, routes
 

@@ -17,10 +17,9 @@ import tty
 
 sys.dont_write_bytecode = True
 
-import premises  # noqa: E402
+import messages  # noqa: E402
 import words as spoken  # noqa: E402
-from console import printable  # noqa: E402
-from state import socket_address  # noqa: E402
+from printable import printable  # noqa: E402
 
 CHUNK = 65536
 
@@ -33,7 +32,7 @@ def fail(text):
 def connect(folder):
     connection = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
     try:
-        address, fd = socket_address(folder)
+        address, fd = messages.socket_address(folder)
         connection.connect(address)
         os.close(fd)
     except PermissionError:
@@ -82,7 +81,7 @@ def carry(connection, sources, answer_of):
             return answer
         for fd, _ in ready:
             if fd == connection.fileno():
-                answer, _ = premises.receive(connection)
+                answer, _ = messages.receive(connection)
                 if answer is None:
                     fail("the router has stopped")
                 poll.unregister(fd)
@@ -107,7 +106,7 @@ def run(connection, question):
     read_in, write_in = os.pipe()
     read_out, write_out = os.pipe()
     read_error, write_error = os.pipe()
-    premises.send(connection, question, [read_in, write_out, write_error])
+    messages.send(connection, question, [read_in, write_out, write_error])
     for fd in (read_in, write_out, write_error):
         os.close(fd)
     open_input = [write_in]
@@ -131,7 +130,7 @@ def run_in_terminal(connection, question):
     """Has a program run in a terminal of its own, which is shown in this one."""
     ours, theirs = pty.openpty()
     termios.tcsetwinsize(theirs, termios.tcgetwinsize(0))
-    premises.send(connection, question, [theirs] * 3)
+    messages.send(connection, question, [theirs] * 3)
     os.close(theirs)
     before = termios.tcgetattr(0)
     signal.signal(signal.SIGWINCH, lambda *_: termios.tcsetwinsize(ours, termios.tcgetwinsize(0)))
@@ -146,7 +145,7 @@ def listen(connection):
     """Yields what the keeper answers, one after another; its last word is returned."""
     text = ""
     while True:
-        answer, _ = premises.receive(connection)
+        answer, _ = messages.receive(connection)
         if answer is None:
             fail("the router has stopped")
         if "part" not in answer:
@@ -168,7 +167,7 @@ def ask_and_print(folder, verb, words):
         print(show)
         return 0
     connection = connect(folder)
-    premises.send(connection, {"verb": verb, **question})
+    messages.send(connection, {"verb": verb, **question})
     answers = listen(connection)
     try:
         while True:
@@ -195,8 +194,8 @@ def main(folder, verb, *words):
         question |= {"number": number, "words": words[words[0].isdigit() and len(words) > 1 :]}
     connection = connect(folder)
     if verb == "status":
-        premises.send(connection, question)
-        answer, _ = premises.receive(connection)
+        messages.send(connection, question)
+        answer, _ = messages.receive(connection)
         print(json.dumps((answer or {}).get("is"), indent=2))
     elif verb == "sh" and os.isatty(0) and os.isatty(1):
         question["terminal"] = os.environ.get("TERM", "dumb")

@@ -2,38 +2,18 @@
 """What is printed on the developer's terminal. Whatever comes out of a router is made fit for it first."""
 
 import asyncio
-import codecs
 import contextlib
 import os
 import queue
 import threading
 import time
-import unicodedata
+
+from printable import printable
 
 MOST_LINE_BYTES = 4096
 MOST_WAITING = 20000  # lines that the terminal has not taken yet
 END_SECONDS = 2
 SETTLE_SECONDS = 0.05
-
-_UNPRINTABLE = {"Cc", "Cf", "Cs", "Co", "Cn", "Zl", "Zp"}
-
-
-def _escape(error):
-    return "".join(f"\\x{byte:02x}" for byte in error.object[error.start : error.end]), error.end
-
-
-codecs.register_error("escape", _escape)
-
-
-def printable(line):
-    """Bytes as a text that no terminal acts on: control characters and what is no UTF-8 become \\xNN."""
-    text = line.decode("utf-8", "escape")
-    if text.isascii() and text.isprintable():
-        return text
-    return "".join(
-        character if unicodedata.category(character) not in _UNPRINTABLE else "".join(f"\\x{byte:02x}" for byte in character.encode("utf-8", "surrogateescape"))
-        for character in text
-    )
 
 
 class Printer:

@@ -10,7 +10,7 @@ import json
 import re
 
 import speech
-from console import printable
+from printable import printable
 from hiding import HIDDEN, ITEMS, Hiding
 
 MOST_BYTES = 1 << 20  # of the request, of the reply, and of what is told, each

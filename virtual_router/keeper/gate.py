@@ -5,7 +5,7 @@ that shows it runs on this PC: it gives itself away by its origin, or by a host 
 import re
 from typing import NamedTuple
 
-from console import printable
+from printable import printable
 
 MOST_HEAD_BYTES = 64 << 10
 

@@ -21,7 +21,6 @@ import console
 import faults
 import journal
 import kernel
-import namespaces
 import network
 import ports
 import premises

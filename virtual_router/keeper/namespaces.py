@@ -16,6 +16,7 @@ import subprocess
 
 import confinement
 import kernel
+import messages
 import network as network_names
 import premises
 
@@ -66,16 +67,16 @@ class Mode:
                 here.close()
                 self.build(there)
             except BaseException as error:
-                premises.send(there, {"refused": str(error)})
+                messages.send(there, {"refused": str(error)})
             finally:
                 os._exit(1)
         there.close()
         bound(builder)  # it waits for its users before it starts anything
-        message, _ = premises.receive(here)  # it has a user namespace, or says why not
+        message, _ = messages.receive(here)  # it has a user namespace, or says why not
         if message is not None and "refused" not in message:
             self.map_users(builder)
-            premises.send(here, {})
-            message, _ = premises.receive(here)  # it is ready, or says why not
+            messages.send(here, {})
+            message, _ = messages.receive(here)  # it is ready, or says why not
         os.waitpid(builder, 0)
         if message is None or "refused" in message:
             here.close()
@@ -100,8 +101,8 @@ class Mode:
                 raise
             kernel.make_chroot_a_root()
             kernel.unshare(kernel.CLONE_NEWUSER)
-        premises.send(connection, {})
-        premises.receive(connection)  # the users are mapped
+        messages.send(connection, {})
+        messages.receive(connection)  # the users are mapped
         os.setresgid(0, 0, 0)
         os.setresuid(0, 0, 0)
         kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWPID | kernel.CLONE_NEWNET | kernel.CLONE_NEWIPC | kernel.CLONE_NEWUTS)
@@ -111,9 +112,9 @@ class Mode:
         try:
             self.furnish()
         except (OSError, premises.Refused) as error:
-            premises.send(connection, {"refused": str(error)})
+            messages.send(connection, {"refused": str(error)})
             os._exit(1)
-        premises.send(connection, {"ready": True})
+        messages.send(connection, {"ready": True})
         premises.start_server(connection, self)
 
     # --- in the premises ---

@@ -9,10 +9,8 @@ The premises end with the keeper, and everything in them with the premises. Mode
 made of.
 """
 
-import array
 import asyncio
 import errno
-import json
 import os
 import select
 import signal
@@ -24,9 +22,8 @@ import traceback
 
 import kernel
 import layout
+import messages
 
-MOST_MESSAGE_BYTES = 1 << 17
-MOST_DESCRIPTORS = 16
 ENDED = "ended"
 CHANGED = "changed"
 MOST_FILES_TOLD = 256  # of one change
@@ -36,18 +33,6 @@ NO_FILE = (errno.ENOENT, errno.ELOOP, errno.ENOTDIR, errno.ENXIO, errno.EXDEV)
 
 class Refused(Exception):
     """An order could not be carried out; the text says why."""
-
-
-def receive(connection):
-    """Returns a message and its descriptors; (None, []) at the end."""
-    data, fds, flags, _ = socket.recv_fds(connection, MOST_MESSAGE_BYTES, MOST_DESCRIPTORS, socket.MSG_CMSG_CLOEXEC)
-    return (json.loads(data) if data else None), list(fds)
-
-
-def send(connection, message, fds=()):
-    connection.setblocking(True)
-    rights = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", fds))] if fds else []
-    connection.sendmsg([json.dumps(message).encode()], rights)
 
 
 def reset_signals():
@@ -96,13 +81,13 @@ class Server:
                     os.read(wake_read, 4096)
                     self.tell_ends()
                 elif fd == self.connection.fileno():
-                    message, fds = receive(self.connection)
+                    message, fds = messages.receive(self.connection)
                     if message is None:
                         return
                     self.obey(message, fds)
                 elif fd in self.watched:
                     files = sorted(kernel.read_watch(fd))[:MOST_FILES_TOLD]
-                    send(self.connection, {"event": CHANGED, "name": self.watched[fd], "files": files})
+                    messages.send(self.connection, {"event": CHANGED, "name": self.watched[fd], "files": files})
 
     def tell_ends(self):
         while self.tell_end(os.WNOHANG):
@@ -117,7 +102,7 @@ class Server:
         number = self.programs.pop(pid, None)
         self.mode.beside.discard(pid)
         if number is not None:
-            send(self.connection, {"event": ENDED, "number": number, "status": os.waitstatus_to_exitcode(status)})
+            messages.send(self.connection, {"event": ENDED, "number": number, "status": os.waitstatus_to_exitcode(status)})
         return pid
 
     def obey(self, message, fds):
@@ -135,7 +120,7 @@ class Server:
             reply["refused"] = traceback.format_exc()
         for fd in fds:
             os.close(fd)
-        send(self.connection, reply, given)
+        messages.send(self.connection, reply, given)
         for fd in given:
             os.close(fd)
 
@@ -310,7 +295,7 @@ class Premises:
 
     def hear(self):
         try:
-            message, fds = receive(self.connection)
+            message, fds = messages.receive(self.connection)
         except OSError:
             message = None
         if message is None:
@@ -334,7 +319,7 @@ class Premises:
         self.last += 1
         reply = self.replies[self.last] = self.loop.create_future()
         try:
-            send(self.connection, {"id": self.last, "verb": verb, "words": words}, fds)
+            messages.send(self.connection, {"id": self.last, "verb": verb, "words": words}, fds)
         except OSError as error:
             self.replies.pop(self.last, None)
             raise Refused("the premises have ended") from error

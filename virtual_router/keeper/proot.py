@@ -17,6 +17,7 @@ import time
 
 import confinement
 import kernel
+import messages
 import premises
 
 DEVICES = ("/dev/null", "/dev/zero", "/dev/random", "/dev/urandom")
@@ -51,14 +52,14 @@ class Mode:
                 kernel.adopt_orphans()
                 self.make_queue()
                 confinement.close_off_processes()
-                premises.send(there, {"ready": True})
+                messages.send(there, {"ready": True})
             except OSError as error:
-                premises.send(there, {"refused": str(error)})
+                messages.send(there, {"refused": str(error)})
                 os._exit(1)
             premises.start_server(there, self)
         there.close()
         bound(pid)  # it starts nothing before it is told to
-        message, _ = premises.receive(here)
+        message, _ = messages.receive(here)
         if message is None or "refused" in message:
             here.close()
             raise OSError((message or {}).get("refused", "the premises have ended at once"))

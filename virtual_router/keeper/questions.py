@@ -11,11 +11,11 @@ import socket
 
 import asking
 import faults
+import messages
 import premises
 import router
 import status
 from router import shell_status
-from state import socket_address
 
 MOST_QUESTION_BYTES = 1 << 17
 MOST_PART = 1 << 15  # characters of a long answer in one message
@@ -50,7 +50,7 @@ class Questions:
         self.loop = asyncio.get_running_loop()
         self.talks = set()
         self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
-        address, fd = socket_address(keeper.state.path)
+        address, fd = messages.socket_address(keeper.state.path)
         before = os.umask(0o177)
         try:
             self.listener.bind(address)
@@ -91,7 +91,7 @@ class Questions:
             connection.setblocking(False)
             try:
                 await self.readable(connection)
-                question, fds = premises.receive(connection)
+                question, fds = messages.receive(connection)
                 if question is None:
                     return
                 answer = await self.answer(question, fds, connection)
@@ -103,7 +103,7 @@ class Questions:
                 for fd in fds:
                     os.close(fd)
             with contextlib.suppress(OSError):
-                premises.send(connection, answer)
+                messages.send(connection, answer)
 
     async def answer(self, question, fds, connection):
         keeper = self.keeper

@@ -9,10 +9,10 @@ import shutil
 
 import cgroup
 import kernel
+from messages import KEEPER_SOCKET
 
 LOCK = "router.lock"
 RUN = "run"
-SOCKET = "keeper.sock"
 GROUP = "control-group"  # in the run folder
 CONTROL_FILE = "control.json"  # where the control port is, and its token
 
@@ -58,7 +58,7 @@ class State:
 
     def left_over(self):
         """The names of what goes with a router, and is there all the same: what ended it was not the router."""
-        return [name for name in (RUN, SOCKET, CONTROL_FILE) if os.path.lexists(self.path / name)]
+        return [name for name in (RUN, KEEPER_SOCKET, CONTROL_FILE) if os.path.lexists(self.path / name)]
 
     def note_group(self, folders):
         """Where the control group is, for who has to clear it away."""
@@ -72,12 +72,5 @@ class State:
                 cgroup.remove_left(folder)
         if self.run.exists():
             shutil.rmtree(self.run, ignore_errors=True)
-        for name in (SOCKET, CONTROL_FILE, f"{CONTROL_FILE}.new"):
+        for name in (KEEPER_SOCKET, CONTROL_FILE, f"{CONTROL_FILE}.new"):
             (self.path / name).unlink(missing_ok=True)
-
-
-def socket_address(folder):
-    """The address of the keeper's socket, and a descriptor that must stay open while it is used: folders may lie deep, and the path of
-    a socket may not be long."""
-    fd = os.open(folder, os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
-    return f"/proc/self/fd/{fd}/{SOCKET}", fd

@@ -8,7 +8,7 @@ None and a text to be printed.
 import json
 import time
 
-from console import printable
+from printable import printable
 
 JOURNAL_HELP = """\
 Usage: script/router journal [list] [CONDITION...] [--last N] [--json]

@@ -1,0 +1,31 @@
+# SPDX-License-Identifier: MIT
+"""Messages with descriptors: between the keeper and its premises, and between script/router and the keeper. Of the keeper's own
+modules it needs none, and none that takes long to load: script/router is called a thousand times a day."""
+
+import array
+import json
+import os
+import socket
+
+KEEPER_SOCKET = "keeper.sock"  # in the state folder
+MOST_MESSAGE_BYTES = 1 << 17
+MOST_DESCRIPTORS = 16
+
+
+def socket_address(folder):
+    """The address of the keeper's socket, and a descriptor that must stay open while it is used: folders may lie deep, and the path of
+    a socket may not be long."""
+    fd = os.open(folder, os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
+    return f"/proc/self/fd/{fd}/{KEEPER_SOCKET}", fd
+
+
+def receive(connection):
+    """Returns a message and its descriptors; (None, []) at the end."""
+    data, fds, flags, _ = socket.recv_fds(connection, MOST_MESSAGE_BYTES, MOST_DESCRIPTORS, socket.MSG_CMSG_CLOEXEC)
+    return (json.loads(data) if data else None), list(fds)
+
+
+def send(connection, message, fds=()):
+    connection.setblocking(True)
+    rights = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", fds))] if fds else []
+    connection.sendmsg([json.dumps(message).encode()], rights)
