@@ -22,7 +22,7 @@ packages_of() {
     web-servers) echo lighttpd busybox nginx-light fcgiwrap apache2 mini-httpd ;;
     valgrind) echo valgrind libc6-dbg ;;
     fuzz) echo clang-14 libclang-rt-14-dev llvm-14 python3 ;;
-    lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck ;;
+    lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck flake8 ;;
     bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
     man) echo groff-base ;;
     git) echo git ;;

@@ -2,9 +2,7 @@
 """The checks: each gives (how many things it tried, what was wrong with them, what else there is to say)."""
 
 import json
-import pathlib
 import re
-import subprocess
 
 import jsonschema
 
@@ -15,7 +13,7 @@ import limits
 import products
 import schemas
 from caseformat_text import expand
-from contract import FOLDER, PROJECT, check_form, flat
+from contract import FOLDER, PROJECT, check_form
 from engine.dryrun import listed
 from program import Program
 

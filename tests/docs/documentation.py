@@ -43,7 +43,7 @@ class Example(types.SimpleNamespace):
 
 def blocks(lines):
     """Yields (number of the first line inside, info string, line before, lines inside) of each fenced block."""
-    start = None
+    start, info = None, []
     for number, line in enumerate(lines):
         fence = FENCE.fullmatch(line.rstrip())
         if start is not None and line.rstrip() == "```":

@@ -4,7 +4,6 @@
 import re
 import signal
 import subprocess
-import time
 
 import router as routers
 from house import House
@@ -89,7 +88,7 @@ class Parents(House):
         if not self.really("shaping"):
             return
         said = self.router.on_phone("busybox", "ping", "-A", "-c", "4", "-s", "1400", "-W", "5", PROVIDER)[1]
-        times = sorted(float(time) for time in re.findall(r" time=([\d.]+) ms", said))
+        times = sorted(float(taken) for taken in re.findall(r" time=([\d.]+) ms", said))
         self.results.check(step, len(times) == 4 and (times[2] < 300 if wanted else times[2] > 500), said)
 
 

@@ -143,7 +143,7 @@ class Pc:
             self.victim.stdout.close()
             self.start_victim()
         except subprocess.TimeoutExpired:
-            if f"State:\tS" not in pathlib.Path(f"/proc/{self.victim.pid}/status").read_text():
+            if "State:\tS" not in pathlib.Path(f"/proc/{self.victim.pid}/status").read_text():
                 found.append("the victim is held")
                 self.victim.kill()
         if ctypes.string_at(self.memory, 6) != b"secret":

@@ -275,7 +275,6 @@ def cuts(results, way, build):
         source, trigger = flash.read_text(), pathlib.Path(folder, "cut")
         shutil.copy(routers.PROJECT / "tests/keeper/disk.py", flash.parent)
         router = routers.Router(way, build, project)
-        t = Teller(router, results)
         seen, before = [], 0
         try:
             for step in (4, 7, 9) if way.by_proot else range(CALLS_OF_A_COMMIT):
