@@ -17,9 +17,10 @@ import time
 from tornado.websocket import websocket_connect
 
 SECONDS = 60
+# A container's or a plain root's /dev/shm is small or missing.
 QUIET = (
     "--no-first-run", "--disable-gpu", "--disable-extensions", "--disable-background-networking", "--disable-sync", "--disable-component-update",
-    "--force-device-scale-factor=1", "--hide-scrollbars", "--lang=en",
+    "--force-device-scale-factor=1", "--hide-scrollbars", "--lang=en", "--disable-dev-shm-usage",
 )  # fmt: skip
 # Chromium's own sandbox refuses to be root's; what it shows here is our own page only.
 AS_ROOT = ("--no-sandbox",)
