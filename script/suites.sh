@@ -39,7 +39,7 @@ firmware-examples | cpu | -   | build cases          | release: app.cgi tests/ru
 product         | cpu  | -    | build cases          | release: tests/runner/all             | tests/product/run
 man             | cpu  | -    | man python git router home |                                  | tests/man/run
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
-web-servers     | cpu  | -    | build router         | release: app.cgi arpcheck             | tests/web_servers/run
+web-servers     | cpu  | -    | build router web-servers | release: app.cgi arpcheck             | tests/web_servers/run
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
 binary-hardened | cpu  | -    | build python         | hardened: app.cgi                     | tests/structure/check_binary build/hardened
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
