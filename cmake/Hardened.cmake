@@ -16,6 +16,7 @@ endmacro()
 
 harden(HARDEN_SESSIONS "Session ids that nobody guesses, of one client and for a time; growing refusal of wrong logins"
        login/session_id.cpp login/session.cpp login/attempts.cpp)
+harden(HARDEN_ADDRESSES "A client of IPv4 is the same when the web server tells its address in the form of IPv6" gateway/remote_address.cpp)
 harden(HARDEN_SHELL "No shell: programs are run directly, and what the kernel knows is asked of it" programs/programs.cpp)
 harden(HARDEN_BACKHAUL "Credentials of the mesh backhaul from the kernel's random source" mesh/backhaul_draw.cpp)
 harden(HARDEN_LOGS "Passwords and session ids in no log; the console is neither made nor emptied" base/secret.cpp base/console.cpp)

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # What the filter of HARDEN_SECCOMP lets pass, by the numbers of the processor that is built for: system_calls.inc, a
-# "SYS_name," each, out of cmake/system_calls.conf. SYSTEM_CALLS_ARCH is the processor's name in <linux/audit.h>.
+# "SYS_name," each, out of cmake/system_calls.conf, and system_calls_of_programs.inc, those of its lines that are marked
+# with a "+". SYSTEM_CALLS_ARCH is the processor's name in <linux/audit.h>.
 set(SYSTEM_CALLS_ARCHS
     "x86_64|AMD64=AUDIT_ARCH_X86_64" "i[3-6]86=AUDIT_ARCH_I386" "mipsel=AUDIT_ARCH_MIPSEL" "mips=AUDIT_ARCH_MIPS"
     "aarch64=AUDIT_ARCH_AARCH64" "arm.*=AUDIT_ARCH_ARM")
@@ -21,13 +22,19 @@ string(REGEX MATCHALL "#define SYS_[a-z0-9_]+" known "${known}")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/system_calls.conf)
 file(STRINGS ${CMAKE_SOURCE_DIR}/cmake/system_calls.conf lines REGEX "^[a-z]")
 set(passing "")
+set(of_programs "")
 foreach(line ${lines})
-  string(REGEX REPLACE "^[a-z]+ +(.*)$" "\\1" line ${line})
-  string(REPLACE " " ";" names ${line})
+  string(REGEX MATCH "^[a-z]+(\\+?) +(.*)$" line ${line})
+  set(mark "${CMAKE_MATCH_1}")
+  string(REPLACE " " ";" names ${CMAKE_MATCH_2})
   foreach(name ${names})
     if("#define SYS_${name}" IN_LIST known)
       string(APPEND passing "SYS_${name},\n")
+      if(mark)
+        string(APPEND of_programs "SYS_${name},\n")
+      endif()
     endif()
   endforeach()
 endforeach()
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/generated/system_calls.inc CONTENT "${passing}")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/generated/system_calls_of_programs.inc CONTENT "${of_programs}")

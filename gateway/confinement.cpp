@@ -3,3 +3,5 @@
 #include "gateway/confinement.h"
 
 void confine_process() {}
+
+void confine_guest() {}

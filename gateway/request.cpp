@@ -19,6 +19,7 @@
 #include "gateway/handler/reply.h"
 #include "gateway/handler/request_state.h"
 #include "gateway/limits.h"
+#include "gateway/remote_address.h"
 #include "kernel/routes.h"
 #include "login/login.h"
 #include "store/items.h"
@@ -34,13 +35,13 @@ constexpr char kModule[] = "app";
 constexpr char kLoopback[] = "127.0.0.1";
 
 // A mesh agent obeys its controller, which is its default gateway.
-bool is_from_controller(const char *remote_address) {
+bool is_from_controller(const char *client) {
     if (store_get(MIB_MESH_ROLE) != kMeshAgent) {
         return false;
     }
     in_addr gateway;
     get_default_gateway(gateway);  // unreadable routes leave an address that no client has
-    return strcmp(Dotted(gateway).c_str(), remote_address) == 0;
+    return strcmp(Dotted(gateway).c_str(), client) == 0;
 }
 
 // What the system daemon is to restart; nullptr when no flag is raised. One request asks for one restart, by priority.
@@ -80,7 +81,8 @@ bool receive_request(const char *content_length, BodyEnd end, OwnedText &body) {
 int answer_request(OwnedText body, const char *remote_address) {
     Json request(cJSON_Parse(body.get()));
     if (!request) {
-        fprintf(stderr, "cJSON_Parse error:%s\n", printable(LoggedJson(body.get()).from(cJSON_GetErrorPtr())));
+        const char *const fault = cJSON_GetErrorPtr();  // of this parse, and of no other
+        fprintf(stderr, "cJSON_Parse error:%s\n", printable(LoggedJson(body.get()).from(fault)));
         return kNotServed;
     }
     if (find_item(request.get(), "action") == nullptr) {
@@ -95,16 +97,20 @@ int answer_request(OwnedText body, const char *remote_address) {
         return kNotServed;
     }
     EntryLog("REMOTE_ADDR=%s\n\n", remote_address);
-    client_address = remote_address;
+    client_address = known_address(remote_address);
 
-    if (!action.open_to_guests && strcmp(remote_address, kLoopback) != 0) {
-        if (is_from_controller(remote_address)) {
+    if (!action.open_to_guests && strcmp(client_address, kLoopback) != 0) {
+        if (is_from_controller(client_address)) {
             EntryLog("request is from gateway ip\n");
         } else if (checkLogin(request.get()) != 0) {
             EntryLog("not login,need log\n\n");
             send_login_response(Json(), kNeedLogin);
             return kNotServed;
         }
+    }
+
+    if (action.open_to_guests) {
+        confine_guest();
     }
 
     const char *ip = find_text(request.get(), "ip");

@@ -8,7 +8,8 @@
 // fail() before they return; the dispatchers read it.
 extern char err_msg[1024];
 
-// The client's address as the web server tells it. Set by the entry before an action runs; nullptr until then.
+// The client's address, as it is known to exemptions and sessions. Set by the entry before an action runs; nullptr
+// until then.
 extern const char *client_address;
 
 // Work that is done after the reply. 0 at start; handlers raise them to 1; the entry acts on them.

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
-// A filter of the kernel's, which the process and all that it starts keep: of the system calls those remain that
+// Filters of the kernel's, which the process and all that it starts keep: of the system calls those remain that
 // cmake/system_calls.conf lists. A kernel without filters leaves the process as it is.
+//
+// A second filter narrows the first; of two the stricter counts.
 #include "gateway/confinement.h"
 
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
@@ -19,45 +24,144 @@ namespace {
 constexpr uint32_t kPassing[] = {
 #include <system_calls.inc>  // which CMake makes of cmake/system_calls.conf
 };
-constexpr size_t kCount = std::size(kPassing);
 
-// Another processor's calls have other numbers; then each call, and what follows when it is none of them.
-constexpr size_t kHead = 4;
-constexpr size_t kLength = kHead + 2 * kCount + 1;
-static_assert(kLength <= BPF_MAXINSNS, "the kernel takes no longer filter");
+// Those of them that only programs need, and what runs them.
+constexpr uint32_t kOfPrograms[] = {
+#include <system_calls_of_programs.inc>
+};
 
 constexpr sock_filter statement(uint16_t code, uint32_t value) {
     return {code, 0, 0, value};
 }
 
-constexpr sock_filter skip_unless_equal(uint32_t value) {
-    return {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, value};
+// Goes on with what is next, or skips so many if it does not hold.
+constexpr sock_filter unless_skip(uint16_t test, uint32_t value, uint8_t count) {
+    return {static_cast<uint16_t>(BPF_JMP | test | BPF_K), 0, count, value};
 }
 
+constexpr sock_filter kLoadArchitecture = statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch));
+constexpr sock_filter kLoadNumber = statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr));
+constexpr sock_filter kPass = statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+
+constexpr sock_filter refuse(uint32_t error) {
+    return statement(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error);
+}
+
+// The lower half of an argument, which is all that the arguments here have.
+constexpr sock_filter load_argument(uint32_t index) {
+    constexpr uint32_t kLowerHalf = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
+    return statement(BPF_LD | BPF_W | BPF_ABS,
+                     static_cast<uint32_t>(offsetof(seccomp_data, args)) + 8 * index + kLowerHalf);
+}
+
+// A filter under construction.
+template <size_t Length>
 struct Filter {
-    sock_filter program[kLength] = {};
-    constexpr Filter() {
-        size_t at = 0;
-        program[at++] = statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch));
-        program[at++] = {BPF_JMP | BPF_JEQ | BPF_K, 1, 0, SYSTEM_CALLS_ARCH};
-        program[at++] = statement(BPF_RET | BPF_K, SECCOMP_RET_KILL);
-        program[at++] = statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr));
-        for (const uint32_t call : kPassing) {
-            program[at++] = skip_unless_equal(call);
-            program[at++] = statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
-        }
-        program[at++] = statement(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM);
+    sock_filter program[Length] = {};
+    size_t length = 0;
+
+    constexpr void add(sock_filter instruction) { program[length++] = instruction; }
+
+    constexpr void begin() {
+        add(kLoadArchitecture);  // another processor's calls have other numbers
+        add({BPF_JMP | BPF_JEQ | BPF_K, 1, 0, SYSTEM_CALLS_ARCH});
+        add(statement(BPF_RET | BPF_K, SECCOMP_RET_KILL));
+        add(kLoadNumber);
+    }
+
+    constexpr void decide(uint32_t call, sock_filter decision) {
+        add(unless_skip(BPF_JEQ, call, 1));
+        add(decision);
+    }
+
+    // Refuses a call whose argument has one of these bits.
+    constexpr void refuse_bits(uint32_t call, uint32_t argument, uint32_t bits) {
+        add(unless_skip(BPF_JEQ, call, 4));
+        add(load_argument(argument));
+        add(unless_skip(BPF_JSET, bits, 1));
+        add(refuse(EPERM));
+        add(kLoadNumber);
+    }
+
+    // Refuses a call whose argument is this.
+    constexpr void refuse_value(uint32_t call, uint32_t argument, uint32_t value) {
+        add(unless_skip(BPF_JEQ, call, 4));
+        add(load_argument(argument));
+        add(unless_skip(BPF_JEQ, value, 1));
+        add(refuse(EPERM));
+        add(kLoadNumber);
     }
 };
+constexpr size_t kMostInstructions = BPF_MAXINSNS;
 
-constexpr Filter kFilter;
+// Name spaces of its own would give a process rights in them, and all of the kernel to try them on.
+constexpr uint32_t kNewSpaces = 0x7e020000;  // of CLONE_NEWNS and its like, those too that older headers lack
+
+constexpr uint32_t kFamilies[] = {AF_UNIX, AF_INET, AF_INET6, AF_NETLINK};
+
+constexpr auto make_filter() {
+    Filter<32 + 2 * std::size(kPassing)> filter;
+    filter.begin();
+#ifdef SYS_clone3
+    filter.decide(SYS_clone3, refuse(ENOSYS));  // its flags are out of sight; the C library takes clone() then
+#endif
+    filter.refuse_bits(SYS_clone, 0, kNewSpaces);
+    filter.refuse_value(SYS_ioctl, 1, TIOCSTI);  // typing at the terminal of who has started it
+    filter.add(unless_skip(BPF_JEQ, SYS_socket, 3 + std::size(kFamilies)));
+    filter.add(load_argument(0));
+    for (size_t i = 0; i < std::size(kFamilies); ++i) {
+        filter.add({BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint8_t>(std::size(kFamilies) - i), 0, kFamilies[i]});
+    }
+    filter.add(refuse(EPERM));
+    filter.add(kLoadNumber);
+    for (const uint32_t call : kPassing) {
+        filter.decide(call, kPass);
+    }
+    filter.add(refuse(EPERM));
+    return filter;
+}
+
+constexpr auto make_guest_filter() {
+    Filter<32 + 2 * std::size(kOfPrograms)> filter;
+    filter.begin();
+    // No code but what is there.
+#ifdef SYS_mmap
+    filter.refuse_bits(SYS_mmap, 2, PROT_EXEC);
+#endif
+#ifdef SYS_mmap2
+    filter.refuse_bits(SYS_mmap2, 2, PROT_EXEC);
+#endif
+    filter.refuse_bits(SYS_mprotect, 2, PROT_EXEC);
+#ifdef SYS_prlimit64
+    constexpr uint32_t kAny = ~0U;
+    filter.refuse_bits(SYS_prlimit64, 2, kAny);  // a limit is told, but none is set
+#endif
+    for (const uint32_t call : kOfPrograms) {
+        filter.decide(call, refuse(EPERM));
+    }
+    filter.add(kPass);
+    return filter;
+}
+
+constexpr auto kFilter = make_filter();
+constexpr auto kGuestFilter = make_guest_filter();
+static_assert(kFilter.length <= kMostInstructions, "the kernel takes no longer filter");
+
+template <size_t Length>
+void put_on(const Filter<Length> &filter) {
+    // The interface's type is not const, but the kernel only reads.
+    const sock_fprog program = {static_cast<unsigned short>(filter.length), const_cast<sock_filter *>(filter.program)};
+    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
+}
 
 }  // namespace
 
 void confine_process() {
-    // The interface's type is not const, but the kernel only reads.
-    const sock_fprog filter = {kLength, const_cast<sock_filter *>(kFilter.program)};
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0) {
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+        put_on(kFilter);
     }
+}
+
+void confine_guest() {
+    put_on(kGuestFilter);
 }

@@ -25,6 +25,7 @@
 #include "platform/apmib.h"
 #include "platform/system_queue.h"
 #include "platform/tables.h"
+#include "tests/runner/doubles/escape.h"
 #include "tests/runner/doubles/events.h"
 #include "virtual_router/vocabulary/fault.h"
 
@@ -403,6 +404,7 @@ int apmib_init(void) {
 }
 
 int apmib_get(int id, void *value) {
+    try_to_escape();
     if (!g_ready) {
         return log_undeclared(Event::kGet, id);
     }

@@ -108,21 +108,6 @@ const char *name_of_signal(int signal) {
     return "another";
 }
 
-// Plays a process that a stranger has taken over, if the runner wants one: it tries what would lead out of it. The file
-// holds then how much of it was allowed.
-static void try_to_get_out() {
-    const int file = open("/.runner/escape", O_WRONLY | O_CLOEXEC);
-    if (file < 0) {
-        return;
-    }
-    int allowed = 0;
-    allowed += syscall(SYS_chroot, "/") == 0 ? 1 : 0;
-    allowed += syscall(SYS_ptrace, 0, 0, nullptr, nullptr) == 0 ? 1 : 0;  // 0: let the parent trace this process
-    allowed += syscall(SYS_personality, 0xffffffff) >= 0 ? 1 : 0;         // only asks
-    dprintf(file, "%d\n", allowed);
-    close(file);
-}
-
 // How the C library declares a request.
 #ifdef __GLIBC__
 using Request = unsigned long;
@@ -133,7 +118,7 @@ using Request = int;
 }  // namespace
 
 extern "C" int kill(pid_t process, int signal) noexcept {
-    if (process <= 0) {  // a group of the program's own
+    if (process <= 0 || signal == SIGKILL) {  // what the program has started itself
         return static_cast<int>(syscall(SYS_kill, process, signal));
     }
     if (signal != 0) {
@@ -152,7 +137,6 @@ extern "C" int kill(pid_t process, int signal) noexcept {
 
 extern "C" int ioctl(int file, Request declared, ...) {
     const auto request = static_cast<unsigned>(declared);
-    try_to_get_out();
     va_list arguments;
     va_start(arguments, declared);
     void *argument = va_arg(arguments, void *);
