@@ -45,6 +45,7 @@ volatile int g_nothing = -1;  // /dev/null
 void end_program(int /*signal*/) {
     const int error = errno;
     kill(-g_running, SIGKILL);
+    kill(g_running, SIGKILL);  // who has left its group, too
     if (g_pipe >= 0) {
         dup2(g_nothing, g_pipe);
     }

@@ -1,82 +1,97 @@
 // SPDX-License-Identifier: MIT
 // Logs are read by more people than may know the router's passwords, and kept for longer than those are valid.
+//
+// Of a text that is JSON the values of secrets are hidden. In any other nobody knows what is a value: a quote that is
+// missing, or one too many, turns everything behind it inside out. So there all that follows a secret's name is hidden.
+#include "base/secret.h"
+
 #include <strings.h>
 
 #include <cstring>
 
-#include "base/secret.h"
 #include "base/shortage.h"
 
 namespace {
 
 constexpr char kHidden[] = "***";
 
-constexpr char kBlanks[] = " \t\r\n";
-constexpr char kBetween[] = " \t\r\n:";  // a key and its value
+// What the names of secrets hold somewhere, in letters of any size: "pwd", "wifiPwd5", "sessionid". A name with an
+// escape of an ASCII character may be any.
+constexpr const char *kSecretNames[] = {"pwd", "sessionid", "pass", "psk", "secret", "token", "\\u00"};
 
-// What keys of secrets hold somewhere, in letters of any size: "pwd", "wifiPwd5", "sessionid".
-constexpr const char *kSecretKeys[] = {"pwd", "sessionid", "pass", "psk", "secret", "token"};
+// Where a secret's name begins in a text; nullptr: nowhere.
+char *find_secret_name(char *text) {
+    char *first = nullptr;
+    for (const char *name : kSecretNames) {
+        char *const found = strcasestr(text, name);
+        first = first == nullptr || (found != nullptr && found < first) ? found : first;
+    }
+    return first;
+}
 
-// The end of a string's bytes that begin at `at`: its closing quote, or the text's end.
-char *end_of_string(char *at) {
-    while (*at != '"' && *at != '\0') {
-        at += *at == '\\' && at[1] != '\0' ? 2 : 1;
+void hide(char *begin, const char *end) {
+    memset(begin, '*', static_cast<size_t>(end - begin));
+}
+
+// What stands between tokens, which for the parser is more than JSON allows.
+char *skip_blanks(char *at) {
+    while (*at > '\0' && *at <= ' ') {
+        ++at;
     }
     return at;
 }
 
-bool is_secret_key(char *begin, char *end) {
-    const char kept = *end;
-    *end = '\0';
-    bool found = strchr(begin, '\\') != nullptr;  // a key with escapes may be any
-    for (const char *key : kSecretKeys) {
-        found = found || strcasestr(begin, key) != nullptr;
+// The closing quote of a string whose characters begin at `at`.
+char *end_of_string(char *at) {
+    while (*at != '"') {
+        at += *at == '\\' ? 2 : 1;
     }
-    *end = kept;
+    return at;
+}
+
+bool is_secret(char *begin, char *end) {
+    *end = '\0';
+    const bool found = find_secret_name(begin) != nullptr;
+    *end = '"';
     return found;
 }
 
-// Whether what follows is a string with a colon behind it.
-bool is_key(char *at) {
-    at += strspn(at, kBlanks);
-    if (*at != '"') {
-        return false;
-    }
-    at = end_of_string(at + 1);
-    at += *at != '\0' ? 1 : 0;
-    return at[strspn(at, kBlanks)] == ':';
-}
-
-// Hides what follows a key of a secret. A single value ends where the next thing begins; of more than one, and of what
-// is no JSON, all that follows is hidden.
+// Hides a value: what is between the quotes, a word or number whole, and of more than one value all that follows. What
+// was taken for a name and was a value itself has none.
 char *hide_value(char *at) {
-    at += strspn(at, kBetween);
-    if (*at == ',' && is_key(at + 1)) {
-        return at;  // what was taken for a key was a value
+    at = skip_blanks(at);
+    if (*at != ':') {
+        return at;
     }
-    at += strspn(at, ", \t\r\n");
+    at = skip_blanks(at + 1);
     if (*at == '"') {
         char *const end = end_of_string(at + 1);
-        memset(at + 1, '*', static_cast<size_t>(end - at - 1));
-        return *end != '\0' ? end + 1 : end;
+        hide(at + 1, end);
+        return end + 1;
     }
-    const size_t length = *at == '{' || *at == '[' ? strlen(at) : strcspn(at, " \t\r\n,}]\"");
-    memset(at, '*', length);
-    return at + length;
+    char *const end = at + (*at == '{' || *at == '[' ? strlen(at) : strcspn(at, ",}]"));
+    hide(at, end);
+    return end;
 }
 
-void hide_secrets(char *at) {
+void hide_values(char *at) {
     while (*at != '\0') {
         if (*at != '"') {
             ++at;
             continue;
         }
-        char *const begin = at + 1;
-        char *const end = end_of_string(begin);
-        at = *end != '\0' ? end + 1 : end;
-        if (is_secret_key(begin, end)) {
-            at = hide_value(at);
-        }
+        char *const end = end_of_string(at + 1);
+        at = is_secret(at + 1, end) ? hide_value(end + 1) : end + 1;
+    }
+}
+
+void hide_secrets(char *text) {
+    constexpr cJSON_bool kToItsEnd = 1;
+    const Json json(cJSON_ParseWithOpts(text, nullptr, kToItsEnd));
+    if (json) {
+        hide_values(text);
+    } else if (char *const name = find_secret_name(text); name != nullptr) {
+        hide(name, name + strlen(name));
     }
 }
 

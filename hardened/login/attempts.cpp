@@ -8,7 +8,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,6 +17,7 @@
 
 #include "base/input.h"
 #include "base/output.h"
+#include "base/own_file.h"
 #include "base/report.h"
 #include "base/resource.h"
 #include "base/same_secret.h"
@@ -69,17 +69,8 @@ void name_client(Out name) {
 // Opens the file and keeps other logins out of it. None may keep this one waiting: whoever holds the file does nothing
 // but read and write it.
 int open_locked() {
-    const int file = open(kAttemptsPath, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
-    struct stat status;
-    if (file < 0 || fstat(file, &status) != 0) {
-        return file;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        close(file);
-        errno = EEXIST;
-        return -1;
-    }
-    while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
+    const int file = open_own_file(kAttemptsPath, O_RDWR | O_CREAT);
+    while (file >= 0 && flock(file, LOCK_EX) != 0 && errno == EINTR) {
     }
     return file;
 }

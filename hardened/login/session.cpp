@@ -16,6 +16,7 @@
 
 #include "base/input.h"
 #include "base/output.h"
+#include "base/own_file.h"
 #include "base/resource.h"
 #include "base/same_secret.h"
 #include "base/text.h"
@@ -98,7 +99,7 @@ bool is_of_client(const Terms &terms) {
 
 // Notes the use. Where a login has replaced the file meanwhile, that session is noted as used, which it was.
 void record_use(off_t place, long long now) {
-    const Descriptor file(open(kSessionPath, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file(open_own_file(kSessionPath, O_WRONLY));
     if (file && lseek(file.get(), place, SEEK_SET) == place) {
         write_all(file.get(), TimeText(now).text, kTimeDigits);
     }
@@ -116,7 +117,7 @@ bool write_session(const char *id) {
 }
 
 bool read_session(Session &session) {
-    const Descriptor file(open(kSessionPath, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file(open_own_file(kSessionPath, O_RDONLY));
     if (!file || !read_beginning(file.get(), session.text)) {
         return false;
     }

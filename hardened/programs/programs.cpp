@@ -5,7 +5,6 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -13,6 +12,7 @@
 #include <cstring>
 
 #include "base/output.h"
+#include "base/own_file.h"
 #include "base/resource.h"
 #include "base/spawn.h"
 #include "kernel/interface_address.h"
@@ -61,10 +61,8 @@ bool is_device(const char *text) {
 // Puts a text into a file that others watch, if it is a file: what somebody else has put in its place, such as a link
 // to another file, is left alone.
 void write_file(const char *path, const char *text) {
-    const Descriptor file(open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600));
-    struct stat status;
-    if (file && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-        ftruncate(file.get(), 0) == 0) {
+    const Descriptor file(open_own_file(path, O_WRONLY | O_CREAT));
+    if (file && ftruncate(file.get(), 0) == 0) {
         write_all(file.get(), text, strlen(text));
     }
 }
