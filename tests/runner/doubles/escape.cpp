@@ -18,6 +18,11 @@ namespace {
 
 constexpr int kNothing = -1;
 constexpr int kFamilyOfNobody = 45;
+#ifdef SYS_mmap2
+constexpr long kMap = SYS_mmap2;
+#else
+constexpr long kMap = SYS_mmap;
+#endif
 
 // Each call is made so that it does no harm, mostly so that it fails with another error than EPERM where the kernel
 // looks at it.
@@ -43,7 +48,7 @@ constexpr Attempt kAttempts[] = {
     {"connect",           SYS_connect,     {kNothing}                                                                },
     {"setuid",            SYS_setresuid,   {-1, -1, -1}                                                              },
     {"set a limit",       SYS_prlimit64,   {0, kNothing, 1, 0}                                                       },
-    {"new code",          SYS_mmap,        {0, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, kNothing, 0}},
+    {"new code",          kMap,            {0, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, kNothing, 0}},
     {"code of data",      SYS_mprotect,    {1, 0, PROT_READ | PROT_EXEC}                                             },
 };
 
