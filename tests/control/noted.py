@@ -2,6 +2,7 @@
 """The journal and the faults over HTTP."""
 
 import json
+import re
 import socket
 
 from router import look_until
@@ -19,8 +20,27 @@ def events(control, path, count, ask):
 
 
 def act(results, router, control):
+    stations(results, router, control)
     journal(results, router, control)
     faults(results, router, control)
+
+
+def stations(results, router, control):
+    """What the Wi-Fi driver has told."""
+
+    def look():
+        router.ask('{"action":"get","lanStatus":{}}', loopback=True)
+        number = control.get("/api/journal?last=1").json()["requests"][0]["number"]
+        told = [event["text"] for event in control.get(f"/api/journal/{number}").json()["events"]]
+        seen = {bytes.fromhex(text.split()[2])[2:8].hex(":") for text in told if text.startswith("station ")}
+        devices = control.get("/api/home").json()["devices"]
+        return told, seen, {device["mac"] for device in devices if device["connected"] and device["at"].startswith("wlan")}
+
+    told, seen, there = look_until(lambda found: found[1] == found[2], look)  # they roam
+    tables = [text.split() for text in told if re.match(r"driver (ax-)?stations wlan[01] ", text)]
+    results.check("the journal has the driver's tables", tables and all(words[3] == "4095" for words in tables), told)
+    results.check("with their stations", there and seen == there, (seen, there))
+    results.check("and the store as the program asked it, not as the driver did", told.count("init") == 1 and not any(re.match("get (MIB_WLAN_AX_SUPPORT|4300)", text) for text in told), told)
 
 
 def journal(results, router, control):

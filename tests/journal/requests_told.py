@@ -9,7 +9,11 @@ import subprocess
 import time
 
 import router as routers
+from facts import Facts
 from story import LOGIN, SESSION, STARTED_ANEW
+
+
+PHONE_MAC = Facts(routers.PROJECT / "virtual_router/surroundings.sh")["PHONE_MAC"].lower()
 
 
 class Reader:
@@ -63,7 +67,9 @@ def one_request(results, router, reader):
         login,
     )
     results.check("its password and the session id are hidden", session not in json.dumps(login) and '"pwd": "***"' in login["request"]["body"], login)
-    results.check("but not from who asks for them", session in json.dumps(reader.whole(login["number"], secrets=True)))
+    whole = reader.whole(login["number"], secrets=True)
+    results.check("but not from who asks for them", session in json.dumps(whole))
+    results.check("what was written into the file is told", "wrote sessionid=***" in deeds(login) and f"wrote sessionid={session}" in deeds(whole), deeds(whole))
 
     router.ask(json.dumps({"action": "set", "timeZone": {"timeZoneIndex": "7_2"}, "app": {"port": 77}, "sessionid": session}))
     found = reader.last()
@@ -97,7 +103,12 @@ def one_request(results, router, reader):
 
     router.ask('{"action":"get","lanStatus":{}}', loopback=True)
     told = deeds(reader.last())
-    results.check("the ARP list and the Wi-Fi driver", "arp br0" in told and any(text.startswith(("driver ", "failed=")) for text in told), told)
+    results.check("the ARP list, with its entries", {"arp br0", f"neighbour 192.168.1.100 {PHONE_MAC}"} <= set(told), told)
+    results.check("the Wi-Fi driver", "failed=ENODEV driver name wlan0" in told, told)
+
+    router.ask('{"action":"get","lan":{}}', loopback=True)
+    told = deeds(reader.last())
+    results.check("addresses of interfaces", {"address ip br0 192.168.1.1", "address mask br0 255.255.255.0"} <= set(told), told)
 
     router.ask('{"action":"set","opMode":{"opMode":"2"}}', loopback=True)
     status, text = router.inside("journal", str(reader.last()["number"]))

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Macros that a case file defines itself, in the Python file of its name beside it: README.md says how."""
+"""Macros that stand for what is not the same each time, and those that a case file defines itself, in the Python file of its name beside
+it: README.md says how."""
 
 import dataclasses
 import importlib.util
@@ -84,8 +85,24 @@ def of_file(path):
     """Those of a case file: the functions with capital names of the Python file beside it, if there is one."""
     path = path.with_suffix(".py")
     if not path.exists():
-        return Macros({})
+        return Macros(OF_ALL)
     source = importlib.util.spec_from_file_location(f"macros_of_{path.stem}", path)
     module = importlib.util.module_from_spec(source)
     source.loader.exec_module(module)
-    return Macros({name: value for name, value in vars(module).items() if name.isupper() and inspect.isfunction(value)})
+    own = {name: value for name, value in vars(module).items() if name.isupper() and inspect.isfunction(value)}
+    for name in own.keys() & OF_ALL.keys():
+        raise ValueError(f"all case files have a macro {name}")
+    return Macros({**OF_ALL, **own})
+
+
+def UPTIME(moment) -> int:
+    """The seconds since the kernel's start."""
+    return moment.uptime
+
+
+def SINCE(moment, offset) -> int:
+    """%SINCE(-90)%: the seconds since what `files` names %TIME(-90)%: 90, or more if the case is slow."""
+    return moment.second - moment.laid_out - int(offset)
+
+
+OF_ALL = {"UPTIME": UPTIME, "SINCE": SINCE}

@@ -84,7 +84,7 @@ int get_proc_arp_list(const char *bridge, ArpEntry *entries) {
     }
     fclose(file);
     if (const TapHooks *tap = find_tap()) {
-        tap->tell_arp(bridge);
+        tap->tell_arp(bridge, entries, count);
     }
     return count;
 }

@@ -15,6 +15,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -78,12 +79,25 @@ Symbol *find_symbol(const char *name) {
     return reinterpret_cast<Symbol *>(dlsym(RTLD_DEFAULT, name));
 }
 
+// The tap does not hear what the drivers ask the store: it is no deed of the program's, and meets no fault.
+class Unheard {
+  public:
+    Unheard() : hooks_(tap_hooks) { tap_hooks = nullptr; }
+    Unheard(const Unheard &) = delete;
+    Unheard &operator=(const Unheard &) = delete;
+    ~Unheard() { tap_hooks = hooks_; }
+
+  private:
+    const TapHooks *hooks_;
+};
+
 // Whether the configuration store calls it an 802.11ax interface at this moment. The store is not linked: most programs
 // have no use for it, and in the endpoint it is there already.
 bool is_ax(const char *name) {
     constexpr int MIB_WLAN_AX_SUPPORT = 4300;  // a byte
     int radio = 0;
     int access_point = 0;
+    const Unheard unheard;
     if (!find_place(name, radio, access_point) || dlopen("libapmib.so", RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
         return false;
     }
@@ -237,6 +251,59 @@ FILE *told_stream(const void *caller, const char *path, const char *mode, FILE *
     return stream;
 }
 
+// Tells a request to the driver, and the stations that came.
+void tell_driver(const char *name, const WifiRequest &asked, bool table, int error) {
+    {
+        tap::Told told(error != 0, error != 0 ? tap::error_name(error) : nullptr);
+        told.line.begin(Event::kDriver);
+        told.line.word(name);
+        told.line.word(read_name(asked).text);
+        if (table) {
+            told.line.number(asked.data.length);
+        }
+    }
+    static constexpr StaInfoEntry kEmpty = {};
+    const auto *entries = static_cast<const StaInfoEntry *>(asked.data.pointer);
+    for (size_t place = 0; table && place < asked.data.length / sizeof kEmpty; ++place) {
+        if (memcmp(&entries[place], &kEmpty, sizeof kEmpty) != 0) {
+            tap::Told told;
+            told.line.begin(Event::kStation);
+            told.line.number(static_cast<long>(place));
+            told.line.bytes(&entries[place], sizeof kEmpty);
+        }
+    }
+}
+
+struct AddressRequest {
+    unsigned long number;
+    const char *name;
+    tap::Shown (*show)(const void *address);
+    size_t place;  // of the address in what comes
+};
+
+constexpr AddressRequest kAddressRequests[] = {
+    {SIOCGIFADDR,    "ip",   tap::Shown::ip,  offsetof(sockaddr_in, sin_addr)},
+    {SIOCGIFNETMASK, "mask", tap::Shown::ip,  offsetof(sockaddr_in, sin_addr)},
+    {SIOCGIFHWADDR,  "mac",  tap::Shown::mac, offsetof(sockaddr,    sa_data) },
+};
+
+// Tells the answer of the kernel, where it was asked for an address of an interface.
+void tell_address(unsigned long number, const ifreq &answer, int result) {
+    for (const AddressRequest &request : kAddressRequests) {
+        if (request.number == number) {
+            char name[sizeof answer.ifr_name + 1] = "";
+            memcpy(name, answer.ifr_name, sizeof answer.ifr_name);
+            tap::Told told(result < 0, result < 0 ? tap::error_name(errno) : nullptr);
+            told.line.begin(Event::kAddress);
+            told.line.word(request.name);
+            told.line.word(name[strcspn(name, " \n\t")] == '\0' && name[0] != '\0' ? name : "-");
+            if (result >= 0) {
+                told.line.word(request.show(reinterpret_cast<const char *>(&answer.ifr_addr) + request.place).text);
+            }
+        }
+    }
+}
+
 // The name of a request to the driver.
 const char *name_of(unsigned long request) {
     switch (request) {
@@ -257,14 +324,16 @@ PLAYED int ioctl(int fd, unsigned long request, ...) noexcept {
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
     if (request != kWifiNameRequest && request != kStationTableRequest && request != kAxPrivateRequest) {
-        return next("ioctl", next_ioctl)(fd, request, argument);
+        const int result = next("ioctl", next_ioctl)(fd, request, argument);
+        if (tap::hears(CALLER) && argument != nullptr) {
+            tell_address(request, *static_cast<const ifreq *>(argument), result);
+        }
+        return result;
     }
     const int error = answer(request, static_cast<WifiRequest *>(argument));
     if (tap::hears(CALLER) && argument != nullptr) {
-        tap::Told told(error != 0, error != 0 ? tap::error_name(error) : nullptr);
-        told.line.begin(Event::kDriver);
-        told.line.word(name_of(request));
-        told.line.word(read_name(*static_cast<WifiRequest *>(argument)).text);
+        tell_driver(name_of(request), *static_cast<const WifiRequest *>(argument),
+                    error == 0 && request != kWifiNameRequest, error);
     }
     if (error != 0) {
         errno = error;

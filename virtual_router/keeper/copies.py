@@ -15,6 +15,7 @@ URL = "http://127.0.0.1:{}/app/app.cgi"
 _SESSION = re.compile(r"\bUs[0-9a-f]{32}\b")
 STAND_IN_SESSION = "Us" + "0" * 32
 _SESSION_FILE = "/var/app_sessionid"
+_SINCE = ("/var/wan_uptime", "/var/ppp/startTime")  # files that tell since when the WAN is up
 _OF_RECORD = {"sysconfArgv": "sysconf", "weekdays": "week"}  # where a case has another word than the printout
 
 
@@ -165,6 +166,8 @@ class Case:
         self.replied = False
         self.output = ""
         self.path = None
+        self.arp, self.stations, self.interfaces = [], {}, {}
+        self.table = None  # rows of the station table that was read last
         self.changed = set()
         self.counts = {}
         for line in reading.lines:
@@ -173,6 +176,8 @@ class Case:
                 getattr(self, "take_" + found[1].word.replace("-", "_"), self.pass_over)(found[1], line)
         for name, count in self.counts.items():  # entries that nobody read
             self.store[name] += ["-"] * (count - len(self.store[name]))
+        for name, found in self.interfaces.items():
+            self.files[f"/sys/class/net/{name}"] = " ".join(found.get(what, "-") for what in ("ip", "mask", "mac"))
         status, signal = reading.exit
         body = body_of(reading, stand_ins)
         self.keys = {
@@ -186,6 +191,8 @@ class Case:
             **({"store": self.store} if self.store else {}),
             **({"files": self.files} if self.files else {}),
             **({"commands": self.commands} if self.commands else {}),
+            **({"arp": self.arp} if self.arp else {}),
+            **({"stations": self.stations} if self.stations else {}),
             **({"fail": found} if (found := self.faults(exchange)) else {}),
             "events": self.events,
             **({"queue": self.queue} if self.queue else {}),
@@ -202,8 +209,21 @@ class Case:
             tree = json.loads(text)
         except ValueError:
             return "text:" + text
-        compact = json.dumps(tree, ensure_ascii=False, separators=(",", ":"))
-        return compact if cjson_print(tree) + "\n" == text else "text:" + text
+        if cjson_print(tree) + "\n" != text:
+            return "text:" + text
+        return json.dumps(self.at_any_time(tree), ensure_ascii=False, separators=(",", ":"))
+
+    def at_any_time(self, tree):
+        """A reply with macros for what is another each time; the files with those that belong to them."""
+        found = tree.get("sys") if isinstance(tree, dict) else None
+        if isinstance(found, dict) and "upTime" in found:
+            found["upTime"] = "%UPTIME()%"
+        found = tree.get("wanStatus") if isinstance(tree, dict) else None
+        path = next((path for path in _SINCE if path in self.files), None)
+        if isinstance(found, dict) and path and found.get("upTime"):
+            self.files[path] = f"%TIME(-{found['upTime']})%\n"
+            found["upTime"] = f"%SINCE(-{found['upTime']})%"
+        return tree
 
     def faults(self, exchange):
         found = []
@@ -309,15 +329,34 @@ class Case:
 
     def take_arp(self, event, _):
         self.events.append(f"arp {event.fields[0]}")
-        self.remark("the ARP list (arp)")
+        self.arp = []
+
+    def take_neighbour(self, event, _):
+        address, mac = event.fields
+        again = any(line.split()[1] == mac for line in self.arp)
+        self.arp.append(f"{address} {mac}{' dup' if again else ''}")
 
     def take_driver(self, event, _):
-        self.remark("the Wi-Fi driver's tables (stations)")
+        request, interface = event.fields[:2]
+        if "failed" in event.marks:
+            return
+        self.stations.setdefault(interface, False)
+        if request != "name":
+            self.table = self.stations[interface] = []
+            if event.fields[2:] != [str(speech.TABLE_BYTES)]:
+                self.remarks.append(f"\n# The station table of {interface} came with {event.fields[2]} bytes, which the rows of a case cannot say.")
 
-    def remark(self, what):
-        line = f"\n# The journal does not know {what}: fill it in."
-        if line not in self.remarks:
-            self.remarks.append(line)
+    def take_station(self, event, _):
+        place, data = int(event.fields[0]), bytes.fromhex(event.fields[1])
+        if self.table is not None and place > 0:  # the first record is unused
+            self.table += ["-"] * (place - 1 - len(self.table)) + [speech.station_row(data)]
+
+    def take_address(self, event, _):
+        what, interface = event.fields[:2]
+        if "failed" not in event.marks:
+            self.interfaces.setdefault(interface, {})[what] = event.fields[2]
+        elif event.marks["failed"] != "ENODEV":
+            self.interfaces.setdefault(interface, {})
 
     def take_queue(self, event, line):
         if "failed" in event.marks:

@@ -28,7 +28,7 @@ SESSIONS = {
     "controller": "a mesh agent lets its controller in",
 }
 _NEED_LOGIN = 6
-_PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins", "holds")
+_PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins", "holds", "wrote")
 
 
 class Bytes:

@@ -17,6 +17,8 @@ ITEMS = {item.id: item for item in seam.read_items()}
 ITEMS_BY_NAME = {item.name: item for item in ITEMS.values()}
 _RECORDS, NUMBERS = seam.read_records()
 _RECORD = _RECORDS["SysMsgRecord"]
+_STATION = _RECORDS["StaInfoEntry"]
+TABLE_BYTES = NUMBERS["kStationSlots"] * _STATION.size
 _TYPES = {value: name for name, value in NUMBERS.items() if name.startswith("MSG_")}
 _PAYLOAD = NUMBERS["kSysMsgPayload"]
 _BEFORE_PAYLOAD = _RECORD.size - _PAYLOAD
@@ -86,6 +88,18 @@ def _field(field, data, name):
     if name == "weekdays":
         return f"{value[0] & 127:07b}" if value else "?"
     return str(int.from_bytes(value, sys.byteorder, signed=field.kind == "int32"))
+
+
+def station_row(data):
+    """A station of the Wi-Fi driver's table as a case has it: AID MAC FLAGS TX SIGNAL MODE RATE RX."""
+
+    def number(name):
+        field = _STATION.fields[name]
+        return str(int.from_bytes(data[field.offset : field.end], "little"))
+
+    mac = _STATION.fields["mac"]
+    texts = [number("association_id"), data[mac.offset : mac.end].hex(":")]
+    return " ".join([*texts, *map(number, ("state", "tx_rate", "rssi", "wireless_mode", "rate_flags", "rx_rate"))])
 
 
 def shown_marks(event, left_out=("time", "request", "secret")):

@@ -179,6 +179,8 @@ PLAYED ssize_t write(int file, const void *bytes, size_t size) {
             tap::flush();
         } else if (file == STDERR_FILENO) {
             tap::tell_error(static_cast<const char *>(bytes), done);
+        } else if (result >= 0) {
+            tap::tell_text(Event::kWrote, static_cast<const char *>(bytes), done);
         }
     }
     return result;

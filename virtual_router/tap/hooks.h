@@ -10,6 +10,8 @@
 #include "virtual_router/vocabulary/event.h"
 #include "virtual_router/vocabulary/fault.h"
 
+struct ArpEntry;
+
 // Of a value no more is told than this. It holds every item and the longest entry of a table; of a table that is
 // emptied it may be the beginning.
 constexpr size_t kMostToldBytes = 8192;
@@ -35,7 +37,7 @@ struct TapHooks {
     // A commit or a save that began then. `type` is as of apmib_update(), `how` as of a StoreCall.
     void (*tell_commit)(Event event, bool done, const char *how, int type, int64_t since);
     void (*tell_init)(bool done, const char *how);
-    void (*tell_arp)(const char *bridge);
+    void (*tell_arp)(const char *bridge, const ArpEntry *entries, int count);
     // The fault that lets this call fail; nullptr: none does. A delay has passed then. Of a call on no item the id is
     // 0.
     const Fault *(*strike)(Call call, const EventItem &item);

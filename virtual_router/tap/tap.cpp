@@ -16,6 +16,7 @@
 #include <initializer_list>
 
 #include "platform/apmib.h"
+#include "platform/arpcheck.h"
 #include "virtual_router/driver/clock.h"
 #include "virtual_router/driver/next.h"
 
@@ -113,10 +114,18 @@ void tell_init(bool done, const char *how) {
     told.line.begin(Event::kInit);
 }
 
-void tell_arp(const char *bridge) {
-    Told told;
-    told.line.begin(Event::kArp);
-    told.line.word(bridge);
+void tell_arp(const char *bridge, const ArpEntry *entries, int count) {
+    {
+        Told told;
+        told.line.begin(Event::kArp);
+        told.line.word(bridge);
+    }
+    for (const ArpEntry *entry = entries; entry < entries + count; ++entry) {
+        Told told;
+        told.line.begin(Event::kNeighbour);
+        told.line.word(Shown::ip(&entry->ip).text);
+        told.line.word(Shown::mac(entry->mac).text);
+    }
 }
 
 // --- faults ---
@@ -416,6 +425,21 @@ bool fails(Call call, const char *item) {
         errno = atoi(fault->how);
     }
     return fault != nullptr;
+}
+
+Shown Shown::ip(const void *address) {
+    const auto *byte = static_cast<const unsigned char *>(address);
+    Shown shown;
+    snprintf(shown.text, sizeof shown.text, "%d.%d.%d.%d", byte[0], byte[1], byte[2], byte[3]);
+    return shown;
+}
+
+Shown Shown::mac(const void *address) {
+    const auto *byte = static_cast<const unsigned char *>(address);
+    Shown shown;
+    snprintf(shown.text, sizeof shown.text, "%02x:%02x:%02x:%02x:%02x:%02x", byte[0], byte[1], byte[2], byte[3],
+             byte[4], byte[5]);
+    return shown;
 }
 
 const char *error_name(int error) {

@@ -58,6 +58,13 @@ const Fault *strike(Call call, const char *item = "");
 // The same for a call that fails with an error number, which is in errno then.
 bool fails(Call call, const char *item = "");
 
+// An address as it is told, of its bytes.
+struct Shown {
+    static Shown ip(const void *address);
+    static Shown mac(const void *address);
+    char text[18];
+};
+
 // As a mark of failure names it: ENOENT.
 const char *error_name(int error);
 

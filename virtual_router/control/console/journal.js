@@ -11,7 +11,7 @@ const BEYOND = 8; // rows that are there above and below what is in sight
 const MOST_LINES = 10000;
 const TYPING_MILLISECONDS = 200;
 // Events that only look, and what the request and the reply show anyway.
-const LOOKS = new Set(["get", "entry", "read", "driver", "arp", "init"]);
+const LOOKS = new Set(["get", "entry", "read", "driver", "station", "arp", "neighbour", "address", "init"]);
 const SHOWN_ELSEWHERE = new Set(["asked", "input", "reply"]);
 const KINDS = {
   set: "change", add: "change", delete: "change", "delete-all": "change", commit: "change", save: "change", write: "change", remove: "change", queue: "tell", run: "run", begins: "run",
