@@ -128,6 +128,7 @@ class Router:
         GIVEN_PORTS.update(range(self.port + 1, self.port + 4))  # of further phones and of agents
         self.loopback_port = free_port()
         self.log = self.folder / "log"
+        self.look = self.read_log
         self.process = None
         self.queue = None
 
@@ -150,9 +151,11 @@ class Router:
         )
         return run.returncode, run.stdout
 
-    def start(self, *arguments, fast=True):
-        """Starts a router, whose reboots are short ones unless it is told otherwise. Returns the seconds until it had introduced itself, or None if it did not."""
+    def start(self, *arguments, fast=True, output=None, look=None):
+        """Starts a router, whose reboots are short ones unless it is told otherwise. It prints into a file, or to the descriptor `output`,
+        and `look` tells what. Returns the seconds until it had introduced itself, or None if it did not."""
         self.before = queues()
+        self.look = look or self.read_log
         begin = time.monotonic()
         with open(self.log, "w") as log:
             self.process = subprocess.Popen(
@@ -161,7 +164,7 @@ class Router:
                     "--debug", *ALWAYS, *(["--fast"] if fast else []), *arguments,
                 ),
                 stdin=subprocess.DEVNULL,
-                stdout=log,
+                stdout=log if output is None else output,
                 stderr=subprocess.STDOUT,
                 env=self.environment(),
                 preexec_fn=heed_signals,
@@ -173,6 +176,9 @@ class Router:
         return time.monotonic() - begin
 
     def output(self):
+        return self.look()
+
+    def read_log(self):
         return self.log.read_text(errors="replace")
 
     def await_output(self, text, after=0, seconds=PATIENCE_SECONDS):

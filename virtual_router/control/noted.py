@@ -39,6 +39,7 @@ WHOLE = {
     "request": route.an_object({"head": route.TEXT, "body": route.TEXT, "cut": route.TRUTH}),
     "reply": route.an_object({"raw": route.TEXT, "body": route.TEXT, "cut": route.TRUTH}),
     "events": route.a_list(route.an_object(EVENT)),
+    "deeds": {**route.a_list(route.an_object({"title": route.TEXT, "lines": LIST_OF_TEXTS, "untold": route.WHOLE})), "description": "what the system daemon did for it, and printed"},
     "exit": route.or_null("integer"),
     "signal": route.or_null("string"),
     "untold": {**route.TRUTH, "description": "more was told than is kept"},

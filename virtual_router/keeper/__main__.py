@@ -55,7 +55,7 @@ def parse(words):
     parser.add_argument("--build-lock", type=int)
     for name in ("--allow-origin", "--allow-host"):
         parser.add_argument(name, action="append", default=[])
-    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces", "--resident"):
+    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces", "--resident", "--all-lines"):
         parser.add_argument(name, action="store_true")
     options = parser.parse_args(words)
     options.modes = MODES["proot" if options.no_namespaces else "namespaces"]

@@ -60,6 +60,7 @@ class Exchange:
         self.told = Bytes()
         self.told_to_end = None  # None: nothing is told; False: it is still being told
         self.faults = []  # lines of those that were armed for it
+        self.deeds = []  # what the system daemon did for it
         self.note = ""  # what the port did with it
         self._line = None  # when it is over
 
@@ -69,11 +70,17 @@ class Exchange:
 
     @property
     def size(self):
-        return len(self.head) + len(self.body.data) + len(self.reply.data) + len(self.told.data) + 500
+        return len(self.head) + len(self.body.data) + len(self.reply.data) + len(self.told.data) + sum(deed.size for deed in self.deeds) + 500
 
     def read(self):
         """What can be made of it so far. It is not kept: it takes much more room than what it is made of."""
         return Reading(self)
+
+    def records(self):
+        """What it put into the queue to the system daemon: when, in microseconds since 1970, and the record as the daemon prints it."""
+        if b" queue " not in self.told.data:
+            return []
+        return [(time, str(speech.vocabulary.Event(event.word, event.fields))) for time, event in self.read().events if event.word == "queue" and "failed" not in event.marks]
 
     def line(self):
         """What a list tells of it."""
@@ -294,6 +301,7 @@ class Reading:
                 "raw": text(exchange.reply.data), "body": text(self.reply_body), "cut": exchange.reply.size > len(exchange.reply.data),
             },
             "events": [self.shown(time, event, secrets, hiding) for time, event in self.events],
+            "deeds": [{"title": text(deed.title), "lines": [line if secrets else hiding.hide_all(line) for line in deed.lines], "untold": deed.untold} for deed in exchange.deeds],
             "exit": int(status) if status and status.isdigit() else None,
             "signal": signal,
             "untold": self.untold,

@@ -80,6 +80,7 @@ class Keeper:
         self.journal = None if options.no_journal else journal.Journal()
         self.printer = console.Printer()
         self.say = self.printer.say
+        self.folds = not options.all_lines and os.isatty(1)  # what is read later, by a person or a program, is there whole
         self.faults = faults.Faults(self.say, self.follow_faults, tapped=not options.resident)
         self.switched_off = None  # while a fault has the router off: what ends that
         self.parts = {}  # number -> Part

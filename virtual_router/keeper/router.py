@@ -8,6 +8,7 @@ import time
 
 import board
 import console
+import deeds
 import flash
 import premises
 import tap
@@ -17,8 +18,9 @@ MOST_COMMAND_OUTPUT = 1 << 16
 LISTEN_CONF = "etc/lighttpd-listen.conf"
 
 # name, command, and the name that stands before each line that it prints; the lines of the system daemon have one.
+DAEMON = "system daemon"
 SERVICES = (
-    ("system daemon", ["system_daemon"], None),
+    (DAEMON, ["system_daemon"], None),
     ("pairing daemon", ["wscd"], "wscd"),
     ("DHCP server", ["udhcpd", "-f"], "udhcpd"),
 )
@@ -44,6 +46,7 @@ class Router:
         self.title = title  # stands before its lines, where there are several
         self.board = None
         self.console = None
+        self.deeds = deeds.Deeds(self.say, keeper.folds, keeper.journal)
         self.tap = None
         self.on = False
         self.since = None
@@ -70,7 +73,7 @@ class Router:
         self.on, self.since = True, time.time()
         self.board = board.Board(listener, self)
         self.console = console.LineReader(pipe, self.say, "console")
-        self.tap = tap.Tap(tapped[0], self.guest, self.keeper.journal) if tapped else None
+        self.tap = tap.Tap(tapped[0], self.guest, self.keeper.journal, self.deeds) if tapped else None
 
     async def boot(self):
         """Makes its settings ready."""
@@ -81,8 +84,9 @@ class Router:
     async def start(self, service, lasting=True):
         """Starts a part that is to run as long as the router does; one that is not lasting may end before."""
         name, command, prefix = service
+        say = self.deeds.hear if name == DAEMON else self.say
         name = f"{self.title or 'router'}'s {name}" if self.title else name
-        return await self.keeper.start_part(name, self.guest, command, ENVIRONMENT, self.say, prefix, lasting=lasting)
+        return await self.keeper.start_part(name, self.guest, command, ENVIRONMENT, say, prefix, lasting=lasting)
 
     async def respawn(self, service):
         """Keeps a part running that may end, as a router's init does: it is started anew, a second later if it was short-lived."""
@@ -130,6 +134,7 @@ class Router:
         await self.keeper.order("power_off", guest=self.guest)
         if self.tap:
             self.tap.close()
+        self.deeds.forget()
 
     # --- what the router asks of its board ---
 

@@ -22,11 +22,12 @@ _WORD = re.compile(rb"(?:[a-z]+=\S+ )*?request=([0-9a-f]{16}) ")
 
 
 class Tap:
-    def __init__(self, fd, router, journal):
+    def __init__(self, fd, router, journal, deeds=None):
         self.listener = socket.socket(fileno=fd)
         self.listener.setblocking(False)
         self.router = router  # its guest's name
         self.journal = journal
+        self.deeds = deeds
         self.talks = set()
         self.unasked = MOST_UNASKED
         self.filled = time.monotonic()
@@ -133,5 +134,7 @@ class Talk:
         if self.exchange is not None:
             self.exchange.told_to_end = True
             exchange = self.exchange
+            if self.tap.deeds:
+                self.tap.deeds.expect(exchange, exchange.records())
             if exchange.port is None or exchange.ended is not None:
                 self.tap.journal.end(exchange)

@@ -218,6 +218,9 @@ def whole_lines(found):
     if found["untold"]:
         lines.append("            (more was told than is kept)")
     lines += [f"            (no event: {line})" for line in found["refused_lines"]]
+    for deed in found["deeds"]:
+        lines += [f"what the system daemon did for {deed['title']}:", *(f"    {safe(line)}" for line in deed["lines"])]
+        lines += [f"    ({deed['untold']} more lines)"] if deed["untold"] else []
     return lines + indented("reply", found["reply"]["body"], found["reply"]["cut"])
 
 
