@@ -16,7 +16,7 @@ import urllib.parse
 
 sys.path[1:1] = [str(pathlib.Path(__file__).resolve().parents[1] / name) for name in ("keeper", "")]
 
-from control import recording  # noqa: E402
+from control import recording, replaying  # noqa: E402
 from facts import Facts  # noqa: E402
 from gate import Gate, Refusal  # noqa: E402
 from speech import ITEMS_BY_NAME  # noqa: E402
@@ -25,15 +25,16 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 FACTS = Facts(PROJECT / "virtual_router/surroundings.sh")
 USAGE = """\
 Usage: script/router record --to URL [--port N] [--allow-host NAME] FILE
+       script/router record --since N FILE
        script/router replay [--phone N] [--ignore KEY,KEY] FILE
        script/router recording home FILE
 
 record     passes what an app asks at 127.0.0.1:N (8081) on to the router at URL, such as http://192.168.1.1, and writes it to FILE
-           with names, keys, passwords, serial numbers, sessions, MAC addresses and public addresses masked; until Ctrl-C
+           with names, keys, passwords, serial numbers, sessions, MAC addresses and public addresses masked; until Ctrl-C.
+           With --since in place of --to: what phones have asked of the virtual router that runs, behind request N of its journal
 replay     asks the running virtual router the same, with a session of its own, and says which replies differ and where
 recording home  prints a home file for script/server --home, in which the replies are the recorded ones as far as can be; what is not
            in it is told on standard error"""
-LOGIN = {"user": "admin", "pwd": "admin"}
 MOST_BODY_BYTES = 1 << 20
 REPLY_SECONDS = 60
 OF_CONNECTION = {"connection", "keep-alive", "proxy-connection", "te", "transfer-encoding", "upgrade", "host", "content-length", "accept-encoding", "cookie"}
@@ -128,11 +129,18 @@ def proxy(to, port, tape, hosts):
     return http.server.ThreadingHTTPServer(("127.0.0.1", port), Handler)
 
 
-def record(words, wrong_call):
-    options, rest = take_options(words, ("to", "port", "allow-host"), wrong_call)
+def record(words, wrong_call, control):
+    """`control` gives the way to the running router, which only --since needs."""
+    options, rest = take_options(words, ("to", "port", "allow-host", "since"), wrong_call)
+    if len(rest) == 1 and options.keys() == {"since"} and options["since"].isdigit():
+        found = control().ask("GET", "/api/recording", since=options["since"])
+        with open(os.open(rest[0], os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600), "w") as opened:
+            json.dump(found, opened, indent=1, ensure_ascii=False)
+        print(f"{len(found['exchanges'])} requests are written down")
+        return 0
     to, port = options.get("to", ""), options.get("port", "8081")
     if len(rest) != 1 or not re.fullmatch(r"http://[^/?#]+/?", to) or not re.fullmatch("[0-9]{1,5}", port):
-        raise wrong_call("script/router record --to http://ADDRESS [--port N] FILE")
+        raise wrong_call("script/router record --to http://ADDRESS [--port N] FILE, or script/router record --since N FILE")
     tape = Tape(rest[0])
     server = proxy(to, int(port), tape, [options["allow-host"]] if "allow-host" in options else [])
     for number in (signal.SIGINT, signal.SIGTERM):
@@ -155,42 +163,15 @@ def replay(control, words, wrong_call):
     options, rest = take_options(words, ("phone", "ignore"), wrong_call)
     if len(rest) != 1:
         raise wrong_call("script/router replay [--phone N] [--ignore KEY,KEY] FILE")
-    exchanges = read(rest[0], wrong_call)
-    ignored = {*recording.VARYING, *filter(None, options.get("ignore", "").split(","))}
-    path = f"/api/phones/{options.get('phone', '1')}/app/app.cgi"
-    sessions, same, differ = {}, 0, 0
-    for number, exchange in enumerate(exchanges, 1):
-        request, recorded = exchange["request"], exchange["reply"]
-        if not isinstance(request, dict):
-            print(f"passed over  {number:>3}  what is no JSON object")
-            continue
-        reply = control.ask("POST", path, own_request(request, recorded, sessions))
-        given = session_of(reply)
-        if given and session_of(recorded):
-            sessions[session_of(recorded)] = given
-        found = recording.differences(recorded, reply, ignored)
-        same, differ = same + (not found), differ + bool(found)
-        what = " ".join([str(request.get("action")), ",".join(key for key in request if key not in ("action", "sessionid", "info"))])
-        print(f"{'differs' if found else 'same   '}  {number:>3}  {what}")
-        for text in found[:20]:
+    count = {"same": 0, "differs": 0, "passed over": 0}
+    ignored = options.get("ignore", "").split(",")
+    for found in replaying.verdicts(read(rest[0], wrong_call), replaying.by_phone(control, options.get("phone", "1")), ignored):
+        count[found["verdict"]] += 1
+        print(f"{found['verdict']:<{11 if found['verdict'] == 'passed over' else 7}}  {found['number']:>3}  {found['what']}")
+        for text in found["differences"]:
             print(f"              {text}")
-    print(f"{same} passed, {differ} failed")
-    return int(differ > 0)
-
-
-def session_of(reply):
-    info = reply.get("info") if isinstance(reply, dict) else None
-    return info.get("sessionid") if isinstance(info, dict) else None
-
-
-def own_request(request, recorded, sessions):
-    """With this router's session, and its account where the recorded one was let in."""
-    request = dict(request)
-    if request.get("sessionid") in sessions:
-        request["sessionid"] = sessions[request["sessionid"]]
-    if str(request.get("action")).lower() == "login" and session_of(recorded):
-        request["info"] = LOGIN
-    return request
+    print(f"{count['same']} passed, {count['differs']} failed")
+    return int(count["differs"] > 0)
 
 
 def make_home(words, wrong_call):

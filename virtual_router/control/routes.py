@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """All that the control port answers. Whoever adds a module adds it here."""
 
-from . import about, contract, device, expect, noted, pages, phones, snapshots
+from . import about, contract, device, expect, noted, pages, phones, played, snapshots
 
 MODULES = (
     pages,
@@ -11,6 +11,7 @@ MODULES = (
     noted,
     phones,
     expect,
+    played,
     snapshots,
 )
 ROUTES = tuple(found for module in MODULES for found in module.ROUTES)

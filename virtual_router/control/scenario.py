@@ -19,8 +19,7 @@ import tomllib
 
 sys.path[1:1] = [str(pathlib.Path(__file__).resolve().parents[1] / name) for name in ("keeper", "")]
 
-import client  # noqa: E402
-from control import matching  # noqa: E402
+from control import client, matching  # noqa: E402
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 USAGE = """\
@@ -252,8 +251,16 @@ def check_step(step):
 def load(path):
     """A scenario, in which all is as it must be. Raises WrongFile."""
     try:
-        found = tomllib.loads(pathlib.Path(path).read_text())
-    except (OSError, UnicodeDecodeError, tomllib.TOMLDecodeError) as error:
+        return parse(pathlib.Path(path).read_text(), path)
+    except (OSError, UnicodeDecodeError) as error:
+        raise WrongFile(f"{path}: {error}") from None
+
+
+def parse(text, path):
+    """The same of a text. `path` stands before what is wrong."""
+    try:
+        found = tomllib.loads(text)
+    except tomllib.TOMLDecodeError as error:
         raise WrongFile(f"{path}: {error}") from None
     unknown = found.keys() - {"about", "server", "step"}
     if unknown:
@@ -278,19 +285,27 @@ def title_of(step):
 # --- playing ---
 
 
-def play(found, control):
-    """Plays a scenario. Returns how many steps came out and how many did not: after one that did not, none is played."""
+def verdicts(found, control):
+    """Plays a scenario: yields the title of each step and by what it failed, None if it did not. After one that did, none is played."""
     player = Player(control)
-    for number, step in enumerate(found["step"], 1):
+    for step in found["step"]:
         try:
             player.play(step)
         except (Failed, client.Failed) as error:
-            print(f"FAILED  {number:>3}  {title_of(step)}", flush=True)
-            for line in str(error).splitlines():
-                print(f"             {line}", flush=True)
-            return number - 1, 1
-        print(f"ok      {number:>3}  {title_of(step)}", flush=True)
-    return len(found["step"]), 0
+            yield title_of(step), str(error)
+            return
+        yield title_of(step), None
+
+
+def play(found, control):
+    """Plays a scenario, and says how each step came out. Returns how many did and how many did not."""
+    came = did_not = 0
+    for number, (title, failure) in enumerate(verdicts(found, control), 1):
+        print(f"{'ok     ' if failure is None else 'FAILED '} {number:>3}  {title}", flush=True)
+        for line in (failure or "").splitlines():
+            print(f"             {line}", flush=True)
+        came, did_not = came + (failure is None), did_not + (failure is not None)
+    return came, did_not
 
 
 @contextlib.contextmanager

@@ -210,6 +210,8 @@ class Handler(tornado.web.RequestHandler):
             self.refuse(refused)
         except premises.Refused as refused:
             self.refuse(route.Refused(409, "router", str(refused)))
+        except asyncio.CancelledError:
+            self._finished = True  # whoever asked has hung up
 
     get = head = post = put = delete = carry_out
 

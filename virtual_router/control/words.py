@@ -2,13 +2,17 @@
 """The words of script/router that go to the control port: words.py STATE VERB [WORD...]. Exit status: 0 done, 1 refused, 2 a wrong call."""
 
 import json
+import pathlib
 import sys
 
 sys.dont_write_bytecode = True
 
-import client  # noqa: E402
+sys.path.insert(1, str(pathlib.Path(__file__).resolve().parents[1]))
+
 import expect_words  # noqa: E402
 import snapshot_words  # noqa: E402
+
+from control import client  # noqa: E402
 
 
 class WrongCall(Exception):
@@ -82,7 +86,9 @@ def main(folder, verb, *words):
                 return 0
             if verb == "replay":
                 return record_words.replay(client.Control(folder), words, WrongCall)
-            return (record_words.record if verb == "record" else record_words.make_home)(words, WrongCall)
+            if verb == "recording":
+                return record_words.make_home(words, WrongCall)
+            return record_words.record(words, WrongCall, lambda: client.Control(folder))
         function, _ = VERBS[verb]
         return function(client.Control(folder), *words) or 0
     except WrongCall as error:

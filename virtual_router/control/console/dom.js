@@ -45,6 +45,41 @@ export function notice(text, bad = false) {
   setTimeout(() => line.remove(), bad ? 9000 : 4500);
 }
 
+/** A label with its control. */
+export const field = (label, control) => h("label", { class: "field" }, label, control);
+
+/** Gives the browser's user a text as a file. */
+export function save(name, text) {
+  const url = URL.createObjectURL(new Blob([text], { type: "application/octet-stream" }));
+  h("a", { href: url, download: name }).click();
+  setTimeout(() => URL.revokeObjectURL(url), 10000);
+}
+
+/**
+ * What takes its time and can be stopped: run(work) has work(signal) done, and a button appears beside what is shown. A stop is no error.
+ */
+export function stoppable() {
+  let running = null;
+  const element = h("button", { type: "button", class: "plain", hidden: true, onclick: () => running?.abort() }, "Stop");
+  return {
+    element,
+    async run(work) {
+      running = new AbortController();
+      element.hidden = false;
+      try {
+        return await work(running.signal);
+      } catch (error) {
+        if (error.name !== "AbortError") throw error;
+        return null;
+      } finally {
+        element.hidden = true;
+        running = null;
+      }
+    },
+    stop: () => running?.abort(),
+  };
+}
+
 /**
  * Looks at once, and again every so often while somebody sees the page, until the function that comes back is called. `refused` hears of
  * refusals.

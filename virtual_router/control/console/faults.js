@@ -2,7 +2,7 @@
 // The screen of the faults: which requests meet what. A fault is a line; the buttons put lines together that are often wanted.
 
 import * as command from "./command.js";
-import { button, h, regularly, replace } from "./dom.js";
+import { button, field, h, regularly, replace } from "./dom.js";
 import { ask, get, post } from "./port.js";
 
 const LOOK_MILLISECONDS = 2000;
@@ -22,7 +22,6 @@ const armLine = (fault) => command.line("faults", "add", fault);
 function open(main) {
   let objects = [];
   const armed = h("section", { class: "card", "aria-label": "Armed faults" });
-  const field = (label, control) => h("label", { class: "field" }, label, control);
   const count = h("input", { type: "number", min: "1", placeholder: "always" });
   const phone = h("input", { type: "number", min: "1", placeholder: "every" });
   const action = h("select", {}, ["", "get", "set", "login", "scan"].map((value) => h("option", { value }, value || "every")));

@@ -10,6 +10,8 @@ const ROW_PIXELS = 34;
 const BEYOND = 8; // rows that are there above and below what is in sight
 const MOST_LINES = 10000;
 const TYPING_MILLISECONDS = 200;
+const DEED_MILLISECONDS = 10000; // a restart's, on a busy machine
+const AGAIN_MILLISECONDS = 1500;
 // Events that only look, and what the request and the reply show anyway.
 const LOOKS = new Set(["get", "entry", "read", "driver", "station", "arp", "neighbour", "address", "init"]);
 const SHOWN_ELSEWHERE = new Set(["asked", "input", "reply"]);
@@ -17,6 +19,7 @@ const KINDS = {
   set: "change", add: "change", delete: "change", "delete-all": "change", commit: "change", save: "change", write: "change", remove: "change", queue: "tell", run: "run", begins: "run",
   output: "run", error: "bad", fault: "bad", exit: "end", debug: "debug",
 };
+const SHORT_DEED = 3; // lines that need no folding
 const COPIES = { curl: "curl", typescript: "TypeScript", python: "Python", case: "case" };
 
 const clock = (microseconds) => {
@@ -145,6 +148,15 @@ function change(event) {
   return h("span", { class: "change" }, event.text.replace(/^took=\d+ /, "") + took);
 }
 
+/** What the system daemon did for a record, folded: of a restart there are 40 lines. */
+function deed({ title, lines, untold }) {
+  const count = lines.length + untold;
+  return [
+    h("h3", {}, `What the system daemon did for ${title}`),
+    count === 0 ? h("p", { class: "hint" }, "It printed nothing.") : h("details", { class: "deed", open: count <= SHORT_DEED }, h("summary", {}, `${count} ${count === 1 ? "line" : "lines"}`), h("pre", { class: "wire", tabindex: "0", "aria-label": title }, lines.join("\n"), untold > 0 && `\n(${untold} more)`)),
+  ];
+}
+
 function whole(found) {
   const facts = [`from ${found.address ?? "?"}`, found.session && `session: ${found.session}`, found.http && `HTTP ${found.http}`, found.exit !== null && `exit status ${found.exit}`, found.signal && `signal ${found.signal}`].filter(Boolean);
   const copies = h("div", { class: "copied", "aria-live": "polite" });
@@ -165,6 +177,7 @@ function whole(found) {
     h("h3", {}, "What it did"), h("p", { class: "hint" }, "in milliseconds since it came"),
     found.events.length > 0 ? effects(found.events) : h("p", { class: "empty" }, "app.cgi told nothing: it was not asked."),
     found.untold && h("p", { class: "hint" }, "More was told than is kept."),
+    found.deeds.map(deed),
     h("h3", {}, "Reply"), h("pre", { class: "wire", tabindex: "0", "aria-label": "reply" }, pretty(found.reply.body), found.reply.cut && "\n(cut)"),
   ];
 }
@@ -178,6 +191,7 @@ function open(main, path) {
   let stream = null;
   let over = false;
   let timer = 0;
+  let again = 0;
   let due = false;
   const count = h("p", { role: "status" }, "…");
   const panel = h("section", { class: "card request", "aria-label": "One request" }, h("p", { class: "empty" }, "Choose a request: what was sent and answered, and what it did in between."));
@@ -185,8 +199,18 @@ function open(main, path) {
 
   async function showOne(number) {
     history.replaceState(null, "", `#/journal/${number}`);
-    replace(panel, whole(await get(`/api/journal/${number}`)));
+    await read(number);
     panel.scrollTop = 0;
+  }
+
+  async function read(number) {
+    const found = await get(`/api/journal/${number}`);
+    replace(panel, whole(found));
+    clearTimeout(again);
+    // What the daemon does for it may take a while; nothing is taken away under the hand.
+    if (found.events.some((event) => event.word === "queue") && Date.now() - found.time / 1000 < DEED_MILLISECONDS) {
+      again = setTimeout(() => !over && lines.chosen === number && !panel.contains(document.activeElement) && read(number).catch(() => {}), AGAIN_MILLISECONDS);
+    }
   }
 
   const admits = (line) => (!chosenBy.failed || (!isGood(line) && line.verdict !== "under way")) && (!chosenBy.phone || phone(line) === chosenBy.phone) && (!chosenBy.action || line.action === chosenBy.action)
@@ -296,6 +320,7 @@ function open(main, path) {
     over = true;
     stream?.close();
     clearTimeout(timer);
+    clearTimeout(again);
   };
 }
 

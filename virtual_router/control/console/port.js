@@ -39,6 +39,25 @@ export async function ask(method, path, body, signal) {
 export const get = (path, signal) => ask("GET", path, undefined, signal);
 export const post = (path, body = {}) => ask("POST", path, body);
 
+/** Has `heed(event, what it says)` hear what comes of a request that takes its time, until the last of it. */
+export async function follow(path, body, heed, signal) {
+  const answer = await fetch(path, { method: "POST", signal, headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) });
+  if (!answer.ok) {
+    const { error } = await answer.json();
+    throw new Refused(error.message, error.code, answer.status);
+  }
+  const reader = answer.body.pipeThrough(new TextDecoderStream()).getReader();
+  let rest = "";
+  for (let part = await reader.read(); !part.done; part = await reader.read()) {
+    const blocks = (rest + part.value).split("\n\n");
+    rest = blocks.pop();
+    for (const block of blocks) {
+      const [, event, data] = /^event: (.*)\ndata: (.*)$/s.exec(block) ?? [];
+      if (event) heed(event, JSON.parse(data));
+    }
+  }
+}
+
 const NEED_LOGIN = 6;
 
 /** The phone that asks and its session. Listeners hear of changes. */
