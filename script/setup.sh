@@ -18,6 +18,7 @@ packages_of() {
     # npm is part of the package nodejs where that does not come from Debian.
     clients) echo python3 mypy kotlin nodejs "$(command -v npm >/dev/null || echo npm)" ;;
     browser) echo chromium nodejs "$(command -v npm >/dev/null || echo npm)" ;;
+    pictures) echo pngquant ;;
     cases) echo python3 proot ;;
     web-servers) echo lighttpd busybox nginx-light fcgiwrap apache2 mini-httpd ;;
     valgrind) echo valgrind libc6-dbg ;;
