@@ -18,6 +18,7 @@ foreach(language C CXX)
   set(CMAKE_${language}_COMPILER_AR /usr/bin/${CROSS}-gcc-ar CACHE FILEPATH "")
   set(CMAKE_${language}_COMPILER_RANLIB /usr/bin/${CROSS}-gcc-ranlib CACHE FILEPATH "")
 endforeach()
+set(CMAKE_STRIP /usr/bin/${CROSS}-strip CACHE FILEPATH "") # by a C++ compiler of this name CMake does not find it
 execute_process(COMMAND ${CROSS}-gcc -dumpversion OUTPUT_VARIABLE version OUTPUT_STRIP_TRAILING_WHITESPACE)
 execute_process(COMMAND ${CROSS}-gcc -print-file-name=include OUTPUT_VARIABLE own_headers OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(CMAKE_C_FLAGS_INIT "${OLD_ROUTER_FLAGS} @${MUSL_FOLDER}/gcc-options")
