@@ -1,5 +1,11 @@
+################################################################################
+#
+# router-endpoint
+#
+################################################################################
+
 # SPDX-License-Identifier: MIT
-# JSON configuration endpoint of a home Wi-Fi router, from the source tree in which this external tree lies.
+# The source tree in which this external tree lies.
 ROUTER_ENDPOINT_VERSION = 1.0.0
 ROUTER_ENDPOINT_SITE = $(BR2_EXTERNAL_ROUTER_ENDPOINT_PATH)/../..
 ROUTER_ENDPOINT_SITE_METHOD = local
