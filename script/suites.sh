@@ -77,7 +77,7 @@ bench           | wait | -    | build router valgrind | release: app.cgi apmib a
 e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
 e2e-resident    | wait | -    | build router home    | release: app.cgi app.scgi virtual_router/all | tests/e2e/run --way no-namespaces --resident --story requests
 scenarios       | wait | -    | build router home    | release: app.cgi virtual_router/all   | script/router scenario --start virtual_router/scenarios/*.toml
-control         | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/control/run
+control         | wait | -    | build router home cases | release: app.cgi virtual_router/all tests/runner/all | tests/control/run
 console         | wait | -    | build router home cases browser | release: app.cgi virtual_router/all tests/runner/all | tests/console/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run
 contract-broken | wait | -    | build router home contract | release: app.cgi virtual_router/all   | contract/tool/broken.py

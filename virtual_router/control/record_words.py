@@ -16,6 +16,8 @@ import urllib.parse
 
 sys.path[1:1] = [str(pathlib.Path(__file__).resolve().parents[1] / name) for name in ("keeper", "")]
 
+import client  # noqa: E402
+
 from control import recording, replaying  # noqa: E402
 from facts import Facts  # noqa: E402
 from gate import Gate, Refusal  # noqa: E402
@@ -26,13 +28,14 @@ FACTS = Facts(PROJECT / "virtual_router/surroundings.sh")
 USAGE = """\
 Usage: script/router record --to URL [--port N] [--allow-host NAME] FILE
        script/router record --since N FILE
-       script/router replay [--phone N] [--ignore KEY,KEY] FILE
+       script/router replay [--phone N] [--ignore KEY,KEY] [--cases FOLDER] FILE
        script/router recording home FILE
 
 record     passes what an app asks at 127.0.0.1:N (8081) on to the router at URL, such as http://192.168.1.1, and writes it to FILE
            with names, keys, passwords, serial numbers, sessions, MAC addresses and public addresses masked; until Ctrl-C.
            With --since in place of --to: what phones have asked of the virtual router that runs, behind request N of its journal
-replay     asks the running virtual router the same, with a session of its own, and says which replies differ and where
+replay     asks the running virtual router the same, with a session of its own, and says which replies differ and where; --cases writes
+           those whose replies are the recorded ones as cases for tests/run_cases, with all that the router did
 recording home  prints a home file for script/server --home, in which the replies are the recorded ones as far as can be; what is not
            in it is told on standard error"""
 MOST_BODY_BYTES = 1 << 20
@@ -160,18 +163,62 @@ def read(file, wrong_call):
 
 
 def replay(control, words, wrong_call):
-    options, rest = take_options(words, ("phone", "ignore"), wrong_call)
+    options, rest = take_options(words, ("phone", "ignore", "cases"), wrong_call)
     if len(rest) != 1:
-        raise wrong_call("script/router replay [--phone N] [--ignore KEY,KEY] FILE")
+        raise wrong_call("script/router replay [--phone N] [--ignore KEY,KEY] [--cases FOLDER] FILE")
     count = {"same": 0, "differs": 0, "passed over": 0}
     ignored = options.get("ignore", "").split(",")
-    for found in replaying.verdicts(read(rest[0], wrong_call), replaying.by_phone(control, options.get("phone", "1")), ignored):
+    phone = options.get("phone", "1")
+    exchanges = read(rest[0], wrong_call)
+    cases = Cases(control, options["cases"], phone) if "cases" in options else None
+    for found in replaying.verdicts(exchanges, replaying.by_phone(control, phone), ignored):
         count[found["verdict"]] += 1
         print(f"{found['verdict']:<{11 if found['verdict'] == 'passed over' else 7}}  {found['number']:>3}  {found['what']}")
         for text in found["differences"]:
             print(f"              {text}")
+        if cases and found["verdict"] != "passed over":
+            cases.copy(found)
+    if cases:
+        print(f"{cases.count} cases are in {cases.folder}; tests/run_cases --cases runs them")
     print(f"{count['same']} passed, {count['differs']} failed")
     return int(count["differs"] > 0)
+
+
+class Cases:
+    """Copies what this phone has asked, and the router has done, into a folder, which is to be a new one."""
+
+    def __init__(self, control, folder, phone):
+        self.control, self.folder, self.phone, self.count = control, pathlib.Path(folder), phone, 0
+        self.folder.mkdir(parents=True)
+        self.last = control.ask("GET", "/api/status")["journal"]
+        if self.last is None:
+            raise client.Failed("this router notes no requests, of which cases could be made (script/server --no-journal)")
+
+    def copy(self, found):
+        """The last request, of which this is the verdict, when it is over: what is done behind the reply belongs to it."""
+        line = self.find()
+        if found["verdict"] != "same":
+            print("              so there is no case of it")
+            return
+        try:
+            text = self.control.ask("GET", f"/api/journal/{line['number']}/as/case")["text"]
+        except client.Failed as error:
+            print(f"              there is no case of it: {error}")
+            return
+        text = text.replace(f"request {line['number']} of the journal", f"request {found['number']} of the recording", 1)
+        name = re.sub("[^A-Za-z0-9]+", "-", found["what"])[:40].strip("-")
+        (self.folder / f"{found['number']:04}-{name}.toml").write_text(text)
+        self.count += 1
+
+    def find(self):
+        deadline = time.monotonic() + REPLY_SECONDS
+        while time.monotonic() < deadline:
+            found = self.control.ask("GET", "/api/journal", since=self.last, phone=self.phone, last=1)["requests"]
+            if found and found[0]["verdict"] != "under way":
+                self.last = found[0]["number"]
+                return found[0]
+            time.sleep(0.02)
+        raise client.Failed("the journal does not tell the end of a request")
 
 
 def make_home(words, wrong_call):

@@ -10,14 +10,18 @@ import ipaddress
 import json
 import re
 
+from . import recorded_lists
+
 FORM = 1
 # Keys whose texts are masked, and the form of the mask; a number stands for {}.
 MASKED_KEYS = {
     "name": "Name {}", "ssid": "Network {}", "ssid5": "Network {}", "device_name": "Name {}", "wifipwd": "key number {:04}", "wifipwd5": "key number {:04}",
-    "pwd": "password {}", "ppppwd": "password {}", "pppuser": "account {}", "sn": "sn{:08}", "user": "user{}", "usr": "user{}", "keyword": "word{}", "guid": "guid-{}",
+    "pwd": "password {}", "ppppwd": "password {}", "pppuser": "account {}", "sn": "sn{:08}", "user": "user{}", "usr": "user{}", "keyword": "word{}", "addurl": "word{}", "delurl": "word{}", "guid": "guid-{}",
+    "maclist[1]": "Name {}", "addmaclist[1]": "Name {}",  # of a device in the list
 }  # fmt: skip
 _MAC = re.compile(r"\b(?:[0-9A-Fa-f]{2}([:-]))(?:[0-9A-Fa-f]{2}\1){4}[0-9A-Fa-f]{2}\b|\b[0-9A-Fa-f]{12}\b")
 _SESSION = re.compile(r"\bUs[0-9a-f]{32}\b")
+_NUMBERED = re.compile(r"url\d+")
 _IPV4 = re.compile(r"\b\d{1,3}(?:\.\d{1,3}){3}\b")
 _LONG_ENOUGH = 4  # of an original that is masked wherever it is: a shorter one may be a part of anything
 _PUBLIC = ipaddress.IPv4Network("198.18.0.0/15")  # of tests
@@ -71,10 +75,10 @@ class Mask:
         if isinstance(value, dict):
             return {name: self.tree(inner, name) for name, inner in value.items()}
         if isinstance(value, list):
-            return [self.tree(inner, key) for inner in value]
+            return [self.tree(inner, key if isinstance(inner, (dict, list)) else f"{key}[{place}]") for place, inner in enumerate(value)]
         if not isinstance(value, str):
             return value
-        form = MASKED_KEYS.get(key.lower())
+        form = MASKED_KEYS.get(key.lower()) or (MASKED_KEYS["keyword"] if _NUMBERED.fullmatch(key) else None)
         if form and value:
             masked = self.number(form, value, form.format)
             if len(value) >= _LONG_ENOUGH:
@@ -162,6 +166,8 @@ def differences(before, after, ignored, place=""):
 # --- a home of it ---
 
 NOT_TAKEN = ("MIB_USER_NAME", "MIB_USER_PASSWORD")  # the account is masked; a virtual router has its own
+PORT_SPEEDS = {"10M": "10M", "100M": "100M", "1000M": "1000M", "0M": "down"}  # as told, and as a home has it
+RADIOS = {"5g": "wlan0", "2g": "wlan1"}
 WIRED_PORTS = ("port2", "port3", "port4", "port5")
 
 
@@ -210,6 +216,9 @@ def home(exchanges, objects, phone_place, items):
         told = about.get("get", {}).get("reply", {})
         settable = about.get("set", {}).get("keys", {})
         for key, value in reply.items():
+            if (table := recorded_lists.stored(name, key, value)) is not None:
+                store.update((flash_name(item), text) for item, text in table.items())
+                continue
             named = stored_as(told.get(key, {}), settable.get(key, {}))
             usable = named and not isinstance(value, (dict, list)) and all(
                 each.partition("@")[0] in items and not each.endswith("@each") and each not in NOT_TAKEN for each in named
@@ -228,10 +237,21 @@ def home(exchanges, objects, phone_place, items):
                 continue
             keys_of.update((each, f"{name}/{key}") for each in named)
             store.update((flash_name(each), int(not int(value)) if turned else value) for each in named)
-    found = {"description": "Made of a recording", "store": store, "phone": {"at": ["wlan0", "wlan1"]}, "devices": []}
+    found = {"description": "Made of a recording", "store": store, "ports": {}, "phone": {"at": ["wlan0", "wlan1"]}, "devices": []}
     lan = replies.get("lan") if isinstance(replies.get("lan"), dict) else {}
     devices(replies.get("lanStatus"), lan, phone_place, found, left_out)
     return found, left_out
+
+
+def port_of(told, ports):
+    """The port of a device whose link is told so; the speeds of the ports are noted in `ports`. The last port has what is left."""
+    speed = PORT_SPEEDS.get(told)
+    if speed is None:
+        return WIRED_PORTS[0]
+    for port in WIRED_PORTS:
+        if ports.setdefault(port, speed) == speed:
+            break
+    return port
 
 
 def devices(reply, lan, phone_place, found, left_out):
@@ -249,18 +269,24 @@ def devices(reply, lan, phone_place, found, left_out):
             place = int(ipaddress.IPv4Address(device["ip"])) - int(network.network_address)
             digits = device["mac"].lower()
             mac = ":".join(digits[at : at + 2] for at in range(0, 12, 2))
-            at = {"5g": "wlan0", "2g": "wlan1", "wired": WIRED_PORTS[len(found["devices"]) % 4]}.get(device["conType"], "unseen")
+            at = port_of(device.get("dlink"), found["ports"]) if device["conType"] == "wired" else RADIOS.get(device["conType"], "unseen")
         except (KeyError, TypeError, ValueError):
             left_out.append(f"a device of lanStatus: {json.dumps(device)[:80]}")
             continue
+        if device["conType"] not in ("5g", "2g", "wired", "unknown"):
+            left_out.append(f"that {device['ip']} is connected as {json.dumps(device['conType'])[:40]}")
         name = device.get("name") or f"device {place}"
         name = name if name not in names else f"{name} {place}"
         names.add(name)
         about = {"name": name, "at": at} if device.get("name") or place == phone_place else {"name": name, "at": at, "lease": False}
         if at.startswith("wlan"):
             about["signal"] = max(0, min(255, int(device.get("rssi", 50))))
+            keys, fits = recorded_lists.link({"dlink": "", "ulink": "", **device, "rssi": about["signal"]}, device["conType"])
+            about.update(keys)
+            if not fits:
+                left_out.append(f"the rates of {name}: {device.get('dlink')} down, {device.get('ulink')} up at a signal of {about['signal']}")
         about.update({way: int(device.get(key, 0)) for way, key in (("down", "dspeed"), ("up", "uspeed"))})
-        if place == phone_place and at.startswith("wlan"):
+        if place == phone_place:
             found["phone"] = about
         else:
             found["devices"].append({**about, "mac": mac, "place": place})

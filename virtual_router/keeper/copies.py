@@ -220,9 +220,10 @@ class Case:
             found["upTime"] = "%UPTIME()%"
         found = tree.get("wanStatus") if isinstance(tree, dict) else None
         path = next((path for path in _SINCE if path in self.files), None)
-        if isinstance(found, dict) and path and found.get("upTime"):
-            self.files[path] = f"%TIME(-{found['upTime']})%\n"
-            found["upTime"] = f"%SINCE(-{found['upTime']})%"
+        if isinstance(found, dict) and path and isinstance(found.get("upTime"), int):
+            since = -found["upTime"]
+            self.files[path] = f"%TIME({since})%\n"
+            found["upTime"] = f"%SINCE({since})%"
         return tree
 
     def faults(self, exchange):

@@ -15,9 +15,9 @@ import vocabulary  # noqa: E402
 
 ITEMS = {item.id: item for item in seam.read_items()}
 ITEMS_BY_NAME = {item.name: item for item in ITEMS.values()}
-_RECORDS, NUMBERS = seam.read_records()
-_RECORD = _RECORDS["SysMsgRecord"]
-_STATION = _RECORDS["StaInfoEntry"]
+RECORDS, NUMBERS = seam.read_records()
+_RECORD = RECORDS["SysMsgRecord"]
+_STATION = RECORDS["StaInfoEntry"]
 TABLE_BYTES = NUMBERS["kStationSlots"] * _STATION.size
 _TYPES = {value: name for name, value in NUMBERS.items() if name.startswith("MSG_")}
 _PAYLOAD = NUMBERS["kSysMsgPayload"]
