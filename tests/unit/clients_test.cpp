@@ -2,7 +2,9 @@
 // The readers of the client list whose sources can be handed to them. Those with fixed paths are tested with the
 // program.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -180,6 +183,32 @@ class Folder {
     char path_[32] = "/tmp/clients-test-XXXXXX";
 };
 
+// The command `flash` tells of one interface alone that it is one of 802.11ax.
+TEST(AxInterfaces, AreKnownByTheirNameInCapitals) {
+    const Folder folder;
+    folder.write("flash", "#!/bin/sh\ntest \"$1 $2\" = \"get ${AX}_AX_SUPPORT\" && echo $2=${AX_SUPPORT}\n");
+    ASSERT_EQ(chmod(folder.path("flash").c_str(), 0755), 0);
+    const std::string path = getenv("PATH");
+    setenv("PATH", (folder.path("") + ":" + path).c_str(), 1);
+    const std::pair<std::string, std::string> names[] = {
+        {"wlan0",             "WLAN0"            },
+        {"wlan1-va3",         "WLAN1_VA3"        },
+        {"abcxyz-ABCXYZ@09_", "ABCXYZ_ABCXYZ@09_"},
+        {"-a-",               "_A_"              },
+    };
+    for (const auto &[interface, setting] : names) {
+        setenv("AX", setting.c_str(), 1);
+        setenv("AX_SUPPORT", "1", 1);
+        EXPECT_EQ(isAxSupported(interface.c_str()), 1) << interface;
+        setenv("AX_SUPPORT", "0", 1);
+        EXPECT_EQ(isAxSupported(interface.c_str()), 0) << interface;
+        setenv("AX", "WLAN9", 1);
+        setenv("AX_SUPPORT", "1", 1);
+        EXPECT_EQ(isAxSupported(interface.c_str()), 0) << interface;
+    }
+    setenv("PATH", path.c_str(), 1);
+}
+
 TEST(PidFromFile, IsTheNumberOfTheFirstLine) {
     const Folder folder;
     const std::string path = folder.path("pid");
@@ -196,6 +225,20 @@ TEST(PidFromFile, IsTheNumberOfTheFirstLine) {
     EXPECT_EQ(pid_of("-5\n"), -5);
     EXPECT_EQ(pid_of(std::string(98, ' ') + "12\n"), 1);
     EXPECT_EQ(pid_of(std::string(99, ' ') + "12\n"), 0);
+}
+
+TEST(PidFromFile, IsNoneWhereTheFileCannotBeOpened) {
+    const Folder folder;
+    const std::string path = folder.path("pid");
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    ASSERT_EQ(path.copy(address.sun_path, sizeof address.sun_path - 1), path.size());
+    const int socket_file = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(socket_file, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(get_pid_from_file(path.c_str()), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Read pid file error!\n");
+    close(socket_file);
 }
 
 TEST(DhcpLeases, WaitForTheServerAMillisecond) {
@@ -215,6 +258,32 @@ TEST(WiredClient, NeedsAllArguments) {
     EXPECT_EQ(cmnt_isClientfromWired(arp, kFirst, nullptr), 0);
     EXPECT_EQ(port, 7);
     EXPECT_EQ(arp.state, FileState::kNotRead);
+}
+
+// A port is a character of the file, whatever its number; all others have no link.
+TEST(SwitchPort, IsOneOfACharacter) {
+    SwitchPorts ports;
+    ports.state = FileState::kRead;
+    for (SwitchPorts::Port &port : ports.ports) {
+        port.link = SwitchPorts::Link::kUp;
+    }
+    for (const int port : {-'0', -1, 0, 9, 255 - '0'}) {
+        char speed[20] = "as it was";
+        EXPECT_EQ(cmnt_getEthPortStatus(ports, port, speed), 1) << port;
+        EXPECT_STREQ(speed, "as it was") << port;
+    }
+    for (const int port : {-'0' - 1, 256 - '0', std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        char speed[20] = "as it was";
+        EXPECT_EQ(cmnt_getEthPortStatus(ports, port, speed), 0) << port;
+        EXPECT_STREQ(speed, "as it was") << port;
+    }
+}
+
+TEST(Stations, AreNoneOfAnInterfaceThatIsNotThere) {
+    StationRow rows[kMostStations] = {};
+    EXPECT_EQ(wirelessClientList("none", rows), 0);
+    char table[kStationTableSize];
+    EXPECT_EQ(getWlStaInfo("none", table), -1);
 }
 
 struct Rates {

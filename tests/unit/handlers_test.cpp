@@ -80,4 +80,11 @@ TEST(Mesh, LeavesTheSelectionAsItWasAlsoWhenItCannotRead) {
     g_unreadable = 0;
 }
 
+TEST(ErrorRequest, IsNoFailure) {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(send_error_request(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "{\n\t\"result\":\t{\n\t\t\"error\":\t\"-1\",\n\t\t\"msg\":\t\"error_request\"\n\t}\n}\n");
+}
+
 }  // namespace
