@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Each file and each driver's answer that is read, handed to its reader alone. The section "call PATH" is a file's
 // content; its reader must give the same answer twice, also when it reads byte by byte, and one within its bounds.
+// The section "rules" is a client's address, whose accounting rules are inserted and deleted.
 #include <cstring>
 
 #include "clients/leases.h"
@@ -15,7 +16,7 @@
 #include "tests/fuzz/target.h"
 
 const Taste kTaste = {
-    {"call",      "call", "call", "call", "stations", "file"},
+    {"call",      "call", "call", "call", "stations", "file", "command", "rules"},
     {}
 };
 
@@ -203,13 +204,96 @@ std::string read_once(const Section &section) {
     return seen;
 }
 
+// The commands that were run since.
+std::vector<std::string> commands_run() {
+    std::vector<std::string> commands;
+    for (const Done &each : router.done) {
+        if (each.event == Event::kRun) {
+            commands.push_back(each.bytes);
+        }
+    }
+    return commands;
+}
+
+// The status of a command, by what the script says of it.
+int status_of(const std::string &command) {
+    int status = 0;
+    for (const auto &[beginning, answer] : router.commands) {
+        if (command.compare(0, beginning.size(), beginning) == 0) {
+            status = answer.status;  // the longest beginning is the last
+        }
+    }
+    return status;
+}
+
+// What would be typed to count a client's traffic: a rule that is there is not inserted again.
+void change_rules(const std::string &ip) {
+    std::vector<std::string> inserted;
+    std::vector<std::string> deleted;
+    for (const char *const way : {"o br0 -d ", "i br0 -s "}) {
+        const std::string rule = std::string("speedtest -") + way + ip + " 2>/dev/null";
+        inserted.push_back("iptables -S speedtest |grep '" + ip + "/32 -" + way[0] + "' 1>/dev/null 2>/dev/null");
+        if (status_of(inserted.back()) != 0) {
+            inserted.push_back("iptables -I " + rule);
+        }
+        deleted.push_back("iptables -D " + rule);
+    }
+    start_endpoint();
+    speedtest_add_rules(nullptr);
+    speedtest_del_rules(nullptr);
+    if (!router.done.empty()) {
+        wrong("a rule for nobody");
+    }
+    speedtest_add_rules(ip.c_str());
+    if (commands_run() != inserted) {
+        wrong("other commands to count the traffic of %s", ip.c_str());
+    }
+    router.done.clear();
+    speedtest_del_rules(ip.c_str());
+    if (commands_run() != deleted) {
+        wrong("other commands to count the traffic of %s no more", ip.c_str());
+    }
+    end_endpoint();
+}
+
+// What the readers tell those who hand them nothing to look for, or nowhere to put it.
+void hold_missing_arguments() {
+    start_endpoint();
+    const LeaseList none = {};
+    LeaseList damaged = {};
+    damaged.count = kMostLeases + 1;
+    char name[66] = {};
+    const bool leases =
+        cmnt_findLeaseName(nullptr, kMacs[0], &name) == -1 && cmnt_findLeaseName(&none, nullptr, &name) == -1 &&
+        cmnt_findLeaseName(&none, kMacs[0], nullptr) == -1 && cmnt_findLeaseName(&none, kMacs[0], &name) == -3 &&
+        cmnt_findLeaseName(&damaged, kMacs[0], &name) == -2;
+    SwitchArp arp;
+    int port = 0;
+    const bool wired =
+        cmnt_isClientfromWired(arp, nullptr, &port) == 0 && cmnt_isClientfromWired(arp, kMacs[0], nullptr) == 0;
+    TrafficFile traffic;
+    open_traffic_file(traffic);
+    uint32_t rate = 0;
+    const bool rates = cmnt_cgi_userlist_speedtest_get(traffic, nullptr, &rate, &rate) == 0 &&
+                       cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], nullptr, &rate) == 0 &&
+                       cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], &rate, nullptr) == 0;
+    if (!leases || !wired || !rates || !router.done.empty()) {
+        wrong("something is found for nobody");
+    }
+    end_endpoint();
+}
+
 }  // namespace
 
 void run_script(const Script &script) {
     router.values[{MIB_MESH_ROLE.id, -1, -1}] = std::string("\1\0\0\0", 4);  // a controller, who looks for its clients
     router.values[{MIB_WAN_DHCP.id, -1, -1}] = std::string("\1", 1);
     for (const Section &section : script) {
-        if (section.kind != "call") {
+        if (section.kind == "rules" && router.faults.empty()) {
+            change_rules(
+                section.content.substr(0, section.content.find_first_of(std::string_view("\n\0", 2))).substr(0, 100));
+            hold_missing_arguments();
+        } else if (section.kind != "call") {
             apply(section);
         }
         if (section.kind != "call" && section.kind != "stations") {

@@ -585,6 +585,9 @@ Section make_section() {
                 any_of({"0\n", "1\n", "0\nbr0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC\n",
                         "0\nPING 1.1.1.1\n64 bytes\n", "127\nnot found\n"})};
     }
+    if (kind == "rules") {
+        return {kind, "", any_of({"192.168.1.100", "10.0.0.1", "255.255.255.255", ""})};
+    }
     if (kind == "address") {
         return {kind, any_of({"br0", "eth1", "ppp0"}),
                 std::string(any_of({"192.168.1.1", "10.1.2.3", "-"})) + any_of({" 255.255.255.0", " -"}) +
