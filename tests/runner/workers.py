@@ -57,7 +57,7 @@ def serve(connection, start, work):
         while True:
             number = connection.recv()
             connection.send((number, work(number)))
-    except (EOFError, BrokenPipeError, KeyboardInterrupt):
+    except (EOFError, ConnectionError, KeyboardInterrupt):
         status = 0
     except BaseException:
         traceback.print_exc()
