@@ -8,6 +8,35 @@ from hands import click, fill, go, send_key, text_of, wait_text
 from router import look_until
 
 HOSTILE = "<img src=x onerror=broken=1><b>"
+MOST_DEVICES = 256
+MOST_MILLISECONDS = 1500  # on a busy machine; a quiet one takes a tenth
+LOOK_MILLISECONDS = 2000  # between two looks of the page
+CROWD = f"""
+(() => {{
+  const ask = window.fetch;
+  window.turn = 1;
+  window.busiest = 0;
+  const observer = new PerformanceObserver((found) => found.getEntries().forEach((entry) => (window.busiest = Math.max(window.busiest, entry.duration))));
+  observer.observe({{entryTypes: ["longtask"]}});
+  window.fetch = async (path, words) => {{
+    const answer = await ask(path, words);
+    if (path !== "/api/home") return answer;
+    const home = await answer.json();
+    const devices = Array.from({{length: {MOST_DEVICES}}}, (_, at) => ({{...home.devices[at % home.devices.length], name: `device ${{at}}`, down: window.turn * 1024, mac: `02:00:00:00:${{(at >> 8).toString(16).padStart(2, "0")}}:${{(at & 255).toString(16).padStart(2, "0")}}`}}));
+    return new Response(JSON.stringify({{...home, devices}}), {{headers: {{"Content-Type": "application/json"}}}});
+  }};
+  window.uncrowd = () => {{ window.fetch = ask; observer.disconnect(); }};
+}})()
+"""
+# Milliseconds until the page has painted what an action does.
+PAINTED = "async (act, done) => { const begun = performance.now(); await act(); while (!done()) await new Promise(requestAnimationFrame); await new Promise(requestAnimationFrame); return performance.now() - begun; }"
+OVERLAPS = """
+(() => {
+  const boxes = [...document.querySelectorAll(".device .disc")].map((disc) => new DOMPoint().matrixTransform(new DOMMatrix(getComputedStyle(disc.closest(".spotted")).transform))).map(({x, y}) => [x, y]);
+  const radius = Number(document.querySelector(".device .disc").getAttribute("r"));
+  return boxes.filter(([x, y], at) => boxes.slice(at + 1).some(([ox, oy]) => Math.hypot(x - ox, y - oy) < 2 * radius)).length;
+})()
+"""
 PLACE = "(name => { const box = [...document.querySelectorAll('.device')].find(e => e.getAttribute('aria-label').startsWith(name + ',')).querySelector('.disc').getBoundingClientRect(); return [box.x + box.width / 2, box.y + box.height / 2]; })"
 ROOM = "(spot => { const box = document.querySelector(`.room[data-spot='${spot}'] rect`).getBoundingClientRect(); return [box.x + box.width - 30, box.y + box.height - 20]; })"
 
@@ -80,8 +109,27 @@ async def act(results, page, keep, router, control):
     await looks.told(results, page, "house")
     await looks.accessible(results, page, "house")
     await block(results, page, keep, control)
+    await crowd(results, page, control)
     await looks.narrow(results, page, "house")
     await looks.long_words(results, page, "house")
+
+
+async def crowd(results, page, control):
+    """As many devices as a router knows, made in the page of those that there are."""
+    await page.value(CROWD)
+    await go(page, "time")
+    await page.wait("document.querySelector('.clock-face') !== null")
+    took = await page.value(f"({PAINTED})(() => {{ location.hash = '#/house'; }}, () => document.querySelectorAll('.device').length === {MOST_DEVICES})")
+    again = await page.value(f"({PAINTED})(() => {{ window.turn += 1; }}, () => document.querySelector('.device').getAttribute('aria-label').endsWith(`${{window.turn}} KiB/s down`))")
+    results.check(f"{MOST_DEVICES} devices are shown, and none of it takes long", took < MOST_MILLISECONDS and again < LOOK_MILLISECONDS + MOST_MILLISECONDS, (took, again))
+    busy = await page.value("window.busiest")
+    print(f"        milliseconds with {MOST_DEVICES} devices: {took:.0f} until they are shown, the longest task {busy:.0f}")
+    overlaps = await page.value(OVERLAPS)
+    results.check("none of them covers another", overlaps == 0, overlaps)
+    await page.value("uncrowd()")
+    await go(page, "time")
+    await go(page, "house")
+    await page.wait(f"document.querySelectorAll('.device').length === {len(control.get('/api/home').json()['devices'])}")
 
 
 async def switch(results, page, control, label, good):

@@ -4,6 +4,7 @@
 import json
 import pathlib
 import subprocess
+import sys
 import tempfile
 
 import looks
@@ -15,6 +16,19 @@ MOST = 10000
 MOST_ELEMENTS = 120  # rows in the page at a time
 MOST_MILLISECONDS = 1500  # on a busy machine; a quiet one takes a tenth
 LOGIN = {"action": "login", "info": {"user": "admin", "pwd": "admin"}}
+# A shell, Python and TypeScript each have a meaning for something in it.
+HARD = {"action": "scan", "guid": "it's \"quoted\" $HOME `ls` ${1} {} \\n %s K\u00fcche"}
+PROGRAMS = (("curl", "curl ", ["bash"]), ("TypeScript", "JSON.stringify", ["node", "--input-type=module", "-"]), ("Python", "urllib", [sys.executable, "-"]))
+LATENCY = """
+(async () => {
+  const first = () => document.querySelector(".lines-room .line")?.firstElementChild.textContent;
+  const before = first();
+  await (await fetch("/api/phones/1/app/app.cgi", {method: "POST", headers: {"Content-Type": "application/json"}, body: '{"action":"scan"}'})).text();
+  const end = performance.now();
+  while (first() === before) await new Promise(requestAnimationFrame);
+  return performance.now() - end;
+})()
+"""
 # As many lines as the journal keeps, made in the page: the router would take minutes for them.
 MAKE = f"""
 (() => {{
@@ -28,6 +42,14 @@ MAKE = f"""
 """
 # Milliseconds until the page has painted what an action does.
 PAINTED = "async (act, done) => { const begun = performance.now(); await act(); while (!done()) await new Promise(requestAnimationFrame); await new Promise(requestAnimationFrame); return performance.now() - begun; }"
+
+
+def run_case(text):
+    with tempfile.TemporaryDirectory() as folder:
+        pathlib.Path(folder, "copied").mkdir()
+        pathlib.Path(folder, "copied/request.toml").write_text(text)
+        run = subprocess.run([PROJECT / "tests/run_cases", "--cases", folder, "-v"], capture_output=True, text=True)
+    return run.stdout + run.stderr
 
 
 async def act(results, page, keep, router, control):
@@ -68,22 +90,55 @@ async def act(results, page, keep, router, control):
     await page.wait(f"{ROWS} === 4")
     await keep("journal")
     await click(page, "scenario step")
-    results.check("it is copied as a step of a scenario", await wait_text(page, ".copied pre", 'ask = { action = "set", wifi = { combine = "1", ssid = "Loft"'))
-    for form, begins in (("curl", "curl "), ("TypeScript", "JSON.stringify"), ("Python", "urllib")):
-        await click(page, form)
-        results.check(f"it is copied as {form}", await wait_text(page, ".copied pre", "Loft") and await wait_text(page, ".copied pre", begins))
+    results.check("it is copied as a step of a scenario", await wait_text(page, ".copied pre", 'ask = { action = "set", wifi = { combine = "1", ssid = "Loft", wifiPwd = "secret'))
     await click(page, "case")
     results.check("it is copied as a case", await wait_text(page, ".copied pre", "[[case]]"))
-    with tempfile.TemporaryDirectory() as folder:
-        pathlib.Path(folder, "copied").mkdir()
-        pathlib.Path(folder, "copied/wifi.toml").write_text(await page.value("document.querySelector('.copied pre').textContent"))
-        run = subprocess.run([PROJECT / "tests/run_cases", "--cases", folder, "-v"], capture_output=True, text=True)
-    results.check("which the case runner runs, and which passes", "1 passed, 0 failed" in run.stdout, run.stdout + run.stderr)
+    said = run_case(await page.value("document.querySelector('.copied pre').textContent"))
+    results.check("which the case runner runs, and which passes", "1 passed, 0 failed" in said, said)
+    await run_copies(results, page, router, control)
+    await latency(results, page)
     await looks.told(results, page, "journal")
     await looks.accessible(results, page, "journal")
     await many(results, page)
     await looks.narrow(results, page, "journal")
     await looks.long_words(results, page, "journal")
+
+
+async def open_last(page, count):
+    await page.wait(f"{ROWS} === {count}")
+    await page.value("document.querySelector('.lines-room .line').click()")
+
+
+async def run_copies(results, page, router, control):
+    """Each of the copied texts is run, and asks the router the same."""
+    router.ask(json.dumps(HARD))
+    await open_last(page, 5)
+    number = control.get("/api/status").json()["journal"]
+    results.check("a request with quotation marks is opened", await wait_text(page, ".request h2", f"{number}: scan"))
+    for form, begins, command in PROGRAMS:
+        await click(page, form)
+        await wait_text(page, ".copied pre", begins)
+        text = await page.value("document.querySelector('.copied pre').textContent")
+        run = subprocess.run(command, input=text, capture_output=True, text=True, timeout=60)
+        number += 1
+        asked = control.get(f"/api/journal/{number}").json()
+        results.check(f"what is copied as {form} asks the same, and prints the reply", json.loads(asked["request"]["body"]) == HARD and "scanRsp" in run.stdout, (text, run.stdout, run.stderr, asked["request"]["body"]))
+    await click(page, "scenario step")
+    await wait_text(page, ".copied pre", "[[step]]")
+    step = await page.value("document.querySelector('.copied pre').textContent")
+    status = router.shell(f"script/router --state {router.state} scenario /dev/stdin <<'END'\nabout = 'It is asked again'\n{step}END")
+    asked = control.get(f"/api/journal/{number + 1}").json()
+    results.check("so does the step of a scenario", status == 0 and json.loads(asked["request"]["body"]) == HARD, (status, step, asked["request"]["body"]))
+    await click(page, "case")
+    await wait_text(page, ".copied pre", "[[case]]")
+    results.check("and the case passes", "1 passed, 0 failed" in (said := run_case(await page.value("document.querySelector('.copied pre').textContent"))), said)
+
+
+async def latency(results, page):
+    """Milliseconds from a request's end until its line is in the page."""
+    times = [await page.value(LATENCY) for _ in range(9)]
+    results.check("a line is there soon after the request's end", max(times) < MOST_MILLISECONDS, times)
+    print(f"        milliseconds from a request's end to its line in the page: {sorted(times)[4]:.1f} (median of 9), {max(times):.1f} at most")
 
 
 async def many(results, page):

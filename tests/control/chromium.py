@@ -80,9 +80,9 @@ class Page:
             self.complaints.append(str(last))
         return None
 
-    async def key(self, key, code=0, text=""):
+    async def key(self, key, code=0, text="", modifiers=0):
         for kind in ("keyDown", "keyUp"):
-            await self.order("Input.dispatchKeyEvent", type=kind, key=key, code=key, windowsVirtualKeyCode=code, text=text if kind == "keyDown" else "")
+            await self.order("Input.dispatchKeyEvent", type=kind, key=key, code=key, windowsVirtualKeyCode=code, text=text if kind == "keyDown" else "", modifiers=modifiers)
 
     async def mouse(self, kind, x, y, buttons=0):
         await self.order("Input.dispatchMouseEvent", type=kind, x=x, y=y, button="left" if buttons or kind == "mouseReleased" else "none", buttons=buttons, clickCount=1)

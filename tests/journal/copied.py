@@ -89,4 +89,4 @@ def copy(meeting, build):
     kept = router.inside("journal", str(numbers[0]), "--as", "curl", "--secrets")[1]
     results.check("with secrets where they are asked for", '"pwd": "admin"' in kept and '"pwd": "admin"' not in router.inside("journal", str(numbers[0]), "--as", "curl")[1], kept)
     status, text = router.inside("journal", str(numbers[0]), "--as", "poem")
-    results.check("there is no other form", status == 1 and "curl, case, typescript, python" in text, text)
+    results.check("there is no other form", status == 1 and "curl, case, typescript, python, step" in text, text)

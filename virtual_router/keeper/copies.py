@@ -126,6 +126,33 @@ def as_typescript(exchange, reading, stand_ins):
     )
 
 
+# --- a step of a scenario ---
+
+
+def as_step(exchange, reading, stand_ins):
+    """Whoever plays it has a session of its own."""
+    request = json.loads(body_of(reading, stand_ins)) if reading.request else None
+    if request is None:
+        raise NoCopy("a step of a scenario asks what is an object of JSON, and this is none")
+    request = without_null({key: value for key, value in request.items() if key.lower() != "sessionid"})
+    error, _ = reading.result
+    phone = re.fullmatch(r"phone (\d+)", exchange.port or "")
+    return "\n".join([
+        "[[step]]",
+        f"title = {toml(' '.join([reading.action or 'a request', *reading.objects]))}",
+        "login = true" if reading.session == "given" else f"ask = {toml(request)}",
+        *([f"phone = {phone[1]}"] if phone else []),
+        *([f"error = {error}"] if error else []),
+    ]) + "\n"  # fmt: skip
+
+
+def without_null(value):
+    """TOML has none."""
+    if isinstance(value, dict):
+        return {key: without_null(each) for key, each in value.items() if each is not None}
+    return [without_null(each) for each in value if each is not None] if isinstance(value, list) else value
+
+
 # --- a case ---
 
 
@@ -133,7 +160,7 @@ def toml(value):
     """A value as TOML writes it."""
     if isinstance(value, bool):
         return "true" if value else "false"
-    if isinstance(value, int):
+    if isinstance(value, (int, float)):
         return str(value)
     if isinstance(value, list):
         return "[" + ", ".join(toml(each) for each in value) + "]"
@@ -403,4 +430,4 @@ def cjson_print(tree, depth=0):
     return json.dumps(tree, ensure_ascii=False)
 
 
-FORMS = {"curl": as_curl, "case": as_case, "typescript": as_typescript, "python": as_python}
+FORMS = {"curl": as_curl, "case": as_case, "typescript": as_typescript, "python": as_python, "step": as_step}

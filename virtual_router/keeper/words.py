@@ -13,15 +13,15 @@ from printable import printable
 JOURNAL_HELP = """\
 Usage: script/router journal [list] [CONDITION...] [--last N] [--json]
        script/router journal N [--secrets] [--json]
-       script/router journal N --as curl|typescript|python|case [--secrets]
+       script/router journal N --as curl|typescript|python|case|step [--secrets]
        script/router journal follow [CONDITION...] [--json]
        script/router journal clear
 
 The last 10000 requests, and what each did. Without a word it lists the last 20.
 
   N                  all of the request with this number: what was sent and answered, and what app.cgi did, in order
-  --as FORM          print it as something to go on with: a line of curl, a piece of TypeScript or Python, a case for tests/run_cases;
-                     secrets are stand-ins there
+  --as FORM          print it as something to go on with: a line of curl, a piece of TypeScript or Python, a case for tests/run_cases,
+                     a step of a scenario; secrets are stand-ins there
   follow             print each as soon as it is over, until Ctrl-C
   clear              forget all of them; numbers go on
 

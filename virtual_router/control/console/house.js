@@ -130,6 +130,7 @@ function open(main) {
   let home = null;
   let over = false;
   let turn = 0;
+  let before = ""; // the home for which it is told what happened
   const bar = h("div", { class: "row switches", role: "group", "aria-label": "Switches" });
   const about = h("p", {}, "…");
   const panel = h("section", { class: "card", "aria-label": "Device" });
@@ -177,12 +178,18 @@ function open(main) {
   async function look() {
     const mine = ++turn;
     try {
-      const [found, happened] = await Promise.all([get("/api/home"), verb("events", "12")]);
+      const found = await get("/api/home");
       if (over || mine !== turn) return;
-      home = found;
-      replace(events, happened.text.split("\n").filter(Boolean).reverse().map((text) => h("li", {}, text)));
-      show();
       if (!main.contains(whole)) replace(main, whole);
+      home = found;
+      show();
+      // To ask a home is to start a program beside it, so what happened is asked for only when something has.
+      const seen = JSON.stringify(home);
+      if (seen === before) return;
+      const happened = await verb("events", "12");
+      if (over || mine !== turn) return;
+      before = seen;
+      replace(events, happened.text.split("\n").filter(Boolean).reverse().map((text) => h("li", {}, text)));
     } catch (error) {
       if (!(error instanceof Refused)) throw error;
       if (over || mine !== turn) return;

@@ -4,7 +4,6 @@
 import * as command from "./command.js";
 import { button, h, notice, replace } from "./dom.js";
 import { Refused, ask, get } from "./port.js";
-import { step } from "./scenario.js";
 
 const ROW_PIXELS = 34;
 const BEYOND = 8; // rows that are there above and below what is in sight
@@ -20,7 +19,7 @@ const KINDS = {
   output: "run", error: "bad", fault: "bad", exit: "end", debug: "debug",
 };
 const SHORT_DEED = 3; // lines that need no folding
-const COPIES = { curl: "curl", typescript: "TypeScript", python: "Python", case: "case" };
+const COPIES = { curl: "curl", typescript: "TypeScript", python: "Python", case: "case", step: "scenario step" };
 
 const clock = (microseconds) => {
   const time = new Date(microseconds / 1000);
@@ -169,9 +168,7 @@ function whole(found) {
     h("p", { class: "hint" }, `${clock(found.time)} · ${phone(found)} · ${duration(found.duration)} · ${facts.join(" · ")}`),
     found.faults.length > 0 && h("p", { class: "fault" }, `Faults meant for it: ${found.faults.join("; ")}`),
     h("div", { class: "row copies", role: "group", "aria-label": "Copy as" }, h("span", { class: "hint" }, "Copy as"),
-      // Forms that the port makes.
-      Object.entries(COPIES).map(([form, label]) => button(label, command.line("journal", found.number, "--as", form), async () => put((await get(`/api/journal/${found.number}/as/${form}`)).text), { "data-key": `copy-${form}` })),
-      button("scenario step", command.line("journal", found.number, "--json"), () => put(step(found)), { "data-key": "copy-scenario" })),
+      Object.entries(COPIES).map(([form, label]) => button(label, command.line("journal", found.number, "--as", form), async () => put((await get(`/api/journal/${found.number}/as/${form}`)).text), { "data-key": `copy-${form}` }))),
     copies,
     h("h3", {}, "Request"), h("pre", { class: "wire", tabindex: "0", "aria-label": "request" }, pretty(found.request.body), found.request.cut && "\n(cut)"),
     h("h3", {}, "What it did"), h("p", { class: "hint" }, "in milliseconds since it came"),

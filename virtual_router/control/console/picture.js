@@ -3,9 +3,10 @@
 
 import { svg } from "./dom.js";
 
-const WIDTH = 1000;
-const MARGIN = 36;
-const GAP = 14;
+// By how wide the window is: measures, and how many rooms stand beside each other.
+const WIDE = { width: 1000, margin: 36, gap: 14, bend: 350, orb: [458, 60, 25], attic: 0.61, ports: 4, guests: 4, agents: 4, beside: true };
+const NARROW = { width: 380, margin: 10, gap: 8, bend: 290, orb: [338, 46, 17], attic: 0.36, ports: 2, guests: 1, agents: 2, beside: false };
+const NARROW_PIXELS = 640;
 const HEAD = 34;
 const SKY = 128;
 const ROOF = 92;
@@ -43,19 +44,24 @@ const cut = (text, most) => (text.length > most ? `${text.slice(0, most - 1)}…
 const rate = (bytes) => `${Math.round(bytes / 1024)} KiB/s`;
 
 /** Rooms, row by row: {spot, title, kind, note}. */
-function plan(home) {
+function plan(home, form) {
   const taken = new Set(home.devices.map((device) => device.at));
   const network = (spot, title, kind) => ({ spot, title, kind, note: home.networks[spot] ? (home.networks[spot].on ? home.networks[spot].ssid : "off") : "", off: !home.networks[spot]?.on });
   const guests = Object.keys(home.networks).filter((spot) => spot.includes("-") && (home.networks[spot].on || taken.has(spot)));
   const bandOf = (spot) => (spot.startsWith("wlan0") ? "5 GHz" : "2.4 GHz");
   const agents = home.agents.flatMap((agent) => Object.entries(BANDS).map(([band, title]) => ({ spot: `${agent.name}/${band}`, title: `${agent.name}, ${title}`, kind: "roomm", note: agent.address ? `by ${agent.via}` : "not there", off: !agent.address })));
-  const rows = [
-    [network("wlan0", "5 GHz", "room5"), { kind: "router" }, network("wlan1", "2.4 GHz", "room2")],
-    PORTS.map((spot) => ({ spot, title: spot.replace("port", "Port "), kind: "roomw", note: "" })),
+  const [fast, slow, router] = [network("wlan0", "5 GHz", "room5"), network("wlan1", "2.4 GHz", "room2"), { kind: "router" }];
+  return [
+    ...(form.beside ? [[fast, router, slow]] : [[router], [fast], [slow]]),
+    ...rowsOf(PORTS.map((spot) => ({ spot, title: spot.replace("port", "Port "), kind: "roomw", note: "" })), form.ports),
+    ...rowsOf(guests.map((spot) => network(spot, `Guests, ${bandOf(spot)}`, "roomg")), form.guests),
+    ...rowsOf(agents, form.agents),
   ];
-  for (let at = 0; at < guests.length; at += 4) rows.push(guests.slice(at, at + 4).map((spot) => network(spot, `Guests, ${bandOf(spot)}`, "roomg")));
-  const beside = agents.length > 16 ? 6 : 4;
-  for (let at = 0; at < agents.length; at += beside) rows.push(agents.slice(at, at + beside));
+}
+
+function rowsOf(rooms, beside) {
+  const rows = [];
+  for (let at = 0; at < rooms.length; at += beside) rows.push(rooms.slice(at, at + beside));
   return rows;
 }
 
@@ -71,6 +77,7 @@ export class Picture {
     this.scene = svg("g", {});
     this.devices = svg("g", {});
     this.element = svg("svg", { class: "picture", role: "group", "aria-label": "The house with its devices; arrow keys go from one to the next" }, this.scene, this.devices);
+    new ResizeObserver(() => this.formOf() !== this.form && this.home && this.show(this.home, this.chosen)).observe(this.element);
     this.element.addEventListener("keydown", (event) => this.key(event));
     this.element.addEventListener("pointermove", (event) => this.drag(event));
     this.element.addEventListener("pointerup", (event) => this.drop(event));
@@ -84,12 +91,18 @@ export class Picture {
     return [...shown, ...guests.filter((spot) => !this.rooms.some((room) => room.spot === spot)).map((spot) => ({ spot, title: spot }))];
   }
 
+  formOf() {
+    const { width } = this.element.getBoundingClientRect();
+    return width > 0 && width < NARROW_PIXELS ? NARROW : WIDE;
+  }
+
   show(home, chosen) {
+    this.form = this.formOf();
     this.home = home;
     this.chosen = chosen;
     this.size = SIZES.find((size) => home.devices.length <= size.most);
     const height = this.layOut();
-    this.element.setAttribute("viewBox", `0 0 ${WIDTH} ${height}`);
+    this.element.setAttribute("viewBox", `0 0 ${this.form.width} ${height}`);
     this.paint(height);
     this.place();
   }
@@ -97,7 +110,8 @@ export class Picture {
   // ---- where everything is
 
   layOut() {
-    const { home, size } = this;
+    const { home, size, form } = this;
+    const { width: all, margin, gap } = form;
     const at = group(home.devices);
     const across = (room) => Math.max(1, Math.floor((room.width - 16) / size.width));
     const tall = (room) => HEAD + Math.max(1, Math.ceil((at.get(room.spot)?.length ?? 0) / across(room))) * size.height + 8;
@@ -110,54 +124,74 @@ export class Picture {
       if (room.spot) this.rooms.push(placed);
       return placed;
     };
-    const away = put(OUTSIDE, 560, 14, WIDTH - 560 - MARGIN);
-    const sky = Math.max(SKY, away.y + away.height + 14);
+    const away = form.beside && put(OUTSIDE, 560, 14, all - 560 - margin);
+    const sky = away ? Math.max(SKY, away.y + away.height + 14) : SKY;
     this.roofTop = sky - 6;
     let y = this.roofTop + ROOF;
     this.wallTop = y;
     y += 16;
-    const inner = WIDTH - 2 * MARGIN - 2 * GAP;
-    this.others = [];
-    for (const row of plan(home)) {
+    const inner = all - 2 * margin - 2 * gap;
+    for (const row of plan(home, form)) {
       const hasRouter = row.some((room) => room.kind === "router");
-      const width = (inner - GAP * (row.length - 1)) / row.length;
-      const placed = row.map((room, index) => put(room, MARGIN + GAP + index * (width + GAP), y, width));
+      const width = (inner - gap * (row.length - 1)) / row.length;
+      const placed = row.map((room, index) => put(room, margin + gap + index * (width + gap), y, width));
       const height = Math.max(hasRouter ? 132 : 0, ...placed.filter((room) => room.spot).map((room) => room.height));
       for (const room of placed) {
         room.height = height;
         if (!room.spot) this.router = room;
       }
-      y += height + GAP;
+      y += height + gap;
     }
     this.wallEnd = y;
     y += 16;
-    const cellar = put(CELLAR, MARGIN + GAP, y, inner);
-    return cellar.y + cellar.height + 16;
+    const below = [CELLAR, ...(form.beside ? [] : [OUTSIDE])];
+    for (const room of below) y += put(room, margin + gap, y, inner).height + 16;
+    return y;
   }
 
   // ---- what stands still
 
   paint(height) {
-    const { home } = this;
-    const signature = JSON.stringify([height, this.rooms.map(({ devices, ...room }) => [room, devices.length]), home.wan, home.internet, home.broken]);
+    const { home, form } = this;
+    const { width: all, margin } = form;
+    const signature = JSON.stringify([all, height, this.rooms.map(({ devices, ...room }) => [room, devices.length]), home.wan, home.internet, home.broken]);
     if (signature === this.signature) return;
     this.signature = signature;
-    const middle = WIDTH / 2;
+    const middle = all / 2;
+    const ridge = all * 0.21;
+    const slope = (part) => (1 - part) * (middle - ridge * 0.89 - margin);
     const router = { x: this.router.x + this.router.width / 2, y: this.router.y + this.router.height / 2 + 8 };
-    const wall = { x: MARGIN, y: this.wallTop, width: WIDTH - 2 * MARGIN, height: this.wallEnd - this.wallTop };
+    const wall = { x: margin, y: this.wallTop, width: all - 2 * margin, height: this.wallEnd - this.wallTop };
     this.scene.replaceChildren(
-      svg("rect", { class: "sky", width: WIDTH, height }),
-      svg("path", { class: "hill", d: `M0 ${this.wallEnd} V${this.wallEnd - 60} Q 160 ${this.wallEnd - 150} 330 ${this.wallEnd - 40} T 700 ${this.wallEnd - 80} T ${WIDTH} ${this.wallEnd - 50} V${this.wallEnd} Z` }),
-      svg("rect", { class: "earth", y: this.wallEnd, width: WIDTH, height: height - this.wallEnd }),
+      svg("rect", { class: "sky", width: all, height }),
+      this.heaven(),
+      svg("path", { class: "hill", d: `M0 ${this.wallEnd} V${this.wallEnd - 60} Q ${all * 0.16} ${this.wallEnd - 150} ${all * 0.33} ${this.wallEnd - 40} T ${all * 0.7} ${this.wallEnd - 80} T ${all} ${this.wallEnd - 50} V${this.wallEnd} Z` }),
+      svg("rect", { class: "earth", y: this.wallEnd, width: all, height: height - this.wallEnd }),
       this.internet(),
-      svg("rect", { class: "chimney", x: 745, y: this.roofTop + 8, width: 44, height: ROOF - 14 }),
+      svg("rect", { class: "chimney", x: all * 0.745, y: this.roofTop + 8, width: 44, height: ROOF - 14 }),
       svg("rect", { class: "wall", ...wall, rx: 4 }),
-      svg("path", { class: "roof", d: `M${MARGIN - 24} ${this.wallTop + 2} L${middle - 210} ${this.roofTop + 6} H${middle + 210} L${WIDTH - MARGIN + 24} ${this.wallTop + 2} Z` }),
-      svg("path", { class: "tiles", d: [0.35, 0.68].map((part) => `M${MARGIN - 24 + (1 - part) * (middle - 186 - MARGIN)} ${this.roofTop + 6 + part * (ROOF - 6)} H${WIDTH - MARGIN + 24 - (1 - part) * (middle - 186 - MARGIN)}`).join(" ") }),
+      svg("path", { class: "roof", d: `M${margin - 24} ${this.wallTop + 2} L${middle - ridge} ${this.roofTop + 6} H${middle + ridge} L${all - margin + 24} ${this.wallTop + 2} Z` }),
+      svg("path", { class: "tiles", d: [0.35, 0.68].map((part) => `M${margin - 24 + slope(part)} ${this.roofTop + 6 + part * (ROOF - 6)} H${all - margin + 24 - slope(part)}`).join(" ") }),
+      this.attic(form.attic * all),
       ...this.rooms.map((room) => this.room(room)),
       this.cable(router),
       this.routerItself(router),
     );
+  }
+
+  /** A sun by day; a moon and stars where it is dark. */
+  heaven() {
+    const [x, y, radius] = this.form.orb;
+    const stars = [[0.04, 30], [0.27, 22], [0.33, 108], [0.4, 40], [0.42, 104], [0.52, 26], [0.53, 92]];
+    return svg("g", { class: "heaven", "aria-hidden": "true" },
+      ...stars.map(([part, top], at) => svg("circle", { class: "star", cx: part * this.form.width, cy: top, r: at % 2 ? 1.2 : 1.8 })),
+      svg("circle", { class: "glow", cx: x, cy: y, r: radius * 1.55 }), svg("circle", { class: "orb", cx: x, cy: y, r: radius }),
+      svg("circle", { class: "shade", cx: x + radius * 0.45, cy: y - radius * 0.3, r: radius * 0.88 }));
+  }
+
+  attic(x) {
+    const y = this.roofTop + ROOF * 0.5;
+    return svg("g", { class: "attic", "aria-hidden": "true" }, svg("circle", { cx: x, cy: y, r: 19 }), svg("path", { d: `M${x - 19} ${y}h38M${x} ${y - 19}v38` }));
   }
 
   internet() {
@@ -171,11 +205,13 @@ export class Picture {
   cable(router) {
     const { wan } = this.home;
     const top = this.router.y - 8;
-    const bend = this.roofTop + ROOF / 2;
+    const bend = this.roofTop + ROOF / 2 - 14;
+    const turn = this.form.bend;
+    const side = Math.sign(router.x - turn);
     return svg("g", { class: wan ? "cable" : "cable cut" },
-      svg("path", { d: `M232 72 H330 Q350 72 350 92 V${bend} Q350 ${bend + 20} 370 ${bend + 20} H${router.x - 20} Q${router.x} ${bend + 20} ${router.x} ${bend + 40} V${Math.max(top, bend + 44)} V${router.y - 18}` }),
-      !wan && svg("path", { class: "cross", d: "M340 62l20 20M360 62l-20 20" }),
-      svg("text", { class: "note", x: 256, y: 64 }, wan ? "WAN" : "WAN cut"));
+      svg("path", { d: `M232 72 H${turn - 20} Q${turn} 72 ${turn} 92 V${bend} Q${turn} ${bend + 20} ${turn + side * 20} ${bend + 20} H${router.x - side * 20} Q${router.x} ${bend + 20} ${router.x} ${bend + 40} V${Math.max(top, bend + 44)} V${router.y - 18}` }),
+      !wan && svg("path", { class: "cross", d: `M${turn - 62} 62l20 20M${turn - 42} 62l-20 20` }),
+      svg("text", { class: "note", x: 238, y: 60 }, wan ? "WAN" : "WAN cut"));
   }
 
   routerItself({ x, y }) {
@@ -206,10 +242,11 @@ export class Picture {
     const seen = new Set();
     this.order = [];
     for (const room of this.rooms) {
+      const cell = (room.width - 16) / room.across;
       room.devices.forEach((device, at) => {
         seen.add(device.mac);
         this.order.push(device.mac);
-        const x = room.x + 8 + (at % room.across) * this.size.width + this.size.width / 2;
+        const x = room.x + 8 + ((at % room.across) + 0.5) * cell;
         const y = room.y + HEAD + Math.floor(at / room.across) * this.size.height + this.size.radius + 4;
         this.put(device, room, x, y);
       });
