@@ -26,6 +26,7 @@ packages_of() {
     lint) echo clang-14 clang-tidy-14 clang-format-14 cppcheck shellcheck flake8 ;;
     bench) echo wrk lua5.4 lua-cjson jq musl-tools ;;
     man) echo groff-base ;;
+    container) echo mmdebstrap buildah python3 dpkg-dev ;;
     git) echo git ;;
     source) echo dpkg-dev make ;;
     mipsel) echo g++-mipsel-linux-gnu qemu-user-static ;;

@@ -85,6 +85,8 @@ def gates(t, port):
     for name, data in (("behind another", first + second), ("in another's body", request("POST", "/app/app.cgi", ["Host: localhost:@"], SCAN + second, port))):
         answer = exchange(port, data)
         t.results.check(f"a request {name} is not answered", answer.count(b"HTTP/1.1 ") == 1 and answer.count(b"scanRsp") <= 1, answer)
+    with socket.socket() as elsewhere:
+        t.results.check("another address of this PC is not listened at", elsewhere.connect_ex(("127.0.0.2", port)) != 0)
     answer = exchange(port, b"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n")
     t.results.check("HTTP/2 is not spoken", status_of(answer) == NONE, answer)
     answer = exchange(port, request("GET", "/", ["Host: localhost:@", "Connection: Upgrade, HTTP2-Settings", "Upgrade: h2c", "HTTP2-Settings: AAMAAABk"], b"", port))

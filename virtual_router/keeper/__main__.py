@@ -55,7 +55,7 @@ def parse(words):
     parser.add_argument("--build-lock", type=int)
     for name in ("--allow-origin", "--allow-host"):
         parser.add_argument(name, action="append", default=[])
-    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces", "--resident", "--all-lines"):
+    for name in ("--fresh", "--still", "--debug", "--no-journal", "--no-namespaces", "--resident", "--all-lines", "--all-addresses"):
         parser.add_argument(name, action="store_true")
     options = parser.parse_args(words)
     options.modes = MODES["proot" if options.no_namespaces else "namespaces"]
@@ -75,14 +75,15 @@ def take_from_home(options, about):
 def open_ports(options, keeper):
     """The ports come first: a busy one is reported before anything is made."""
     gates = {"say": keeper.say, "hosts": options.allow_host, "origins": options.allow_origin, "journal": keeper.journal, "faults": keeper.faults}
+    outside = {**gates, "address": ports.ALL_ADDRESSES if options.all_addresses else ports.LOOPBACK}
     number = options.port
-    found = [ports.Port("phone", number, keeper.phone_target(0), **gates)]
+    found = [ports.Port("phone", number, keeper.phone_target(0), **outside)]
     for index in range(1, options.phones):
         number += 1
-        found.append(ports.Port(f"phone {index + 1}", number, keeper.phone_target(index), **gates))
+        found.append(ports.Port(f"phone {index + 1}", number, keeper.phone_target(index), **outside))
     for index in range(options.agents):
         number += 1
-        found.append(ports.Port(f"agent {index + 1}", number, keeper.agent_target(index), router=f"agent{index + 1}", **gates))
+        found.append(ports.Port(f"agent {index + 1}", number, keeper.agent_target(index), router=f"agent{index + 1}", **outside))
     if options.loopback_port:
         found.append(ports.Port("router", options.loopback_port, keeper.loopback_target, **gates))
     return found

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The PC's ports on 127.0.0.1: each leads to a router's web server, as somebody of its network would reach it."""
+"""The PC's ports: each leads to a router's web server, as somebody of its network would reach it."""
 
 import asyncio
 import contextlib
@@ -15,6 +15,8 @@ import faults
 import gate as gates
 import premises
 
+LOOPBACK = "127.0.0.1"
+ALL_ADDRESSES = ""
 BACKLOG = 128
 MOST_CONNECTIONS = 512
 HEAD_SECONDS = 60
@@ -48,7 +50,7 @@ class Target(NamedTuple):
 class Port:
     """`find_target` returns the Target at this moment, or None."""
 
-    def __init__(self, name, number, find_target, say, hosts=(), origins=(), router="router", journal=None, faults=None):
+    def __init__(self, name, number, find_target, say, hosts=(), origins=(), router="router", journal=None, faults=None, address=LOOPBACK):
         self.name = name
         self.router = router  # the guest that it leads to
         self.journal = journal
@@ -67,12 +69,12 @@ class Port:
         self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.listener.setblocking(False)
         try:
-            self.listener.bind(("127.0.0.1", number))
+            self.listener.bind((address, number))
             self.listener.listen(BACKLOG)  # which another's listening would not let it do
             self.listener.shutdown(socket.SHUT_RDWR)
         except OSError as error:
             self.listener.close()
-            raise PortTaken(f"Port {number} of 127.0.0.1 cannot be used: {error.strerror}") from None
+            raise PortTaken(f"Port {number} of {address or 'this PC'} cannot be used: {error.strerror}") from None
 
     def attach(self, order, take_session):
         """`take_session` has the session gone, or another's."""
