@@ -257,27 +257,30 @@ void change_rules(const std::string &ip) {
 }
 
 // What the readers tell those who hand them nothing to look for, or nowhere to put it.
-void hold_missing_arguments() {
-    start_endpoint();
+bool is_found_for_nobody() {
     const LeaseList none = {};
     LeaseList damaged = {};
     damaged.count = kMostLeases + 1;
     char name[66] = {};
-    const bool leases =
-        cmnt_findLeaseName(nullptr, kMacs[0], &name) == -1 && cmnt_findLeaseName(&none, nullptr, &name) == -1 &&
-        cmnt_findLeaseName(&none, kMacs[0], nullptr) == -1 && cmnt_findLeaseName(&none, kMacs[0], &name) == -3 &&
-        cmnt_findLeaseName(&damaged, kMacs[0], &name) == -2;
+    if (cmnt_findLeaseName(nullptr, kMacs[0], &name) != -1 || cmnt_findLeaseName(&none, nullptr, &name) != -1 ||
+        cmnt_findLeaseName(&none, kMacs[0], nullptr) != -1 || cmnt_findLeaseName(&none, kMacs[0], &name) != -3 ||
+        cmnt_findLeaseName(&damaged, kMacs[0], &name) != -2) {
+        return true;
+    }
     SwitchArp arp;
     int port = 0;
-    const bool wired =
-        cmnt_isClientfromWired(arp, nullptr, &port) == 0 && cmnt_isClientfromWired(arp, kMacs[0], nullptr) == 0;
     TrafficFile traffic;
     open_traffic_file(traffic);
     uint32_t rate = 0;
-    const bool rates = cmnt_cgi_userlist_speedtest_get(traffic, nullptr, &rate, &rate) == 0 &&
-                       cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], nullptr, &rate) == 0 &&
-                       cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], &rate, nullptr) == 0;
-    if (!leases || !wired || !rates || !router.done.empty()) {
+    return cmnt_isClientfromWired(arp, nullptr, &port) != 0 || cmnt_isClientfromWired(arp, kMacs[0], nullptr) != 0 ||
+           cmnt_cgi_userlist_speedtest_get(traffic, nullptr, &rate, &rate) != 0 ||
+           cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], nullptr, &rate) != 0 ||
+           cmnt_cgi_userlist_speedtest_get(traffic, kMacs[0], &rate, nullptr) != 0;
+}
+
+void hold_missing_arguments() {
+    start_endpoint();
+    if (is_found_for_nobody() || !router.done.empty()) {
         wrong("something is found for nobody");
     }
     end_endpoint();
