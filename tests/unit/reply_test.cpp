@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <string>
 
+#include "base/shortage.h"
 #include "login/login.h"
 
 namespace {
@@ -25,6 +27,17 @@ TEST(PrintReply, OutlivesAClientThatHasHungUp) {
     close(own);
     close(ends[1]);
     EXPECT_EQ(signal(SIGPIPE, SIG_DFL), SIG_DFL) << "the commands that follow would not notice a closed pipe";
+}
+
+TEST(PrintReply, IsSilentWhereMemoryRanOut) {
+    EXPECT_EXIT(
+        {
+            note_shortage();
+            print_reply(Json(cJSON_CreateObject()));
+            fputs(reply_is_lost() ? "lost" : "not lost", stderr);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "^app.cgi: out of memory: there is no reply\nlost$");
 }
 
 std::string login_reply(int code) {
