@@ -7,6 +7,7 @@ far as this kernel has them.
 """
 
 import contextlib
+import errno
 import os
 import secrets
 import shutil
@@ -166,9 +167,17 @@ class Mode:
         confinement.close_off_files([self.root], (*READABLE, self.temporary), DEVICES)
         confinement.put_filter_in_force(self.filter)
 
+    def has_program(self, name, environment):
+        """Whether a router's program is there. A link's other end counts as there: it may be a path of the router's."""
+        folders = [""] if "/" in name else environment["PATH"].split(":")
+        paths = [os.path.abspath(os.path.join("/", folder, name)) for folder in folders]
+        return any(os.path.lexists(path if path.startswith("/usr/") else self.root + path) for path in paths)
+
     def command(self, guest, argv, environment):
         if guest is None:
             return argv, environment
+        if not self.has_program(argv[0], environment):  # proot would say so at length, with a status of its own
+            raise FileNotFoundError(errno.ENOENT, os.strerror(errno.ENOENT))
         binds = [f"--bind={path}" for path in ("/usr", *DEVICES)]
         # Found by the PC's path, while the program inside is found by the router's.
         proot = shutil.which("proot")
