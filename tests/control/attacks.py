@@ -171,7 +171,8 @@ def listeners(port):
 
 def replace_endpoint(router, program):
     """A hostile router: another program answers."""
-    command = "[ -e /tmp/kept ] || cp /web/app/app.cgi /tmp/kept; xxd -r -p > /web/app/new && chmod 755 /web/app/new && mv /web/app/new /web/app/app.cgi"
+    # A copy may be run, as what it is a copy of; with proot no mode can be changed.
+    command = "[ -e /tmp/kept ] || cp /web/app/app.cgi /tmp/kept; cp /tmp/kept /web/app/new && xxd -r -p > /web/app/new && mv /web/app/new /web/app/app.cgi"
     router.inside("run", "sh", "-c", f"printf '%s' '{program.encode().hex()}' | ({command})")
 
 

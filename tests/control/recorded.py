@@ -152,8 +152,13 @@ def tell(results, way, build):
         seen = look_until(lambda seen: not seen[2], lambda: control_restore(second) and replay(), pause=0.5, seconds=20)
         results.check("which gives the same replies", seen[0] == 0 and f"{count - 1} passed, 0 failed" in seen[1], seen[1])
         control_restore(second)
-        links = [links_of(recorded), links_of([{"request": {"lanStatus": {}}, "reply": json.loads(second.ask('{"action":"get","lanStatus":{}}', loopback=True)[2])}])]
-        results.check("signals and rates of the stations are the recorded ones", links[0] == links[1] and any(link[1] for link in links[0].values()), links)
+        wanted = links_of(recorded)
+
+        def shown():
+            return links_of([{"request": {"lanStatus": {}}, "reply": json.loads(second.ask('{"action":"get","lanStatus":{}}', loopback=True)[2])}])
+
+        links = look_until(lambda links: links == wanted, shown, pause=0.5)
+        results.check("signals and rates of the stations are the recorded ones", links == wanted and any(link[1] for link in wanted.values()), (wanted, links))
         copied(results, build, lambda folder: control_restore(second) and replay("--cases", str(folder))[1], first.folder / "cases", count - 1)
         second.inside("flash", "set", "MIB_TIME_ZONE_INDEX", "0_1")
         status, said, differ = replay()

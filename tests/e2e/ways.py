@@ -29,7 +29,8 @@ WITHOUT_NAMESPACES = [
     "sh",
 ]
 
-MAKE_NAMESPACES = ["unshare", "--mount", "--net", "--ipc", "--pid", "--fork", "true"]
+# A plain root is no mount point, whose propagation cannot be changed, nor need it be.
+MAKE_NAMESPACES = ["unshare", "--mount", "--propagation", "unchanged", "--net", "--ipc", "--pid", "--fork", "true"]
 
 
 def refusal(command):
