@@ -81,6 +81,7 @@ control         | wait | -    | build router home cases | release: app.cgi virtu
 console         | wait | -    | build router home cases browser | release: app.cgi virtual_router/all tests/runner/all | tests/console/run
 contract-clients | wait | -   | build router home contract clients | release: app.cgi virtual_router/all   | contract/clients/run
 contract-broken | wait | -    | build router home contract | release: app.cgi virtual_router/all   | contract/tool/broken.py
+routers         | wait | -    | build router home    | release: app.cgi virtual_router/all   | bench/routers 3
 docs            | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/docs/run
 ROWS
 }
