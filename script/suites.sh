@@ -31,6 +31,7 @@ platform        | cpu  | code | build python         |                          
 firmware-page   | cpu  | page | python               |                                       | tests/structure/check_firmware
 release         | cpu  | page | python               |                                       | tests/structure/check_release
 binary          | cpu  | code | build python         | release: app.cgi                      | tests/structure/check_binary build/release
+loaded          | cpu  | code | build python         | release: app.cgi apmib arpcheck driver kernel_stand_in | tests/structure/check_loaded build/release
 unit            | cpu  | code | build                | release: unit_tests                   | build/release/unit_tests --gtest_brief=1
 cases           | cpu  | code | build cases          | release: app.cgi tests/runner/all     | tests/run_cases --mode plain
 cases-resident  | cpu  | -    | build cases          | release: app.scgi tests/runner/all    | tests/run_cases --through scgi

@@ -44,18 +44,25 @@ def clock(results, control):
 
 def reboot(results, router, control):
     answer = control.post("/api/reboot")
-    results.check("a reboot is begun", answer.status == 200, answer)
-    gone = look_until(lambda seen: seen != "up", lambda: control.get("/api/status").json()["router"], pause=0.01)
-    results.check("the status tells that the router is away", gone in ("off", "booting"), gone)
-    for path, body in (("/api/clock/rate", {"words": ["1"]}), ("/api/run", {"command": ["true"]}), ("/api/reboot", {})):
-        before = control.get("/api/status").json()["router"]
-        answer = control.post(path, body)
-        if before == control.get("/api/status").json()["router"] == "off":
-            results.check(f"{path} is refused meanwhile", answer.status == 409, answer)
+    results.check("a reboot is begun", answer.status == 200 and answer.json()["router"] in ("off", "booting"), answer)
     back = look_until(lambda seen: seen == "up", lambda: control.get("/api/status").json()["router"])
-    results.check("and that it is back", back == "up" and router.ask('{"action":"scan"}')[0] == 200, back)
+    results.check("the status tells when it is back", back == "up" and router.ask('{"action":"scan"}')[0] == 200, back)
+    off(results, control)
     answer = control.post("/api/reboot", {"wait": True})
     results.check("who waits is answered when it is back", answer.json()["router"] == "up" and router.ask('{"action":"scan"}')[0] == 200, answer)
+
+
+def off(results, control):
+    """What cannot be done while it is off, for as long as it takes to ask."""
+    control.post("/api/faults", {"faults": ["failed=off router"]})
+    gone = look_until(lambda seen: seen == "off", lambda: control.get("/api/status").json()["router"])
+    results.check("the status tells that it is off", gone == "off", gone)
+    for path, body in (("/api/clock/rate", {"words": ["1"]}), ("/api/run", {"command": ["true"]}), ("/api/reboot", {})):
+        answer = control.post(path, body)
+        results.check(f"{path} is refused meanwhile", answer.status == 409 and answer.code() == "away", answer)
+    control.ask("DELETE", "/api/faults")
+    back = look_until(lambda seen: seen == "up", lambda: control.get("/api/status").json()["router"])
+    results.check("it is on again", back == "up", back)
 
 
 def words(results, router, control):
