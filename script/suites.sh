@@ -73,7 +73,7 @@ resident        | wait | -    | build router python  | release: app.scgi app.cgi
 firmware-check  | wait | -    | build router home cases | release: firmware-check virtual_router/all app.cgi | tests/firmware/run
 keeper          | wait | -    | router               |                                       | tests/keeper/run
 homes           | wait | -    | home                 |                                       | tests/home/run
-journal         | wait | -    | build router cases   | release: app.cgi virtual_router/all tests/runner/all | tests/journal/run
+journal         | wait | -    | build router cases   | release: app.cgi app.scgi virtual_router/all tests/runner/all | tests/journal/run
 bench           | wait | -    | build router valgrind | release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver | script/bench --quick
 e2e             | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/e2e/run
 e2e-resident    | wait | -    | build router home    | release: app.cgi app.scgi virtual_router/all | tests/e2e/run --way no-namespaces --resident --story requests

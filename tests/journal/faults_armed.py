@@ -60,13 +60,13 @@ def arm(results):
             last = str(error)
     results.check("faults are bounded", len(found.armed) == faults.MOST_FAULTS and "no more than" in last, last)
 
-    found = faults.Faults(lambda _: None, lambda: None, tapped=False)
-    found.add("failed=none reply")
+    found = faults.Faults(lambda _: None, lambda: None, resident=True)
+    found.add("commit")
     try:
-        last = found.add("commit")
+        last = found.add("init")
     except faults.Refused as error:
         last = str(error)
-    results.check("where app.scgi serves requests, only the port and the router have faults", "meets no commit" in str(last), last)
+    results.check("where app.scgi serves requests, the store is open before them", "is past init" in str(last), last)
 
     async def spoil(how, pieces):
         found = faults.Faults(lambda _: None, lambda: None)

@@ -29,6 +29,10 @@ class Reader:
         numbers = [line["number"] for line in self.lines("--last", "1") if "number" in line]
         return self.whole(numbers[-1], **more)
 
+    def settled(self):
+        """Waits until nothing is under way."""
+        routers.look_until(lambda lines: all(line["verdict"] != "under way" for line in lines if "number" in line), lambda: self.lines("--last", "50"))
+
     def whole(self, number, secrets=False):
         return self.lines(str(number), *(["--secrets"] if secrets else []))[0]
 

@@ -227,7 +227,7 @@ class Case:
         }
 
     def reply(self):
-        text = self.stand_ins.in_json(self.reading.text_of("reply").decode("utf-8", "surrogateescape"))
+        text = self.stand_ins.in_json(self.reading.told_reply.decode("utf-8", "surrogateescape"))
         if not text:
             return "none"
         if user := self.written.get(_SESSION_FILE):

@@ -28,6 +28,7 @@ SESSIONS = {
     "controller": "a mesh agent lets its controller in",
 }
 _NEED_LOGIN = 6
+_CGI_HEAD = re.compile(rb"\AStatus: .*?\r\n\r\n", re.DOTALL)  # which app.scgi writes for the web server
 _PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins", "holds", "wrote")
 
 
@@ -104,7 +105,8 @@ class Reading:
         self.untold = bytes(exchange.told.data).rpartition(b"\n")[2] != b"" or exchange.told.size > len(exchange.told.data)
         self.asked = self.first("asked")
         self.request_body = bytes(exchange.body.data) if exchange.port else self.text_of("input")
-        self.reply_body = self.text_of("reply") or self.body_of_reply()
+        self.told_reply = _CGI_HEAD.sub(b"", self.text_of("reply"), count=1)
+        self.reply_body = self.told_reply or self.body_of_reply()
         self.request = self.parsed(self.request_body)
         self.reply = self.parsed(self.reply_body)
 

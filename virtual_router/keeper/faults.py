@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Faults that are armed while the router runs, in the words of virtual_router/vocabulary/faults.conf: which there are, and which befall
-a request. What app.cgi is to meet, its tap is told (virtual_router/tap); the rest is done at the port and by the keeper."""
+a request. What the endpoint is to meet, its tap is told (virtual_router/tap); the rest is done at the port and by the keeper."""
 
 import errno
 import random
@@ -9,11 +9,12 @@ from typing import NamedTuple
 import speech
 
 MOST_FAULTS = 16
-# What the tap of app.cgi lets fail.
+# What the tap of the endpoint lets fail.
 OF_TAP = speech.vocabulary.words(
     "init", "get", "set", "entry", "add", "delete", "delete-all", "commit", "save", "msgget", "msgsnd", "open", "read", "write", "rename",
     "popen", "system", "content", "run", "cut-power", known=speech.vocabulary.CALLS,
 )  # fmt: skip
+AHEAD = speech.vocabulary.words("init", known=speech.vocabulary.CALLS)  # of app.scgi, before there is a request
 CONNECT, REPLY, SESSION, ROUTER = speech.vocabulary.words("connect", "reply", "session", "router", known=speech.vocabulary.CALLS)
 OF_PORT = (CONNECT, REPLY, SESSION)
 HOW, LATE = speech.vocabulary.words("failed", "delay", known=speech.vocabulary.FAULT_MARKS)
@@ -129,10 +130,10 @@ NOTHING = Chosen([], {})
 
 
 class Faults:
-    """`changed` is called with each change. `tapped`: app.cgi serves the requests, and its tap lets its calls fail."""
+    """`changed` is called with each change. `resident`: app.scgi serves the requests."""
 
-    def __init__(self, say, changed, tapped=True):
-        self.tapped = tapped
+    def __init__(self, say, changed, resident=False):
+        self.resident = resident
         self.say = say
         self.changed = changed
         self.armed = {}  # number -> Armed
@@ -142,8 +143,8 @@ class Faults:
         if len(self.armed) >= MOST_FAULTS:
             raise Refused(f"no more than {MOST_FAULTS} faults are armed at a time")
         found = Armed(self.last + 1, line)
-        if found.call in OF_TAP and not self.tapped:
-            raise Refused(f"app.scgi, which serves requests here, meets no {found.call} that fails (script/server --resident)")
+        if found.call in AHEAD and self.resident:
+            raise Refused(f"app.scgi, which serves requests here, is past {found.call} when one comes (script/server --resident)")
         if found.call == ROUTER and any(other.call == ROUTER for other in self.armed.values()):
             raise Refused("the router is off already")
         self.last += 1

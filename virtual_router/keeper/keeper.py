@@ -81,7 +81,7 @@ class Keeper:
         self.printer = console.Printer()
         self.say = self.printer.say
         self.folds = not options.all_lines and os.isatty(1)  # what is read later, by a person or a program, is there whole
-        self.faults = faults.Faults(self.say, self.follow_faults, tapped=not options.resident)
+        self.faults = faults.Faults(self.say, self.follow_faults, resident=options.resident)
         self.switched_off = None  # while a fault has the router off: what ends that
         self.parts = {}  # number -> Part
         self.last_part = 0

@@ -5,6 +5,7 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,7 +62,9 @@ void tell_end(const char *text, int64_t since, int status) {
 // --- input and output ---
 
 ssize_t told_read(const void *caller, int file, const void *bytes, ssize_t result) {
-    if (result > 0 && tap::hears(caller)) {
+    if (result > 0 && tap::g_awaits_head && file == STDIN_FILENO) {
+        tap::take_head(bytes, static_cast<size_t>(result));
+    } else if (result > 0 && tap::hears(caller)) {
         if (file == STDIN_FILENO) {
             tap::tell_text(Event::kInput, static_cast<const char *>(bytes), static_cast<size_t>(result));
         } else if (g_command.stream != nullptr && file == g_command.file) {
@@ -182,6 +185,33 @@ PLAYED ssize_t write(int file, const void *bytes, size_t size) {
         } else if (result >= 0) {
             tap::tell_text(Event::kWrote, static_cast<const char *>(bytes), done);
         }
+    }
+    return result;
+}
+
+// How app.scgi writes a reply and its head.
+PLAYED ssize_t writev(int file, const iovec *parts, int count) {
+    const bool told = tap::hears(CALLER) && file == STDOUT_FILENO;
+    if (told) {
+        tap::flush();  // the head says where the reply ends: whoever has it may be done before this goes on
+    }
+    size_t size = 0;
+    for (int i = 0; i < count; ++i) {
+        size += parts[i].iov_len;
+    }
+    const ssize_t taken = taken_of(CALLER, Call::kWrite, size);
+    const ssize_t result = taken < 0                            ? -1
+                           : static_cast<size_t>(taken) == size ? syscall(SYS_writev, file, parts, count)
+                                                                : syscall(SYS_write, file, parts[0].iov_base, taken);
+    size_t left = result < 0 ? size : static_cast<size_t>(result);
+    for (int i = 0; told && i < count && left > 0; ++i) {
+        const size_t done = left < parts[i].iov_len ? left : parts[i].iov_len;
+        tap::Told(result < 0, result < 0 ? tap::error_name(errno) : nullptr)
+            .begin_text(Event::kReply, static_cast<const char *>(parts[i].iov_base), done);
+        left -= done;
+    }
+    if (told) {
+        tap::flush();
     }
     return result;
 }

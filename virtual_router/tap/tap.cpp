@@ -23,6 +23,7 @@
 namespace tap {
 
 bool g_listens;
+bool g_awaits_head;
 
 int64_t now() {
     return pc_now() / 1000;
@@ -32,9 +33,11 @@ namespace {
 
 constexpr char kSocket[] = "/dev/tap";
 constexpr char kEndpoint[] = "app.cgi";
-constexpr char kFaultsVariable[] = "HTTP_X_KEEPER_FAULTS=";  // with semicolons between
+constexpr char kResident[] = "app.scgi";  // of which each process serves one request, whose variables it reads
+constexpr size_t kMostHead = 65535 + sizeof "65535:,";
+constexpr char kFaultsVariable[] = "HTTP_X_KEEPER_FAULTS";  // with semicolons between
 constexpr size_t kMostFaults = 16;
-constexpr char kRequestVariable[] = "HTTP_X_KEEPER_REQUEST=";  // which the keeper's port has the web server hand on
+constexpr char kRequestVariable[] = "HTTP_X_KEEPER_REQUEST";  // which the keeper's port has the web server hand on
 
 constexpr int kMostWaiting = 100;  // milliseconds, in a whole process
 constexpr size_t kMostText = 48 << 10;
@@ -260,18 +263,40 @@ void watch_end() {
 
 // --- the beginning ---
 
-bool is_endpoint(const char *path) {
+bool is_program(const char *path, const char *name) {
     const char *slash = strrchr(path, '/');
-    return strcmp(slash != nullptr ? slash + 1 : path, kEndpoint) == 0;
+    return strcmp(slash != nullptr ? slash + 1 : path, name) == 0;
 }
 
-// The value of a variable; empty without it. `name` ends with "=".
-const char *find_variable(char **environment, const char *name) {
+// The value of one of the request's variables; empty without it.
+using FindVariable = const char *(const char *name);
+
+char **g_environment;
+
+const char *find_in_environment(const char *name) {
     const size_t size = strlen(name);
-    for (; *environment != nullptr; ++environment) {
-        if (strncmp(*environment, name, size) == 0) {
-            return *environment + size;
+    for (char **variable = g_environment; *variable != nullptr; ++variable) {
+        if (strncmp(*variable, name, size) == 0 && (*variable)[size] == '=') {
+            return *variable + size + 1;
         }
+    }
+    return "";
+}
+
+// What app.scgi has read of its connection: "LENGTH:BLOCK,", where the block is names and values, each ended by a zero
+// byte.
+char g_head[kMostHead];
+size_t g_head_size;
+const char *g_block;
+const char *g_block_end;
+
+const char *find_in_head(const char *name) {
+    for (const char *at = g_block; at < g_block_end;) {
+        const char *const value = at + strlen(at) + 1;
+        if (strcmp(at, name) == 0) {
+            return value < g_block_end ? value : "";
+        }
+        at = value < g_block_end ? value + strlen(value) + 1 : g_block_end;
     }
     return "";
 }
@@ -317,38 +342,67 @@ void find_program(char **environment) {
     }
 }
 
-void tell_who_asked(char **environment) {
+void tell_who_asked(FindVariable *find) {
     Told told;
-    if (const char *request = find_variable(environment, kRequestVariable);
+    if (const char *request = find(kRequestVariable);
         *request != '\0' && strlen(request) < 64 && strchr(request, ' ') == nullptr) {
         told.line.mark(EventMark::kRequest, request);
     }
     char what[512];
-    const int size = snprintf(what, sizeof what, "%s %s", find_variable(environment, "REQUEST_METHOD="),
-                              find_variable(environment, "REQUEST_URI="));
-    const char *who = find_variable(environment, "REMOTE_ADDR=");
+    const int size = snprintf(what, sizeof what, "%s %s", find("REQUEST_METHOD"), find("REQUEST_URI"));
+    const char *who = find("REMOTE_ADDR");
     told.line.begin(Event::kAsked);
     told.line.word(*who != '\0' && strlen(who) < 64 ? who : "-");
     told.line.rest(what, size < static_cast<int>(sizeof what) ? static_cast<size_t>(size) : sizeof what - 1);
 }
 
-__attribute__((constructor)) void begin(int count, char **words, char **environment) {
-    if (count < 1 || !is_endpoint(words[0])) {
-        return;
-    }
+// Tells of a request with these variables from now on. False: nobody listens.
+bool listen(FindVariable *find) {
     g_keeper = connect_keeper();
     if (g_keeper < 0) {
-        return;
+        return false;
     }
-    find_program(environment);
     g_listens = true;
     tap_hooks = &kHooks;
     watch_end();
-    tell_who_asked(environment);
-    read_faults(find_variable(environment, kFaultsVariable));
+    tell_who_asked(find);
+    read_faults(find(kFaultsVariable));
+    return true;
+}
+
+__attribute__((constructor)) void begin(int count, char **words, char **environment) {
+    if (count >= 1 && is_program(words[0], kEndpoint)) {
+        g_environment = environment;
+        if (listen(find_in_environment)) {
+            find_program(environment);
+        }
+    } else if (count >= 1 && is_program(words[0], kResident)) {
+        find_program(environment);
+        g_awaits_head = true;
+    }
 }
 
 }  // namespace
+
+void take_head(const void *bytes, size_t size) {
+    if (size >= sizeof g_head - g_head_size) {
+        g_awaits_head = false;  // nothing that the program takes
+        return;
+    }
+    memcpy(g_head + g_head_size, bytes, size);
+    g_head_size += size;
+    char *end = nullptr;
+    const size_t length = strtoul(g_head, &end, 10);
+    const size_t before = static_cast<size_t>(end - g_head) + 1;
+    if (*end != ':' || length >= sizeof g_head - before || g_head_size <= before + length) {
+        return;
+    }
+    g_awaits_head = false;
+    g_block = g_head + before;
+    g_block_end = g_block + length;
+    g_head[before + length] = '\0';  // in the place of the comma: no text goes on beyond it
+    listen(find_in_head);
+}
 
 bool hears_from(const void *caller) {
     const auto at = reinterpret_cast<uintptr_t>(caller);

@@ -2,8 +2,8 @@
 // The tap: tells one event (virtual_router/vocabulary/events.conf) for each thing that a request does, to the keeper,
 // which listens at the socket /dev/tap. A process has a connection of its own there, which ends with it.
 //
-// It is part of libdriver.so, and does something in app.cgi only, and only while somebody listens. It never makes the
-// program wait for long: when the keeper takes no more for kMostWaiting, nothing is told any more.
+// It is part of libdriver.so, and does something in app.cgi and app.scgi only, and only while somebody listens. It
+// never makes the program wait for long: when the keeper takes no more for kMostWaiting, nothing is told any more.
 #ifndef VIRTUAL_ROUTER_TAP_TAP_H
 #define VIRTUAL_ROUTER_TAP_TAP_H
 
@@ -16,6 +16,11 @@
 namespace tap {
 
 extern bool g_listens;
+
+// This is app.scgi, and the head of its request is still to come: what is read of it goes to take_head(), which begins
+// to tell when it is whole.
+extern bool g_awaits_head;
+void take_head(const void *bytes, size_t size);
 
 // Whether somebody listens, and the call comes from the program itself: from that address. What libraries do for it is
 // no deed of the program's.
