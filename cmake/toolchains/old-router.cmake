@@ -14,6 +14,8 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES MUSL_FOLDER)
 
 set(CMAKE_C_COMPILER ${CROSS}-gcc)
 set(CMAKE_CXX_COMPILER ${CROSS}-gcc)
+# Of a C++ compiler with this name CMake does not guess whose tools are its own.
+set(CMAKE_STRIP /usr/bin/${CROSS}-strip CACHE FILEPATH "")
 foreach(language C CXX)
   set(CMAKE_${language}_COMPILER_AR /usr/bin/${CROSS}-gcc-ar CACHE FILEPATH "")
   set(CMAKE_${language}_COMPILER_RANLIB /usr/bin/${CROSS}-gcc-ranlib CACHE FILEPATH "")
