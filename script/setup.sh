@@ -32,6 +32,7 @@ packages_of() {
     mipsel) echo g++-mipsel-linux-gnu qemu-user-static ;;
     mips) echo g++-mips-linux-gnu qemu-user-static ;;
     armhf) echo g++-arm-linux-gnueabihf qemu-user-static ;;
+    machine) echo qemu-system-mips ;;
     mipsel-24kc) echo g++-mipsel-linux-gnu qemu-user-static ;;
     mips-24kc) echo g++-mips-linux-gnu qemu-user-static ;;
     armv5) echo g++-arm-linux-gnueabi qemu-user-static ;;
