@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Each file and each driver's answer that is read, handed to its reader alone. The section "call PATH" is a file's
 // content; its reader must give the same answer twice, also when it reads byte by byte, and one within its bounds.
-// The section "rules" is a client's address, whose accounting rules are inserted and deleted.
+// The section "rules" is a client's address, whose accounting rules are inserted and deleted; "select" is the name of a
+// Wi-Fi interface, which is selected.
 #include <cstring>
 
+#include "clients/client_list.h"
 #include "clients/leases.h"
 #include "clients/stations.h"
 #include "clients/switch_ports.h"
@@ -12,11 +14,13 @@
 #include "kernel/name_servers.h"
 #include "kernel/routes.h"
 #include "mesh/topology.h"
+#include "platform/apmib.h"
 #include "store/items.h"
+#include "store/wlan.h"
 #include "tests/fuzz/target.h"
 
 const Taste kTaste = {
-    {"call",      "call", "call", "call", "stations", "file", "command", "rules"},
+    {"call",      "call", "call", "call", "stations", "file", "command", "rules", "select"},
     {}
 };
 
@@ -204,6 +208,36 @@ std::string read_once(const Section &section) {
     return seen;
 }
 
+// Selects an interface by its name, and holds what is selected then.
+void select_interface(const std::string &name) {
+    const auto number_at = [&name](size_t at) {
+        return name.size() > at ? strtoll(name.c_str() + at, nullptr, 10) : 0;
+    };
+    const long long radio = number_at(4);   // behind "wlan"
+    const long long number = number_at(8);  // behind "wlan0-va"
+    if (radio != static_cast<int>(radio) || number != static_cast<int>(number)) {
+        return;  // beyond the numbers that the description knows
+    }
+    start_endpoint();
+    int selected[] = {wlan_idx, vwlan_idx};
+    int result = 0;
+    if (radio < 2) {
+        selected[0] = static_cast<int>(radio);
+        selected[1] = 0;
+        const std::string suffix = name.size() >= 9 ? name.substr(5) : "";
+        if (suffix.compare(0, 3, "-va") == 0 && number < 5) {
+            selected[1] = static_cast<int>(number) + 1;
+        } else if (suffix.compare(0, 4, "-vxd") == 0) {
+            selected[1] = 5;
+        }
+        result = suffix.compare(0, 3, "-va") != 0 || number < 5 ? 1 : 0;
+    }
+    if (SetWlan_idx(name.c_str()) != result || wlan_idx != selected[0] || vwlan_idx != selected[1]) {
+        wrong("\"%s\" selects %d.%d", name.c_str(), wlan_idx, vwlan_idx);
+    }
+    end_endpoint();
+}
+
 // The commands that were run since.
 std::vector<std::string> commands_run() {
     std::vector<std::string> commands;
@@ -267,6 +301,9 @@ bool is_found_for_nobody() {
         cmnt_findLeaseName(&damaged, kMacs[0], &name) != -2) {
         return true;
     }
+    if (cmnt_getClientList(nullptr) != -1) {
+        return true;
+    }
     SwitchArp arp;
     int port = 0;
     TrafficFile traffic;
@@ -296,6 +333,8 @@ void run_script(const Script &script) {
             change_rules(
                 section.content.substr(0, section.content.find_first_of(std::string_view("\n\0", 2))).substr(0, 100));
             hold_missing_arguments();
+        } else if (section.kind == "select") {
+            select_interface(section.content.substr(0, section.content.find_first_of(std::string_view("\n\0", 2))));
         } else if (section.kind != "call") {
             apply(section);
         }

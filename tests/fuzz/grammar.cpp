@@ -588,6 +588,10 @@ Section make_section() {
     if (kind == "rules") {
         return {kind, "", any_of({"192.168.1.100", "10.0.0.1", "255.255.255.255", ""})};
     }
+    if (kind == "select") {
+        return {kind, "",
+                any_of({"wlan0", "wlan1-va3", "wlan0-va4", "wlan0-va5", "wlan2", "wlan1-vxd", "wlan", "wlan0-vx"})};
+    }
     if (kind == "address") {
         return {kind, any_of({"br0", "eth1", "ppp0"}),
                 std::string(any_of({"192.168.1.1", "10.1.2.3", "-"})) + any_of({" 255.255.255.0", " -"}) +
