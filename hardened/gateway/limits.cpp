@@ -36,4 +36,5 @@ int longest_body() {
 void limit_process() {
     limit(RLIMIT_AS, kMemory);
     limit(RLIMIT_CPU, kSeconds);
+    limit(RLIMIT_CORE, 0);  // in what a crash leaves behind are passwords
 }
