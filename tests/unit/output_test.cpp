@@ -47,11 +47,11 @@ class SlowPipe {
         sigaction(SIGUSR1, &before_, nullptr);
     }
 
-    int fill() { return static_cast<int>(write(ends_[1], text_of(kRoom).data(), kRoom)); }
+    ssize_t fill() { return write(ends_[1], text_of(kRoom).data(), kRoom); }
 
     // What `write_to` wrote into it, behind the first `skipped` bytes.
     template <typename WriteTo>
-    std::string read_slowly(int skipped, WriteTo write_to) {
+    std::string read_slowly(ssize_t skipped, WriteTo write_to) {
         std::string seen;
         const pthread_t writer = pthread_self();
         std::thread reader([this, &seen, writer] {

@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kNothing = -1;
 constexpr int kFamilyOfNobody = 45;
+constexpr long kAsked = static_cast<long>(0xffffffffUL);  // a personality that changes nothing
 #ifdef SYS_mmap2
 constexpr long kMap = SYS_mmap2;
 #else
@@ -34,7 +35,7 @@ struct Attempt {
 constexpr Attempt kAttempts[] = {
     {"chroot",            SYS_chroot,      {0}                                                                       },
     {"ptrace",            SYS_ptrace,      {16, kNothing}                                                            },
-    {"personality",       SYS_personality, {0xffffffff}                                                              },
+    {"personality",       SYS_personality, {kAsked}                                                                  },
     {"unshare",           SYS_unshare,     {CLONE_NEWUTS | CLONE_THREAD}                                             },
     {"clone name spaces", SYS_clone,       {CLONE_NEWUSER | CLONE_THREAD}                                            },
     {"execveat",          SYS_execveat,    {kNothing}                                                                },
@@ -45,7 +46,7 @@ constexpr Attempt kAttempts[] = {
     {"kill",              SYS_kill,        {0, -1}                                                                   },
     {"chmod",             SYS_fchmodat,    {kNothing, 0}                                                             },
     {"link",              SYS_linkat,      {kNothing, 0, kNothing, 0}                                                },
-    {"connect",           SYS_connect,     {kNothing}                                                                },
+    {"connecting",        SYS_connect,     {kNothing}                                                                },
     {"setuid",            SYS_setresuid,   {-1, -1, -1}                                                              },
     {"set a limit",       SYS_prlimit64,   {0, kNothing, 1, 0}                                                       },
     {"new code",          kMap,            {0, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, kNothing, 0}},
