@@ -8,6 +8,7 @@ import { Refused, ask, get } from "./port.js";
 const ROW_PIXELS = 34;
 const BEYOND = 8; // rows that are there above and below what is in sight
 const MOST_LINES = 10000;
+const FIRST_LINES = 200;
 const TYPING_MILLISECONDS = 200;
 const DEED_MILLISECONDS = 10000; // a restart's, on a busy machine
 const AGAIN_MILLISECONDS = 1500;
@@ -189,6 +190,7 @@ function open(main, path) {
   let over = false;
   let timer = 0;
   let again = 0;
+  let coming = 0; // earlier requests whose lines are still to come
   let due = false;
   const count = h("p", { role: "status" }, "…");
   const panel = h("section", { class: "card request", "aria-label": "One request" }, h("p", { class: "empty" }, "Choose a request: what was sent and answered, and what it did in between."));
@@ -214,10 +216,11 @@ function open(main, path) {
     && (!chosenBy.object || line.objects.includes(chosenBy.object)) && (!inBodies || inBodies.has(line.number));
 
   function show() {
-    const all = [...known.values()];
+    const all = [...known.values()].sort((one, other) => one.number - other.number); // they come as they end
     const found = all.filter(admits).reverse();
     lines.show(found);
-    count.textContent = found.length === all.length ? `${all.length} requests${known.gone ? `; ${known.gone} older ones have gone` : ""}` : `${found.length} of ${all.length} requests`;
+    const rest = coming ? `; ${coming} earlier ones are being read` : known.gone ? `; ${known.gone} older ones have gone` : "";
+    count.textContent = `${found.length === all.length ? all.length : `${found.length} of ${all.length}`} requests${rest}`;
     offer(phoneChoice, "phone", [...new Set(all.map(phone))], "every phone");
     offer(actionChoice, "action", [...new Set(all.map((line) => line.action).filter(Boolean))].sort(), "every action");
     offer(objectChoice, "object", [...new Set(all.flatMap((line) => line.objects))].sort(), "every object");
@@ -284,6 +287,15 @@ function open(main, path) {
     while (known.size > MOST_LINES) known.delete(known.keys().next().value);
   }
 
+  function take({ requests, gone }, others) {
+    const came = [...known.values()];
+    known.clear();
+    for (const line of [...requests, ...came]) keep(line);
+    known.gone = gone;
+    coming = others;
+    if (!over) show();
+  }
+
   async function start() {
     stream = new EventSource("/api/journal/follow");
     stream.addEventListener("request", (event) => {
@@ -295,12 +307,10 @@ function open(main, path) {
       }
       soon();
     });
-    const { requests, gone } = await get("/api/journal");
-    const came = [...known.values()];
-    known.clear();
-    for (const line of [...requests, ...came]) keep(line);
-    known.gone = gone;
-    show();
+    // A line that nobody has listed yet has still to be made: the first ones are there before the others.
+    const first = await get(`/api/journal?last=${FIRST_LINES}`);
+    take(first, first.all - first.requests.length);
+    if (coming > 0) take(await get("/api/journal"), 0);
     if (/^\d+$/.test(path[0] ?? "")) {
       lines.chosen = Number(path[0]);
       await showOne(lines.chosen);
