@@ -88,6 +88,7 @@ async def recordings(results, page, keep, router, control):
     before = control.get("/api/status").json()["journal"]
     await go(page, "recordings")
     await click(page, "Begin")
+    await wait_text(page, "main [role=status]", "0 so far")
     session = control.post("/api/phones/1/app/app.cgi", LOGIN).json()["info"]["sessionid"]
     for request in ({"action": "get", "lan": {}, "lanStatus": {}}, {"action": "get", "dutInfo": {}}):
         control.post("/api/phones/1/app/app.cgi", {**request, "sessionid": session})

@@ -236,14 +236,18 @@ export const screen = {
     const list = h("nav", { class: "object-list", "aria-label": "Objects" });
     const place = h("div", {});
     main.append(h("div", { class: "objects" }, list, place));
-    this.go = ([name]) => {
+    let wanted = path;
+    this.go = (to) => {
+      wanted = to; // somebody may go on before the contract is there
+      if (!contract) return;
+      const [name] = to;
       const chosen = contract.objects[name] ? name : contract.order[0];
       replace(list, contract.order.map((each) => h("a", { href: `#/objects/${each}`, "aria-current": each === chosen ? "page" : undefined }, each)));
       openObject(place, chosen);
     };
     const start = async () => {
       contract ??= await get("/api/contract");
-      this.go(path);
+      this.go(wanted);
     };
     start().catch((error) => replace(place, h("p", { class: "fault" }, error.message)));
   },
