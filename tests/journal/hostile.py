@@ -16,7 +16,26 @@ from hiding import Hiding
 ASKED = "time=1700000000000000 {}asked 192.168.1.100 POST /app/app.cgi\n"
 
 
+def searched(results):
+    journal = journals.Journal()
+
+    def found(text, head=b"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n", reply=b'{"a":"Guest"}', told=b""):
+        one = journal.begin("router", "phone")
+        one.body.add(b'{"action":"get"}')
+        one.reply.add(head + reply)
+        one.told.add(told)
+        return journals.Filter(text=text).admits({}, one)
+
+    chunked = {"head": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n", "reply": b'3\r\n{"a\r\na\r\n":"Guest"}\r\n0\r\n\r\n'}
+    results.check("a text is found in the request and in the reply", found("action") and found("Guest"))
+    results.check("and not in what is around them", not found("Content") and not found("POST") and not found("Nobody"))
+    results.check("a reply in chunks is put together for that", found('"a":"Guest"', **chunked) and not found("chunked", **chunked))
+    lost = {"head": b"", "reply": b"", "told": ASKED.format("").encode() + b"time=1700000000000001 reply lost\\n\n"}
+    results.check("what never went over the wire is found, too", found("lost", **lost))
+
+
 def attack(results):
+    searched(results)
     asyncio.run(tell_lies(results))
     bounds(results)
     readings(results)

@@ -28,6 +28,8 @@ SESSIONS = {
     "controller": "a mesh agent lets its controller in",
 }
 _NEED_LOGIN = 6
+_CHUNKED = re.compile(rb"(?i)\ntransfer-encoding:")
+MOST_HEAD = 4096  # bytes of a reply's
 _CGI_HEAD = re.compile(rb"\AStatus: .*?\r\n\r\n", re.DOTALL)  # which app.scgi writes for the web server
 _PRINTED = speech.vocabulary.words("debug", "error", "output", "run", "begins", "holds", "wrote")
 
@@ -72,6 +74,11 @@ class Exchange:
     @property
     def size(self):
         return len(self.head) + len(self.body.data) + len(self.reply.data) + len(self.told.data) + sum(deed.size for deed in self.deeds) + 500
+
+    @property
+    def has_plain_reply(self):
+        """Whether what went over the wire has the reply as app.cgi wrote it."""
+        return bool(self.port and not self.faults and self.body.data and self.reply.data and not _CHUNKED.search(self.reply.data, 0, MOST_HEAD))
 
     def read(self):
         """What can be made of it so far. It is not kept: it takes much more room than what it is made of."""

@@ -171,8 +171,13 @@ class Filter:
         return line["number"] > int(value)
 
     def is_text(self, value, _, exchange):
-        reading = exchange.read()
-        return value.encode() in reading.request_body or value.encode() in reading.reply_body
+        text = value.encode()
+        if text in exchange.body.data:
+            return True
+        if exchange.has_plain_reply:
+            return text in exchange.reply.data.partition(b"\r\n\r\n")[2]
+        reading = exchange.read()  # which takes its time
+        return text in reading.request_body or text in reading.reply_body
 
     def is_failed(self, _, line, __):
         return line["verdict"] not in ("ok", "under way")
