@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,6 +14,8 @@ namespace {
 
 constexpr char kMark[] = "--- ";
 constexpr size_t kMostFaults = 8;
+// No kernel interrupts a call for ever; whoever makes it again, as one should, would then do so for ever.
+constexpr unsigned kMostInterruptions = 16;
 
 bool starts_with(const std::string &text, const char *beginning) {
     return text.compare(0, strlen(beginning), beginning) == 0;
@@ -59,6 +62,9 @@ void set_faults(const std::string &content) {
         const size_t end = std::min(content.find('\n', at), content.size());
         RouterFault fault = {};
         if (parse_fault(content.substr(at, end - at).c_str(), &fault.fault)) {
+            if (strcmp(fault.fault.how, "EINTR") == 0) {
+                fault.fault.count = std::min(fault.fault.count, kMostInterruptions);
+            }
             const std::string item = fault.fault.item;
             fault.place = item.empty() ? Place{0, -1, -1} : Router::place_of(item);
             if (item.find('@') == std::string::npos) {
