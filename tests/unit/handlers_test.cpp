@@ -2,6 +2,7 @@
 #include <cjson/cJSON.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "base/json.h"
@@ -34,6 +35,16 @@ TEST(Tables, EndWithTheHighestNumberOfAnEntry) {
     AclEntry entry;
     EXPECT_TRUE(table_read(MIB_WLAN_ACL_NUM, 255, entry));
     EXPECT_FALSE(table_read(MIB_WLAN_ACL_NUM, 256, entry));
+}
+
+// The store may leave bytes of an entry alone, and what a program had in them before is nobody's business.
+TEST(Tables, HaveEntriesOfZerosButForWhatTheStoreWrites) {
+    AclEntry entry;
+    memset(&entry, 0xff, sizeof entry);
+    AclEntry asked = {};
+    *reinterpret_cast<uint8_t *>(&asked) = 7;  // of which entry the store is asked
+    EXPECT_TRUE(table_read(MIB_WLAN_ACL_NUM, 7, entry));
+    EXPECT_EQ(memcmp(&entry, &asked, sizeof entry), 0);
 }
 
 // The dispatcher calls no handler whose object the request does not name, so no request shows what one would do then.
