@@ -92,7 +92,7 @@ function open(main) {
 
   replace(main, h("div", { class: "stack" },
     h("div", { class: "head" }, h("div", {}, h("h1", {}, "Expect"), h("p", {}, "A request like this must come, with these effects, within so many seconds: what a test of an app waits for."))),
-    h("section", { class: "card", "aria-label": "What must come" }, h("h2", {}, "What must come"),
+    h("section", { class: "card", "aria-label": "What must come", command: line }, h("h2", {}, "What must come"),
       h("div", { class: "fields" }, field("Action", action), field("Object", object), field("From phone", phone), field("Error of the reply", error), field("Within seconds", seconds), field("Since request", since)),
       h("div", { class: "pair areas" }, field("Effects, in this order", effects), field("What it must not do", never), field("In the request, as JSON", request), field("In the reply, as JSON", reply)),
       h("div", { class: "sends" }, wait, stop.element, h("label", { class: "row" }, absent, "No such request must come"))),

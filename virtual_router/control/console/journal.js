@@ -13,7 +13,7 @@ const TYPING_MILLISECONDS = 200;
 const DEED_MILLISECONDS = 10000; // a restart's, on a busy machine
 const AGAIN_MILLISECONDS = 1500;
 // Events that only look, and what the request and the reply show anyway.
-const LOOKS = new Set(["get", "entry", "read", "driver", "station", "arp", "neighbour", "address", "init"]);
+const LOOKS = new Set(["get", "entry", "read", "holds", "driver", "station", "arp", "neighbour", "address", "init"]);
 const SHOWN_ELSEWHERE = new Set(["asked", "input", "reply"]);
 const KINDS = {
   set: "change", add: "change", delete: "change", "delete-all": "change", commit: "change", save: "change", write: "change", remove: "change", queue: "tell", run: "run", begins: "run",
