@@ -12,6 +12,7 @@
 
 #include "base/input.h"
 #include "base/resource.h"
+#include "base/shortage.h"
 
 namespace {
 
@@ -78,6 +79,58 @@ class Limit {
     struct sigaction before_ = {};
 };
 
+// What posix_spawn() is to do in the process before the program begins. Each step may want for memory; without one of
+// them the program would write into the reply, so that it is not started then.
+class Preparation {
+  public:
+    explicit Preparation(const Outlets &outlets) {
+        note(posix_spawn_file_actions_init(&files_));
+        note(posix_spawnattr_init(&attributes_));
+        note(posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+        note(outlets.output < 0 ? posix_spawn_file_actions_addopen(&files_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0)
+                                : posix_spawn_file_actions_adddup2(&files_, outlets.output, STDOUT_FILENO));
+        if (outlets.errors || outlets.quiet) {
+            note(posix_spawn_file_actions_adddup2(&files_, STDOUT_FILENO, STDERR_FILENO));
+        }
+        sigset_t none;
+        sigset_t ignored_here;
+        sigemptyset(&none);
+        sigemptyset(&ignored_here);
+        sigaddset(&ignored_here, SIGPIPE);
+        note(posix_spawnattr_setsigmask(&attributes_, &none));
+        note(posix_spawnattr_setsigdefault(&attributes_, &ignored_here));
+        note(posix_spawnattr_setpgroup(&attributes_, 0));
+        note(posix_spawnattr_setflags(&attributes_,
+                                      POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP));
+    }
+    Preparation(const Preparation &) = delete;
+    Preparation &operator=(const Preparation &) = delete;
+    ~Preparation() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&files_);
+    }
+
+    // The process; -1: it can't be started.
+    pid_t start(const char *path, Words words) {
+        pid_t process = -1;
+        if (error_ == 0) {
+            static char kPath[] = "PATH=/bin:/sbin:/usr/bin:/usr/sbin";
+            char *environment[] = {kPath, nullptr};
+            // The words are not written to, whatever the interface's type says.
+            note(posix_spawn(&process, path, &files_, &attributes_, const_cast<char *const *>(words), environment));
+        }
+        note_shortage_if(error_);
+        return error_ == 0 ? process : -1;
+    }
+
+  private:
+    posix_spawn_file_actions_t files_ = {};
+    posix_spawnattr_t attributes_ = {};
+    int error_ = 0;
+
+    void note(int error) { error_ = error_ == 0 ? error : error_; }
+};
+
 // The process; -1: it can't be started. Each has a group of its own, with which it is ended.
 pid_t start(Words words, const Outlets &outlets) {
     char path[64];
@@ -86,39 +139,7 @@ pid_t start(Words words, const Outlets &outlets) {
     }
     // A web server may have its programs start with the signal ignored, and nobody could wait for one.
     signal(SIGCHLD, SIG_DFL);
-    posix_spawn_file_actions_t files;
-    posix_spawnattr_t attributes;
-    if (posix_spawn_file_actions_init(&files) != 0 || posix_spawnattr_init(&attributes) != 0) {
-        return -1;
-    }
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    if (outlets.output < 0) {
-        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    } else {
-        posix_spawn_file_actions_adddup2(&files, outlets.output, STDOUT_FILENO);
-    }
-    if (outlets.errors || outlets.quiet) {
-        posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
-    }
-    sigset_t none;
-    sigset_t ignored_here;
-    sigemptyset(&none);
-    sigemptyset(&ignored_here);
-    sigaddset(&ignored_here, SIGPIPE);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &ignored_here);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-    static char kPath[] = "PATH=/bin:/sbin:/usr/bin:/usr/sbin";
-    char *environment[] = {kPath, nullptr};
-    pid_t process = -1;
-    // The words are not written to, whatever the interface's type says.
-    if (posix_spawn(&process, path, &files, &attributes, const_cast<char *const *>(words), environment) != 0) {
-        process = -1;
-    }
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&files);
-    return process;
+    return Preparation(outlets).start(path, words);
 }
 
 // The exit status; -1: it was killed.

@@ -42,6 +42,7 @@ man             | cpu  | -    | man python git router home |                    
 headers         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/headers/run
 web-servers     | cpu  | -    | build router web-servers | release: app.cgi arpcheck             | tests/web_servers/run
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
+cases-hardened-resident | cpu | - | build cases      | hardened: app.scgi; release: tests/runner/all | tests/run_cases --hardened --through scgi --sample 12
 binary-hardened | cpu  | -    | build python         | hardened: app.cgi                     | tests/structure/check_binary build/hardened
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
@@ -53,6 +54,7 @@ unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests     
 cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
 cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4
 torture         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/torture/run
+torture-hardened | cpu | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/torture/run --hardened --sample 300
 mutation        | cpu  | -    | build cases          | release: app.cgi unit_tests tests/runner/all | tests/mutation/run --self-test
 fuzz-corpora    | cpu  | -    | build fuzz           |                                       | script/fuzz --replay
 runner          | cpu  | -    | build cases          | release: tests/runner/all             | tests/runner/selftest/run --tools build/release/tests/runner

@@ -104,7 +104,10 @@ void write_clients(int file, const Clients &clients) {
         append(text, {client.address, " ", Decimal(client.attempts).c_str(), " ", Decimal(client.refused_until).c_str(),
                       "\n"});
     }
-    if (lseek(file, 0, SEEK_SET) != 0 || ftruncate(file, 0) != 0 || !write_all(file, text, strlen(text))) {
+    // Over what is there, and what is left of that cut off: who is killed in between has forgotten nobody.
+    const size_t length = strlen(text);
+    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, text, length) ||
+        ftruncate(file, static_cast<off_t>(length)) != 0) {
         report_error("a login is not remembered");
     }
 }
