@@ -49,9 +49,9 @@ constexpr sock_filter refuse(uint32_t error) {
 
 // The lower half of an argument, which is all that the arguments here have.
 constexpr sock_filter load_argument(uint32_t index) {
+    constexpr uint32_t kArguments = offsetof(seccomp_data, args);
     constexpr uint32_t kLowerHalf = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
-    return statement(BPF_LD | BPF_W | BPF_ABS,
-                     static_cast<uint32_t>(offsetof(seccomp_data, args)) + 8 * index + kLowerHalf);
+    return statement(BPF_LD | BPF_W | BPF_ABS, kArguments + 8 * index + kLowerHalf);
 }
 
 // Numbers of system calls as runs: where one begins, where it has ended, where the next begins, and so on. The kernel
