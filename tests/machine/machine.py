@@ -13,7 +13,7 @@ import threading
 import time
 
 PATIENCE = 240  # seconds for what takes a few on a quiet machine
-PORTS = {"cgi": 80, "relay": 81, "lua": 82, "stage": 83, "loopback": 84}  # of the machine's web servers
+PORTS = {"cgi": 80, "relay": 81, "lua": 82, "stage": 83, "loopback": 84, "static": 85}  # of the machine's web servers
 READY = re.compile(r"READY after ([\d.]+) s")
 DONE = re.compile(r"DONE (\d+)")
 
@@ -25,7 +25,8 @@ class MachineError(Exception):
 # ---- the image: what lies in the machine's memory when the kernel starts
 
 FOLDERS = ("bin", "dev", "etc", "etc/config", "lib", "lib/modules", "proc", "sys", "tmp", "var", "var/run", "web", "web/app")
-CONFIGURATIONS = {"cgi": "/web/app/app.cgi", "relay": "/bin/app-relay.cgi", "lua": "/bin/app.lua", "stage": "/bin/stage"}
+PROGRAMS = {"cgi": "/web/app/app.cgi", "relay": "/bin/app-relay.cgi", "lua": "/bin/app.lua", "static": "/bin/app-static.cgi", "stage": "/bin/stage"}
+LUA_PEER = pathlib.Path(__file__).resolve().parents[2] / "bench/peers/app.lua"
 OUR_OWN = ("system_daemon", "loopback", "flash", "stage", "stopwatch")
 
 
@@ -50,8 +51,9 @@ def stripped(path, strip):
         return pathlib.Path(file.name).read_bytes()
 
 
-def make_image(build, parts, more):
-    """The image's bytes: what the build folder has, the distribution's parts, and the files `more`."""
+def make_image(build, parts, static=None):
+    """The image's bytes: what the build folder has, and the distribution's parts. With the build folder of a static app.cgi that
+    one, too, and Lua, to compare with."""
     cache = (build / "CMakeCache.txt").read_text()
     musl = pathlib.Path(re.search(r"^MUSL_FOLDER:\w+=(.*)$", cache, re.MULTILINE)[1])
     strip = re.search(r"^CMAKE_STRIP:\w+=(.*)$", cache, re.MULTILINE)[1]
@@ -60,15 +62,20 @@ def make_image(build, parts, more):
     programs = {"web/app/app.cgi": build / "app.cgi", "bin/app.scgi": build / "app.scgi", "bin/app-relay.cgi": build / "app-relay.cgi",
                 "bin/guest": own / "guest", "lib/libapmib.so": own / "libapmib.so", "lib/libarpcheck.so": own / "libarpcheck.so",
                 f"lib/{loader.name}": loader}
+    if static:
+        programs.update({"bin/app-static.cgi": static / "app.cgi", "bin/lua5.4": own / "lua"})
     files = [(folder, "folder", b"") for folder in FOLDERS]
     files += [(path, "program", stripped(source, strip)) for path, source in programs.items()]
     files += [(f"bin/{name}", "link", b"guest") for name in OUR_OWN]
     files += [("bin/busybox", "program", (parts / "busybox").read_bytes()),
               ("init", "program", (pathlib.Path(__file__).parent / "init").read_bytes())]
+    if static:
+        files += [("bin/app.lua", "program", LUA_PEER.read_bytes())]
     files += [(f"lib/modules/{module.name}", "file", module.read_bytes()) for module in sorted((parts / "modules").iterdir())]
     # Outside of /cgi-bin this web server runs a file by an interpreter, by the ending of its name; the endpoint is its own.
-    files += [(f"etc/httpd-{name}.conf", "file", f"*.cgi:{program}\n".encode()) for name, program in CONFIGURATIONS.items()]
-    return gzip.compress(cpio(files + more), 9, mtime=0)
+    there = {f"/{path}" for path, *_ in files}
+    files += [(f"etc/httpd-{PORTS[name]}.conf", "file", f"*.cgi:{program}\n".encode()) for name, program in PROGRAMS.items() if program in there]
+    return gzip.compress(cpio(files), 9, mtime=0)
 
 
 # ---- the emulator
@@ -95,7 +102,8 @@ class Machine:
                         "-device", "pcnet,netdev=lan,romfile=", "-kernel", str(kernel), "-initrd", str(image),
                         "-append", "console=ttyS0 quiet panic=-1 nokaslr"]
         if nanoseconds:  # the machine's clock goes on by the instructions that were executed, and not with the PC's
-            self.command += ["-icount", f"shift={nanoseconds.bit_length() - 1},sleep=off"]
+            # Of its real-time clock, too, by which the kernel finds out how fast its processor is.
+            self.command += ["-icount", f"shift={nanoseconds.bit_length() - 1}", "-rtc", "clock=vm"]
         self.lines = queue.Queue()
         self.console = []
 
