@@ -126,20 +126,11 @@ struct Filter {
         decide_between(bounds, middle + 1, last, inside, outside);
     }
 
-    // Refuses a call whose argument has one of these bits.
-    constexpr void refuse_bits(uint32_t call, uint32_t argument, uint32_t bits) {
+    // Refuses a call whose argument is this (BPF_JEQ), or has one of these bits (BPF_JSET).
+    constexpr void refuse_where(uint32_t call, uint32_t argument, uint16_t test, uint32_t value) {
         add(unless_skip(BPF_JEQ, call, 4));
         add(load_argument(argument));
-        add(unless_skip(BPF_JSET, bits, 1));
-        add(refuse(EPERM));
-        add(kLoadNumber);
-    }
-
-    // Refuses a call whose argument is this.
-    constexpr void refuse_value(uint32_t call, uint32_t argument, uint32_t value) {
-        add(unless_skip(BPF_JEQ, call, 4));
-        add(load_argument(argument));
-        add(unless_skip(BPF_JEQ, value, 1));
+        add(unless_skip(test, value, 1));
         add(refuse(EPERM));
         add(kLoadNumber);
     }
@@ -156,8 +147,8 @@ constexpr auto make_filter() {
 #ifdef SYS_clone3
     filter.decide(SYS_clone3, refuse(ENOSYS));  // its flags are out of sight; the C library takes clone() then
 #endif
-    filter.refuse_bits(SYS_clone, 0, kNewSpaces);
-    filter.refuse_value(SYS_ioctl, 1, TIOCSTI);  // typing at the terminal of who has started it
+    filter.refuse_where(SYS_clone, 0, BPF_JSET, kNewSpaces);
+    filter.refuse_where(SYS_ioctl, 1, BPF_JEQ, TIOCSTI);  // typing at the terminal of who has started it
     filter.add(unless_skip(BPF_JEQ, SYS_socket, 3 + std::size(kFamilies)));
     filter.add(load_argument(0));
     for (size_t i = 0; i < std::size(kFamilies); ++i) {
@@ -174,15 +165,15 @@ constexpr auto make_guest_filter() {
     filter.begin();
     // No code but what is there.
 #ifdef SYS_mmap
-    filter.refuse_bits(SYS_mmap, 2, PROT_EXEC);
+    filter.refuse_where(SYS_mmap, 2, BPF_JSET, PROT_EXEC);
 #endif
 #ifdef SYS_mmap2
-    filter.refuse_bits(SYS_mmap2, 2, PROT_EXEC);
+    filter.refuse_where(SYS_mmap2, 2, BPF_JSET, PROT_EXEC);
 #endif
-    filter.refuse_bits(SYS_mprotect, 2, PROT_EXEC);
+    filter.refuse_where(SYS_mprotect, 2, BPF_JSET, PROT_EXEC);
 #ifdef SYS_prlimit64
     constexpr uint32_t kAny = ~0U;
-    filter.refuse_bits(SYS_prlimit64, 2, kAny);  // a limit is told, but none is set
+    filter.refuse_where(SYS_prlimit64, 2, BPF_JSET, kAny);  // a limit is told, but none is set
 #endif
     filter.decide_runs(Runs(kOfPrograms), refuse(EPERM), kPass);
     return filter;
