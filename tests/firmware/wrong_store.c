@@ -102,7 +102,9 @@ int apmib_set(int id, void *value) {
     }
     if (operation == kTableDelete && wrong("last")) return delete_last(item, value);
     if (id == kPassword && wrong("torn")) {
-        for (unsigned i = 0; i < item->width; ++i) ((volatile unsigned char *)place_of(item))[i] = ((unsigned char *)value)[i];
+        memcpy(place_of(item), value, item->width / 2);
+        usleep(100);  // however busy the machine is, somebody reads meanwhile
+        memcpy((char *)place_of(item) + item->width / 2, (char *)value + item->width / 2, item->width - item->width / 2);
         return 1;
     }
     if (operation == kTableAdd && wrong("lost")) {

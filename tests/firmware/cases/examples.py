@@ -2,9 +2,5 @@
 """What these cases say of the time."""
 
 
-def SINCE(moment, start) -> int:
+def AGE(moment, start) -> int:
     return moment.second - int(start)
-
-
-def UPTIME(moment) -> int:
-    return moment.uptime
