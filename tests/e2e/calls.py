@@ -153,7 +153,7 @@ def shared_memory(targets):
             ctypes.memmove(address, b"broken", 6)
         print("shmctl", LIBC.shmctl(found, 0, None))
     verdict("semget", LIBC.semget(targets["segment"][0], 1, 0o1000 | 0o666), "refused")
-    for name in (targets["shared"], "/dev/shm/planted"):
+    for name in (targets["shared"], targets["planted"]):
         try:
             os.close(os.open(name, os.O_RDWR | os.O_CREAT))
             print("BROKEN", name)

@@ -121,6 +121,7 @@ class Pc:
         self.listener.listen()
         answer_with_secret(self.listener)
         self.shared = pathlib.Path(f"/dev/shm/e2e-{os.getpid()}")
+        self.planted = pathlib.Path(f"{self.shared}-planted")
         self.shared.write_text("secret")
         self.shared.chmod(ANYBODYS)
         self.start_victim()
@@ -132,7 +133,7 @@ class Pc:
     def targets(self, *processes, paths=()):
         return json.dumps({
             "processes": [self.victim.pid, *processes], "address": self.address, "abstract": self.abstract, "paths": [str(path) for path in paths],
-            "segment": [self.key, self.segment], "queue": [self.key, self.queue], "shared": str(self.shared),
+            "segment": [self.key, self.segment], "queue": [self.key, self.queue], "shared": str(self.shared), "planted": str(self.planted),
         })  # fmt: skip
 
     def harm(self):
@@ -152,9 +153,9 @@ class Pc:
         if self.libc.msgget(self.key, 0) != self.queue:
             found.append("the queue is gone")
             self.queue = self.libc.msgget(self.key, IPC_CREAT | ANYBODYS)
-        if pathlib.Path("/dev/shm/planted").exists():
+        if self.planted.exists():
             found.append("a file in /dev/shm")
-            pathlib.Path("/dev/shm/planted").unlink()
+            self.planted.unlink()
         return found
 
     def attacked(self, name):
