@@ -6,8 +6,9 @@
 #
 #   suite      its name
 #   lane       script/test runs the lanes side by side, the suites of a lane one after the other: "cpu" keeps all processors
-#              busy, "wait" mostly waits. Suites that build the release by themselves are all in "wait", so that it is not
-#              built twice at once; no suite there needs another build than the release.
+#              busy, "wait" mostly waits, with some that keep the lanes equally long. Suites that build the release by
+#              themselves are all in "wait", so that it is not built twice at once; no suite there needs another build
+#              than the release.
 #   check      what must have changed for script/check to run it: "page" anything, "code" more than pages; "-" it never does
 #   packages   groups of script/setup.sh
 #   builds     PRESET: TARGET...; PRESET: TARGET... A preset without a target is configured only.
@@ -47,9 +48,9 @@ binary-hardened | cpu  | -    | build python         | hardened: app.cgi        
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
 contract        | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check
-contract-faults | cpu  | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test
+contract-faults | wait | -    | build cases contract | release: app.cgi tests/runner/all     | contract/check --self-test
 lint            | cpu  | -    | build lint python    | clang:                                | script/lint
-structure       | cpu  | -    | python               |                                       | tests/structure/selftest
+structure       | wait | -    | python               |                                       | tests/structure/selftest
 unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests                  | build/sanitize/unit_tests --gtest_brief=1
 cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
 cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4
