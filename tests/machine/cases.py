@@ -21,6 +21,7 @@ HERE, PHONE = "127.0.0.1", re.compile(r"192\.168\.1\.[1-9]\d*")
 CLEAN_UP = "remove /var/app_sessionid"
 GLOBAL = "0.0"  # an interface, for items that do not ask for one
 TRIES = 5  # of what is not under test: a slow machine's web server drops a connection now and then
+PAUSES = (0.1, 0.2, 0.4, 0.8, 1.6, 3.2)  # seconds in which the daemon notes what it took, and may be at it
 UNANSWERED = (204, 400)
 LONGEST = 100000  # characters of a request or a reply: of megabytes a machine with 32 MiB runs out of memory
 
@@ -102,7 +103,8 @@ class Player:
 
     def stage(self, lines):
         """The machine's answers to lines for its stage. They may be sent again: laying out begins with a restore."""
-        for _ in range(TRIES):
+        for attempt in range(TRIES):
+            time.sleep(attempt)
             status, _, body = asking.post(self.machine.ports["stage"], "".join(line + "\n" for line in lines))
             if status == 200:
                 return body.decode().split("\n")[:-1]
@@ -110,12 +112,11 @@ class Player:
 
     def records(self, count):
         """The records that came since it was asked last. The daemon may still be at it: it is given time for `count`."""
-        deadline = time.monotonic() + asking.PATIENCE
-        while True:
+        for pause in (*PAUSES, None):
             lines = self.stage(["records"])[:-1]
-            if len(lines) >= self.taken + count or time.monotonic() > deadline:
+            if len(lines) >= self.taken + count or pause is None:
                 break
-            time.sleep(0.05)
+            time.sleep(pause)
         new, self.taken = lines[self.taken:], len(lines)
         return [message_queue.show_record(int(kind), bytes.fromhex(payload)) for kind, _, payload in (line.partition(" ") for line in new)]
 
