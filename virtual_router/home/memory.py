@@ -12,7 +12,7 @@ import homefile
 from model import Device, Home, Lease
 
 FORM = 1
-# The chances of a device, and the text after the seed that each begins with.
+# Sources of chance that a device has, and how the seed of each ends, behind the seed of the home and the device's MAC address.
 _CHANCES = {"chance": "", "joining": " joins", "asking": " asks"}
 _OF_EACH_PHONE = ("mac", "place", "lease")
 _VERSION, _NUMBERS = 3, struct.Struct("<625I")  # of Python's generator
