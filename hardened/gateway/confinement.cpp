@@ -47,11 +47,13 @@ constexpr sock_filter refuse(uint32_t error) {
     return statement(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error);
 }
 
-// The lower half of an argument, which is all that the arguments here have.
-constexpr sock_filter load_argument(uint32_t index) {
+// An argument has 64 bits, of which an instruction reads one half. Flags and numbers lie in the lower one.
+enum class Half { kLower, kUpper };
+
+constexpr sock_filter load_argument(uint32_t index, Half half = Half::kLower) {
     constexpr uint32_t kArguments = offsetof(seccomp_data, args);
-    constexpr uint32_t kLowerHalf = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
-    return statement(BPF_LD | BPF_W | BPF_ABS, kArguments + 8 * index + kLowerHalf);
+    constexpr Half kFirst = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? Half::kUpper : Half::kLower;
+    return statement(BPF_LD | BPF_W | BPF_ABS, kArguments + 8 * index + (half == kFirst ? 0 : 4));
 }
 
 // Numbers of system calls as runs: where one begins, where it has ended, where the next begins, and so on. The kernel
@@ -127,9 +129,10 @@ struct Filter {
     }
 
     // Refuses a call whose argument is this (BPF_JEQ), or has one of these bits (BPF_JSET).
-    constexpr void refuse_where(uint32_t call, uint32_t argument, uint16_t test, uint32_t value) {
+    constexpr void refuse_where(uint32_t call, uint32_t argument, uint16_t test, uint32_t value,
+                                Half half = Half::kLower) {
         add(unless_skip(BPF_JEQ, call, 4));
-        add(load_argument(argument));
+        add(load_argument(argument, half));
         add(unless_skip(test, value, 1));
         add(refuse(EPERM));
         add(kLoadNumber);
@@ -173,7 +176,9 @@ constexpr auto make_guest_filter() {
     filter.refuse_where(SYS_mprotect, 2, BPF_JSET, PROT_EXEC);
 #ifdef SYS_prlimit64
     constexpr uint32_t kAny = ~0U;
-    filter.refuse_where(SYS_prlimit64, 2, BPF_JSET, kAny);  // a limit is told, but none is set
+    for (const Half half : {Half::kLower, Half::kUpper}) {  // a limit is told, but from no address is one set
+        filter.refuse_where(SYS_prlimit64, 2, BPF_JSET, kAny, half);
+    }
 #endif
     filter.decide_runs(Runs(kOfPrograms), refuse(EPERM), kPass);
     return filter;

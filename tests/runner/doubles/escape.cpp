@@ -19,6 +19,8 @@ namespace {
 constexpr int kNothing = -1;
 constexpr int kFamilyOfNobody = 45;
 constexpr long kAsked = static_cast<long>(0xffffffffUL);  // a personality that changes nothing
+// An address whose lower half is zero, where there are such beside nullptr.
+constexpr long kFar = sizeof(long) > 4 ? static_cast<long>(1ULL << 32) : 1;
 #ifdef SYS_mmap2
 constexpr long kMap = SYS_mmap2;
 #else
@@ -49,6 +51,7 @@ constexpr Attempt kAttempts[] = {
     {"connecting",        SYS_connect,     {kNothing}                                                                },
     {"setuid",            SYS_setresuid,   {-1, -1, -1}                                                              },
     {"set a limit",       SYS_prlimit64,   {0, kNothing, 1, 0}                                                       },
+    {"set a far limit",   SYS_prlimit64,   {0, kNothing, kFar, 0}                                                    },
     {"new code",          kMap,            {0, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, kNothing, 0}},
     {"code of data",      SYS_mprotect,    {1, 0, PROT_READ | PROT_EXEC}                                             },
 };
