@@ -275,6 +275,7 @@ def dials(t):
     t.order("the WAN is down", "wan", "down")
     t.becomes("the line is dead", lambda: t.router.inside("run", "ls", "/etc/ppp/link")[0] != 0, True)
     t.order("the WAN is up", "wan", "up")
+    t.becomes("it dials again", lambda: json.loads(t.router.inside("home", "show", "--json")[1])["internet"], True)
 
 
 def flat(t, _home):

@@ -178,9 +178,9 @@ def rests(t):
     """A home that stands still looks at nothing until something happens."""
 
     def look():
-        before = t.router.wake_ups("python3", "home.py\0play")
+        before = t.router.wake_ups("python3", "home.py play")
         time.sleep(2)
-        return t.router.wake_ups("python3", "home.py\0play") - before
+        return t.router.wake_ups("python3", "home.py play") - before
 
     # Once in a day a lease is renewed; what was set before may still have its end.
     woken = look_until(lambda woken: woken <= 2, look)

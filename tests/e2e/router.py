@@ -72,6 +72,14 @@ def processes():
     return found
 
 
+def command_line(pid):
+    """Returns the process's program and arguments as one text with blanks between; "" if it has ended meanwhile."""
+    try:
+        return pathlib.Path(f"/proc/{pid}/cmdline").read_bytes().decode(errors="replace").replace("\0", " ")
+    except OSError:
+        return ""
+
+
 def queues():
     """Returns {(key, id)} of this PC's message queues."""
     lines = pathlib.Path("/proc/sysvipc/msg").read_text().splitlines()[1:]
@@ -209,7 +217,7 @@ class Router:
         for pid, (parent, command) in table.items():
             while name in (None, command) and parent in table:
                 if parent == self.process.pid:
-                    if word in pathlib.Path(f"/proc/{pid}/cmdline").read_text():
+                    if word in command_line(pid):
                         return pid
                     break
                 parent = table[parent][0]

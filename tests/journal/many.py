@@ -40,7 +40,7 @@ def memory(router):
 def keeper_of(router):
     """script/server becomes the keeper, or has it for a child."""
     for pid in [router.process.pid, *(pid for pid, (parent, _) in routers.processes().items() if parent == router.process.pid)]:
-        if b"keeper\0" in pathlib.Path(f"/proc/{pid}/cmdline").read_bytes():
+        if "keeper " in routers.command_line(pid):
             return pid
     raise RuntimeError("the keeper does not run")
 
