@@ -589,7 +589,7 @@ data class UrlfilterSettings(
     val addurl: String? = null,
     /** a word to delete; with "enable" 1 */
     val delurl: String? = null,
-    /** 1 empties the list; with "enable" 1 */
+    /** 1 empties the list; whether the other one with it is up to the firmware (on the virtual router both); with "enable" 1 */
     val delallurl: Long? = null
 )
 

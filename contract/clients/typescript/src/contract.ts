@@ -1418,14 +1418,14 @@ export const contract = {
        "MIB_MESH_ROLE",
        "MIB_DHCP_MODE",
        "MIB_OP_MODE",
-       "MIB_WLAN_MESH_BSS_TYPE@each"
+       "MIB_WLAN_MESH_BSS_TYPE@each",
+       "MIB_WLAN_DISABLED@each"
       ]
      },
      {
       "write": [
        "MIB_MESH_BACKHAUL_5G",
-       "MIB_MESH_BACKHAUL_2G",
-       "MIB_WLAN_DISABLED@each"
+       "MIB_MESH_BACKHAUL_2G"
       ],
       "state": "always, but for a controller in operating mode 2"
      },

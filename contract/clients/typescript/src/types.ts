@@ -558,7 +558,7 @@ export interface UrlfilterSettings {
   addurl?: string;
   /** a word to delete; with "enable" 1 */
   delurl?: string;
-  /** 1 empties the list; with "enable" 1 */
+  /** 1 empties the list; whether the other one with it is up to the firmware (on the virtual router both); with "enable" 1 */
   delallurl?: number;
 }
 
