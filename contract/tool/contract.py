@@ -51,6 +51,22 @@ class Contract:
         """(object, action, step) of every refusal."""
         return [row for row in self.steps() if "refuse" in row[2]]
 
+    def causes(self):
+        """Why a request fails: texts by action, object and message; the object is "" where no object refuses."""
+        found = {}
+        for name, action, step in self.refusals():
+            row = found.setdefault((action, name, step["refuse"]), [])
+            if step["cause"] not in row:
+                row.append(step["cause"])
+        # What no object says of itself: of which actions, and of which objects.
+        read_only = [name for name, facts in self.objects.items() if "set" not in facts]
+        places = {"loginRsp": (["login"], [""]), "setRsp": (["set"], read_only), "getRsp or setRsp": (["get", "set"], [""])}
+        for message in self.protocol["messages"]:
+            if message["code"] not in (0, "none") and message["in"] in places:
+                actions, names = places[message["in"]]
+                found.update({(action, name, message["text"]): [message["cause"]] for action in actions for name in names})
+        return {key: "; ".join(row) for key, row in found.items()}
+
 
 def compact(value):
     """JSON as the requests of pages and of the benchmark have it."""

@@ -35,13 +35,8 @@ def text(contract):
             sets.append((name, f"{kind}Settings"))
     made.parts.append("class Objects(TypedDict, total=False):\n    \"\"\"The objects that can be read.\"\"\"\n\n" + "".join(f"    {name}: {kind}\n" for name, kind in gets) + "\n\n")
     made.parts.append("class Settings(TypedDict, total=False):\n    \"\"\"The objects that can be changed.\"\"\"\n\n" + "".join(f"    {name}: {kind}\n" for name, kind in sets) + "\n\n")
-    causes = {}
-    for name, action, step in contract.refusals():
-        row = causes.setdefault((action, name, step["refuse"]), [])
-        if step["cause"] not in row:
-            row.append(step["cause"])
-    rows = "".join(f"    ({json.dumps(action)}, {json.dumps(name)}, {json.dumps(message)}): {json.dumps('; '.join(value))},\n" for (action, name, message), value in causes.items())
-    made.parts.append(f"# Why an object refused: by action, object and message.\nCAUSES = {{\n{rows}}}\n\n")
+    rows = "".join(f"    ({', '.join(map(json.dumps, key))}): {json.dumps(cause)},\n" for key, cause in contract.causes().items())
+    made.parts.append(f"# Why a request failed: by action, object and message; the object is \"\" where none refused.\nCAUSES = {{\n{rows}}}\n\n")
     made.parts.append(f"# All objects, in the order in which the router handles them.\nORDER = {json.dumps(contract.order)}\n")
     return HEAD + "\n" + "".join(made.parts)
 

@@ -34,13 +34,8 @@ def text(contract):
     parts.append("/** The objects that can be read. */\nexport interface Objects {\n" + "\n".join(gets) + "\n}\n")
     parts.append("/** Of these a get may say what it wants. */\nexport interface Requests {\n" + "\n".join(asks) + "\n}\n")
     parts.append("/** The objects that can be changed. */\nexport interface Settings {\n" + "\n".join(sets) + "\n}\n")
-    causes = {}
-    for name, action, step in contract.refusals():
-        causes.setdefault(f"{action} {name} {step['refuse']}", [])
-        if step["cause"] not in causes[f"{action} {name} {step['refuse']}"]:
-            causes[f"{action} {name} {step['refuse']}"].append(step["cause"])
-    rows = "".join(f"  {json.dumps(key)}: {json.dumps('; '.join(value))},\n" for key, value in causes.items())
-    parts.append("/** Why an object refused: by action, object and message. */\nexport const causes: Record<string, string> = {\n" + rows + "};\n")
+    rows = "".join(f"  {json.dumps(' '.join(key))}: {json.dumps(cause)},\n" for key, cause in contract.causes().items())
+    parts.append("/** Why a request failed: by action, object and message; the object is empty where none refused. */\nexport const causes: Record<string, string> = {\n" + rows + "};\n")
     order = json.dumps(contract.order)
     parts.append(f"/** All objects, in the order in which the router handles them. */\nexport const order: readonly string[] = {order};\n")
     return "\n".join(parts)

@@ -8,7 +8,7 @@ from typing import Any, Callable, Dict, List, Mapping, Optional, Tuple, cast
 from urllib.parse import urlsplit
 
 from .errors import LoginRefused, NoReply, Refused, RouterError, SessionLost
-from .types import CAUSES, ORDER, LanStatusDevlistEntry
+from .types import CAUSES, ORDER, DutInfo, LanStatusDevlistEntry
 
 LOGIN_FAIL = 7
 Reply = Dict[str, Any]
@@ -47,6 +47,13 @@ def is_lost(reply: Reply) -> bool:
 
 def lost_error() -> SessionLost:
     return SessionLost("need login: the session has ended, and somebody else may have one")
+
+
+def device(reply: Reply) -> DutInfo:
+    """What a scan tells."""
+    if "dutInfo" not in reply:
+        raise NoReply("what came is no reply to a scan")
+    return cast(DutInfo, reply["dutInfo"])
 
 
 def wanted(names: Tuple[str, ...], asked: Mapping[str, object]) -> Dict[str, object]:

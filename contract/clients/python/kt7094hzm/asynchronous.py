@@ -4,10 +4,11 @@
 from __future__ import annotations
 
 import asyncio
+from contextlib import suppress
 from typing import AsyncIterator, Callable, Mapping, Optional, cast
 
-from ._core import Change, Client, Devices, Reply, check, is_lost, lost_error, understand, wanted
-from .errors import NoReply, TimedOut
+from ._core import Change, Client, Devices, Reply, check, device, is_lost, lost_error, understand, wanted
+from .errors import NoReply, Refused, RouterError, TimedOut
 from .types import DutInfo, Objects, Settings
 
 
@@ -19,7 +20,7 @@ class AsyncRouter(Client):
 
     async def scan(self) -> DutInfo:
         """What device this is; needs no session."""
-        return cast(DutInfo, (await self._send({"action": "scan"}))["dutInfo"])
+        return device(await self._send({"action": "scan"}))
 
     async def login(self) -> None:
         """Starts a session, which ends the router's one before. Who calls while a login is under way gets that one."""
@@ -52,20 +53,28 @@ class AsyncRouter(Client):
 
     async def pair(self, until: Callable[[int], bool] = lambda status: status > 1, interval: float = 1, patience: float = 120) -> int:
         """Starts pairing by push button, and waits for a status that `until` accepts; cancels the pairing when none comes."""
-        before = (await self.get("wps"))["wps"]["status"]
+        before = await self._pairing_status()
         await self.set({"wps": {"wpsbutton": 1}})
         deadline, changed = asyncio.get_running_loop().time() + patience, False
         try:
             while asyncio.get_running_loop().time() < deadline:
-                status = (await self.get("wps"))["wps"]["status"]
+                status = await self._pairing_status()
                 changed = changed or status != before  # until the daemon has seen the button, it tells of the last pairing
-                if changed and until(status):
+                if changed and status is not None and until(status):
                     return status
                 await asyncio.sleep(interval)
             raise TimedOut(f"no pairing within {patience} s")
         except BaseException:
-            await self.set({"wps": {"wpsbutton": 0}})
+            with suppress(RouterError):  # what went wrong first is of more use
+                await self.set({"wps": {"wpsbutton": 0}})
             raise
+
+    async def _pairing_status(self) -> Optional[int]:
+        """None while the pairing daemon has reported nothing, as before the first pairing: the router refuses to tell then."""
+        try:
+            return (await self.get("wps"))["wps"]["status"]
+        except Refused:
+            return None
 
     # ---- one request
 

@@ -1,9 +1,12 @@
 # SPDX-License-Identifier: MIT
 """What can go wrong, as types."""
 
+from .types import CAUSES
+
 
 class RouterError(Exception):
-    """Of all errors that a router's client raises."""
+    """Of all errors that a router's client raises. Those that the router's reply tells have `code`, its "error", `text`, its
+    "msg", and `cause`."""
 
 
 class Refused(RouterError):
@@ -22,9 +25,17 @@ class Refused(RouterError):
 class LoginRefused(RouterError):
     """Name or password is wrong."""
 
+    code = 7
+    text = "login fail"
+    cause = CAUSES["login", "", "login fail"]
+
 
 class SessionLost(RouterError):
     """The session is gone, and a new one did not last either, or was not to be made."""
+
+    code = 6
+    text = "need login"
+    cause = CAUSES["login", "", "need login"]
 
 
 class TimedOut(RouterError):

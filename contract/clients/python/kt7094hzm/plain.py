@@ -6,10 +6,11 @@ from __future__ import annotations
 import socket
 import threading
 import time
+from contextlib import suppress
 from typing import Callable, Iterator, Mapping, Optional, cast
 
-from ._core import Change, Client, Devices, Reply, check, is_lost, lost_error, understand, wanted
-from .errors import NoReply, TimedOut
+from ._core import Change, Client, Devices, Reply, check, device, is_lost, lost_error, understand, wanted
+from .errors import NoReply, Refused, RouterError, TimedOut
 from .types import DutInfo, Objects, Settings
 
 
@@ -25,7 +26,7 @@ class Router(Client):
 
     def scan(self) -> DutInfo:
         """What device this is; needs no session."""
-        return cast(DutInfo, self._send({"action": "scan"})["dutInfo"])
+        return device(self._send({"action": "scan"}))
 
     def login(self) -> None:
         """Starts a session, which ends the router's one before."""
@@ -56,20 +57,28 @@ class Router(Client):
 
     def pair(self, until: Callable[[int], bool] = lambda status: status > 1, interval: float = 1, patience: float = 120) -> int:
         """Starts pairing by push button, and waits for a status that `until` accepts; cancels the pairing when none comes."""
-        before = self.get("wps")["wps"]["status"]
+        before = self._pairing_status()
         self.set({"wps": {"wpsbutton": 1}})
         deadline, changed = time.monotonic() + patience, False
         try:
             while time.monotonic() < deadline:
-                status = self.get("wps")["wps"]["status"]
+                status = self._pairing_status()
                 changed = changed or status != before  # until the daemon has seen the button, it tells of the last pairing
-                if changed and until(status):
+                if changed and status is not None and until(status):
                     return status
                 time.sleep(interval)
             raise TimedOut(f"no pairing within {patience} s")
         except BaseException:
-            self.set({"wps": {"wpsbutton": 0}})
+            with suppress(RouterError):  # what went wrong first is of more use
+                self.set({"wps": {"wpsbutton": 0}})
             raise
+
+    def _pairing_status(self) -> Optional[int]:
+        """None while the pairing daemon has reported nothing, as before the first pairing: the router refuses to tell then."""
+        try:
+            return self.get("wps")["wps"]["status"]
+        except Refused:
+            return None
 
     # ---- one request
 

@@ -616,7 +616,7 @@ class Settings(TypedDict, total=False):
     qos: QosSettings
 
 
-# Why an object refused: by action, object and message.
+# Why a request failed: by action, object and message; the object is "" where none refused.
 CAUSES = {
     ("set", "dutInfo", ""): "\"name\" has 31 bytes or more",
     ("set", "wanInfo", ""): "\"type\" is missing; type 0 has an \"ip\" without a \"mask\"",
@@ -722,6 +722,14 @@ CAUSES = {
     ("set", "qos", "ERROR: the rule Numbers should < 10"): "there are 10 rules already",
     ("set", "qos", "ERROR: the ip is conflict"): "a rule has some of the addresses",
     ("set", "qos", "ERROR: send MSG_APP_SETQOS fail"): "everything is stored and committed, but the shaping could not be told",
+    ("login", "", "need login"): "a request other than \"scan\" and \"login\" without the session id in force",
+    ("login", "", "login fail"): "name or password is wrong, missing or no string",
+    ("set", "wanStatus", "ERROR:not support set"): "a set of an object that can only be read",
+    ("set", "lanStatus", "ERROR:not support set"): "a set of an object that can only be read",
+    ("set", "meshStatus", "ERROR:not support set"): "a set of an object that can only be read",
+    ("set", "netDig", "ERROR:not support set"): "a set of an object that can only be read",
+    ("get", "", ""): "no object was named that the router knows",
+    ("set", "", ""): "no object was named that the router knows",
 }
 
 # All objects, in the order in which the router handles them.

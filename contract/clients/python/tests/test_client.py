@@ -136,7 +136,10 @@ class PlainTest(unittest.TestCase):
     def test_gives_up_when_the_new_session_is_lost_too(self):
         with Fake(app) as fake:
             fake.stolen = True
-            self.assertRaises(SessionLost, self.make(fake.url).get, "app")
+            with self.assertRaises(SessionLost) as caught:
+                self.make(fake.url).get("app")
+            error = caught.exception
+            self.assertEqual((error.code, error.text, bool(error.cause)), (6, "need login", True))
             self.assertEqual(fake.logins, 2)
 
     def test_leaves_a_lost_session_alone_when_told_to(self):
@@ -148,7 +151,10 @@ class PlainTest(unittest.TestCase):
         with Fake(app) as fake:
             fake.user = "other"
             router = self.make(fake.url)
-            self.assertRaises(LoginRefused, router.get, "app")
+            with self.assertRaises(LoginRefused) as caught:
+                router.get("app")
+            error = caught.exception
+            self.assertEqual((error.code, error.text, error.cause), (7, "login fail", "name or password is wrong, missing or no string"))
             fake.user = "admin"
             self.assertEqual(router.get("app")["app"]["port"], 1)
 
@@ -190,6 +196,38 @@ class PlainTest(unittest.TestCase):
             states[0] = 1
             self.assertRaises(TimedOut, router.pair, interval=0.001, patience=0.05)
             self.assertEqual(fake.requests[-1]["wps"], {"wpsbutton": 0})
+
+    def test_pairing_begins_before_the_daemon_has_reported_anything(self):
+        states = [None, None, 1, 2]
+
+        def answer(asked):
+            if asked["action"] == "set":
+                return {"wps": "1"}
+            status = states.pop(0)
+            return {"result": {"error": -1, "msg": ""}, "wps": {}} if status is None else {"wps": {"status": status}}
+
+        with Fake(answer) as fake:
+            self.assertEqual(self.make(fake.url).pair(interval=0.001), 2)
+
+    def test_what_went_wrong_with_a_pairing_is_told_though_the_router_is_gone(self):
+        def answer(asked):
+            if asked["action"] == "set":
+                return " " if asked["wps"]["wpsbutton"] == 0 else {"wps": "1"}
+            return {"wps": {"status": 1}}
+
+        with Fake(answer) as fake:
+            self.assertRaises(TimedOut, self.make(fake.url).pair, interval=0.001, patience=0.05)
+
+    def test_a_scan_that_is_answered_otherwise_is_no_reply(self):
+        with Fake(app) as fake:
+            fake.reply = lambda asked: {"result": {"error": "-1", "msg": "error_request"}}
+            self.assertRaises(NoReply, self.make(fake.url).scan)
+
+    def test_a_set_of_what_can_only_be_read_tells_the_cause(self):
+        with Fake(lambda _: {"result": {"error": -1, "msg": "ERROR:not support set"}, "netDig": "1"}) as fake:
+            with self.assertRaises(Refused) as caught:
+                self.make(fake.url).set({"netDig": {}})
+            self.assertEqual((caught.exception.object, caught.exception.cause), ("netDig", "a set of an object that can only be read"))
 
     @unittest.skipUnless(os.environ.get("ROUTER_URL"), "no router")
     def test_a_router(self):

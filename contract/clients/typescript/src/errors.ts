@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // What can go wrong, as types.
 
-/** Of all errors that a Router throws. */
+import { causes } from "./types.js";
+
+/** Of all errors that a Router throws. Those that the router's reply tells have `code`, its "error", `text`, its "msg", and `cause`. */
 export class RouterError extends Error {
   override readonly name: string = "RouterError";
 }
@@ -24,6 +26,9 @@ export class Refused extends RouterError {
 /** Name or password is wrong. */
 export class LoginRefused extends RouterError {
   override readonly name = "LoginRefused";
+  readonly code = 7;
+  readonly text = "login fail";
+  readonly cause = causes["login  login fail"] ?? "";
   constructor() {
     super("login fail: name or password is wrong");
   }
@@ -32,6 +37,9 @@ export class LoginRefused extends RouterError {
 /** The session is gone, and a new one did not last either, or was not to be made. */
 export class SessionLost extends RouterError {
   override readonly name = "SessionLost";
+  readonly code = 6;
+  readonly text = "need login";
+  readonly cause = causes["login  need login"] ?? "";
   constructor() {
     super("need login: the session has ended, and somebody else may have one");
   }

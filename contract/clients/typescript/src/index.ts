@@ -130,15 +130,15 @@ export class Router {
     signal,
   }: { until?: (status: number) => boolean; interval?: number; patience?: number; signal?: AbortSignal } = {}): Promise<number> {
     const call = signal ? { signal } : {};
-    const before = (await this.read({ wps: {} }, call)).wps.status;
+    const before = await this.pairingStatus(call);
     await this.set({ wps: { wpsbutton: 1 } }, call);
     const deadline = Date.now() + patience;
     let changed = false;
     try {
       while (Date.now() < deadline) {
-        const { status } = (await this.read({ wps: {} }, call)).wps;
+        const status = await this.pairingStatus(call);
         changed ||= status !== before; // until the daemon has seen the button, the status is that of the last pairing
-        if (changed && until(status)) {
+        if (changed && status !== undefined && until(status)) {
           return status;
         }
         await pause(interval, signal);
@@ -146,6 +146,18 @@ export class Router {
       throw new TimedOut(patience);
     } catch (error) {
       await this.set({ wps: { wpsbutton: 0 } }).catch(() => undefined);
+      throw error;
+    }
+  }
+
+  /** Undefined while the pairing daemon has reported nothing, as before the first pairing: the router refuses to tell then. */
+  private async pairingStatus(call: Call): Promise<number | undefined> {
+    try {
+      return (await this.read({ wps: {} }, call)).wps.status;
+    } catch (error) {
+      if (error instanceof Refused) {
+        return undefined;
+      }
       throw error;
     }
   }

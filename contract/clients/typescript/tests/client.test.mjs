@@ -75,7 +75,9 @@ test("tells a new session from the old one when both have one id", () =>
 test("gives up when the new session is lost, too", () =>
   fake(app, async (url, state) => {
     state.stolen = true;
-    await assert.rejects(new Router({ url }).get("app"), SessionLost);
+    const error = await new Router({ url }).get("app").catch((e) => e);
+    assert(error instanceof SessionLost);
+    assert.deepEqual([error.code, error.text, error.cause !== ""], [6, "need login", true]);
     assert.equal(state.logins, 2);
   }));
 
@@ -89,7 +91,9 @@ test("a wrong password is an error of its own, and can be tried again", () =>
   fake(app, async (url, state) => {
     state.user = "other";
     const router = new Router({ url });
-    await assert.rejects(router.get("app"), LoginRefused);
+    const error = await router.get("app").catch((e) => e);
+    assert(error instanceof LoginRefused);
+    assert.deepEqual([error.code, error.text, error.cause], [7, "login fail", "name or password is wrong, missing or no string"]);
     state.user = "admin";
     assert.equal((await router.get("app")).app.port, 1);
   }));
@@ -173,6 +177,35 @@ test("pairing waits for an end, and cancels without one", () => {
     },
   );
 });
+
+test("pairing begins before the daemon has reported anything", () => {
+  const states = [undefined, undefined, 1, 2];
+  return fake(
+    (asked) => {
+      if (asked.action === "set") return { wps: "1" };
+      const status = states.shift();
+      return status === undefined ? { result: { error: -1, msg: "" }, wps: {} } : { wps: { status } };
+    },
+    async (url) => assert.equal(await new Router({ url }).pair({ interval: 1 }), 2),
+  );
+});
+
+test("what went wrong with a pairing is told, though the router is gone", () =>
+  fake(
+    (asked) => (asked.wps.wpsbutton === 0 ? " " : asked.action === "set" ? { wps: "1" } : { wps: { status: 1 } }),
+    async (url) => {
+      await assert.rejects(new Router({ url }).pair({ interval: 1, patience: 30 }), TimedOut);
+    },
+  ));
+
+test("a set of what can only be read tells the cause", () =>
+  fake(
+    () => ({ result: { error: -1, msg: "ERROR:not support set" }, netDig: "1" }),
+    async (url) => {
+      const error = await new Router({ url }).set({ netDig: {} }).catch((e) => e);
+      assert.deepEqual([error.object, error.cause], ["netDig", "a set of an object that can only be read"]);
+    },
+  ));
 
 const url = process.env.ROUTER_URL;
 test("a router", { skip: url === undefined }, async () => {
