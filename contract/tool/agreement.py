@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The requests of the cases with what the dry run tells of them, as lines of JSON for other languages.
+"""The requests of the cases with what the dry run tells of them, and of their keys, as lines of JSON for other languages.
 
 Left out are those that an app's object cannot be: with a key twice, with bytes that are no UTF-8, with what only the router's
 own reading of JSON makes of a text.
@@ -50,5 +50,6 @@ def lines():
             continue
         ends = [[end.reply, end.code, end.message, end.object, end.state, [[item, state or ""] for item, state in end.effects.writes],
                  end.effects.commit, dryrun.restarts(end.effects)] for end in dryrun.ends_of(whole, step.body)]
-        found.append(f"[{text}, {json.dumps(ends)}]")
+        strangers = dryrun.unknown_keys(whole, text.encode())
+        found.append(f"[{text}, {json.dumps(ends)}, {json.dumps(strangers)}]")
     return found, left

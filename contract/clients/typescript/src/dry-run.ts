@@ -309,6 +309,53 @@ class Walk {
   }
 }
 
+// ---- keys that nobody reads
+
+/** The keys of a request that the router does not look at, as in `wifi.ssidd`, each with the one that was perhaps meant. */
+export function unknownKeys(request: Record<string, unknown>): { key: string; meant: string | undefined }[] {
+  const action = ended(find(request, "action"));
+  const known: Record<string, Key> = { ...contract.request, ...(action === "login" && contract.login) };
+  if (action === "get" || action === "set") {
+    for (const [name, sides] of Object.entries(contract.objects)) known[name] = { type: "object", keys: sides[action]?.keys ?? {} };
+  }
+  return strangers(request, { type: "object", keys: known }, "");
+}
+
+function strangers(value: Value, { keys, of }: Key, path: string): { key: string; meant: string | undefined }[] {
+  if (Array.isArray(value)) return of ? value.flatMap((each, at) => strangers(each, of, `${path}[${at}]`)) : [];
+  if (!isObject(value) || !keys) return [];
+  const names = new Map(Object.keys(keys).map((name) => [lower(name), name]));
+  return Object.entries(value).flatMap(([key, member]) => {
+    const where = path ? `${path}.${key}` : key;
+    const name = names.get(lower(key));
+    return name === undefined ? [{ key: where, meant: names.get(nearest(lower(key), [...names.keys()]) ?? "") }] : strangers(member, keys[name]!, where);
+  });
+}
+
+/** The word that has most in common with another, if that is enough for it to be meant. */
+function nearest(word: string, among: string[]): string | undefined {
+  const letters = [...word];
+  const ENOUGH = 0.6; // as Python's difflib has it, which script/dry-run asks
+  const scored = among.map((each) => ({ each, score: (2 * common([...each], letters)) / (each.length + letters.length) }));
+  scored.sort((a, b) => b.score - a.score || (a.each < b.each ? 1 : -1));
+  return scored[0] && scored[0].score >= ENOUGH ? scored[0].each : undefined;
+}
+
+/** How many letters two words share: their longest common part, and what is common before and behind it. */
+function common(a: string[], b: string[]): number {
+  let [longest, endA, endB] = [0, 0, 0];
+  let before: number[] = [];
+  for (let i = 0; i < a.length; ++i) {
+    const here: number[] = [];
+    for (let j = 0; j < b.length; ++j) {
+      here[j] = a[i] === b[j] ? (before[j - 1] ?? 0) + 1 : 0;
+      if (here[j]! > longest) [longest, endA, endB] = [here[j]!, i + 1, j + 1];
+    }
+    before = here;
+  }
+  return longest && longest + common(a.slice(0, endA - longest), b.slice(0, endB - longest)) + common(a.slice(endA), b.slice(endB));
+}
+
 // ---- a whole request
 
 /** All ways in which a request can end: the last needs nothing of the router, the others name the state that leads to them. */

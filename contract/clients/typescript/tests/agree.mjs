@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Whether the dry run of this package tells what contract/tool/dryrun.py tells, which is held against the program: reads lines
-// of JSON, [request, ends], and compares. Without a file it has nothing to do.
+// Whether the dry run of this package tells what that of the Python package tells, which is held against the program: reads lines
+// of JSON, [request, ends, keys that nobody reads], and compares. Without a file it has nothing to do.
 import assert from "node:assert/strict";
 import { createReadStream } from "node:fs";
 import { createInterface } from "node:readline";
-import { dryRun } from "../dist/dry-run.js";
+import { dryRun, unknownKeys } from "../dist/dry-run.js";
 
 let same = 0;
 const other = [];
 for await (const line of createInterface({ input: createReadStream(process.argv[2]) })) {
-  const [request, ends] = JSON.parse(line);
+  const [request, ends, strangers] = JSON.parse(line);
   try {
     const seen = dryRun(request).map((end) => [end.reply, end.code, end.text ?? null, end.object, end.state,
       end.writes.map(({ item, state }) => [item, state]), end.committed, end.restarts]);
     assert.deepEqual(seen, ends);
+    assert.deepEqual(unknownKeys(request).map(({ key, meant }) => [key, meant ?? ""]), strangers);
     same += 1;
   } catch (error) {
     other.push(`${line.slice(0, 200)}\n${error.message}`);
