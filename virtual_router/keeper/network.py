@@ -196,7 +196,7 @@ class KernelNetwork(Network):
         moved = {}
         for who, address in addresses.items():
             if isinstance(who, Phone):
-                lines = ["address flush dev eth0", f"address add {address}/{self.lan.network.prefixlen} broadcast + dev eth0", f"route add default via {self.lan.ip}"]
+                lines = ["address flush dev eth0", f"address add {address}/{self.lan.network.prefixlen} broadcast + dev eth0", f"route replace default via {self.lan.ip}"]
                 if await self.ip(who.network, lines):
                     continue
             moved[who] = address
@@ -247,7 +247,7 @@ class KernelNetwork(Network):
             lines = ["link set lo up", "link set eth0 up", "address flush dev eth0 scope global"]
             if self.lan:
                 lines += [f"address add {address}/{self.lan.network.prefixlen} broadcast + dev eth0" for address in addresses]
-                lines += [f"route add default via {self.lan.ip}"]
+                lines += [f"route replace default via {self.lan.ip}"]
             await self.ip(name, lines, force=True)
             self.plugged[mac] = wanted
 
