@@ -242,9 +242,49 @@ def crowd(_targets):
     print(len(held), "connections")
 
 
+def datagrams(targets):
+    """Messages to a socket whose path stands in the message."""
+    for way in (lambda end: end.sendto(b"planted", targets["mailbox"]), lambda end: end.sendmsg([b"planted"], [], 0, targets["mailbox"])):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as end:
+            try:
+                way(end)
+                print("BROKEN", targets["mailbox"])
+            except OSError as error:
+                print(error)
+
+
+def watchers(_targets):
+    """What the kernel counts for each user, who may have 128 as a rule."""
+    held = []
+    while (found := LIBC.inotify_init1(0)) >= 0 and len(held) < 100:
+        held.append(found)
+    print("BROKEN" if len(held) == 100 else "", len(held), "watchers")
+
+
+def timers(_targets):
+    """The same, of some thousands."""
+    count, timer = 0, ctypes.c_void_p()
+    while count < 1000 and LIBC.timer_create(1, None, ctypes.byref(timer)) == 0:
+        count += 1
+    print("BROKEN" if count == 1000 else "", count, "timers")
+
+
+def leases(_targets):
+    """Whoever opens a file on which there is a lease waits for its holder."""
+    set_lease = 1024
+    for name in ("/usr/bin/curl", "/usr/bin/env"):
+        with open(name, "rb") as file:
+            for kind in (fcntl.F_RDLCK, fcntl.F_WRLCK):
+                try:
+                    fcntl.fcntl(file, set_lease, kind)
+                    print("BROKEN", name)
+                except OSError as error:
+                    print(error)
+
+
 ATTACKS = {function.__name__: function for function in (
     io_uring, bpf, perf, keys, userfaultfd, memory_files, trace, signals, memory, abstract_sockets, sockets_by_path, shared_memory, queues,
-    typed_input, spaces, older_calls, handles, crowd,
+    typed_input, spaces, older_calls, handles, crowd, datagrams, watchers, timers, leases,
 )}  # fmt: skip
 
 if __name__ == "__main__":

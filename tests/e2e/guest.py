@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """A guest on this PC: what an app makes the router run, by the address that "netDig" puts into a shell, stays in the router."""
 
+import contextlib
 import ctypes
 import json
 import os
@@ -40,6 +41,7 @@ ATTACKS = (
     ("a name space of its own", "/usr/bin/unshare -U true && echo BROKEN; /usr/bin/unshare -n true && echo BROKEN; /usr/bin/unshare -m true && echo BROKEN"),
     ("another's name space", "/usr/bin/nsenter -t 1 -n true && echo BROKEN; /usr/bin/nsenter -t 1 -m true && echo BROKEN"),
     ("the PC's files", "cat CANARY && echo BROKEN; cat /etc/shadow && echo BROKEN; ls /root /home /work && echo BROKEN"),
+    ("what /proc tells of the PC", "for f in /proc/*; do n=${f#/proc/}; case $n in *[!0-9]*) ;; *) continue;; esac; case ' cpuinfo filesystems loadavg meminfo mounts net self stat sys sysvipc thread-self uptime version ' in *\" $n \"*) continue;; esac; [ $(cat $f $f/* | head -c 1 | wc -c) -eq 0 ] || echo BROKEN; done"),
     ("the PC's processes", "for p in PIDS; do kill -0 $p && echo BROKEN; kill -9 $p && echo BROKEN; done"),
     ("the processes that /proc tells", "grep -l script/server /proc/[0-9]*/cmdline && echo BROKEN; grep -l keeper /proc/[0-9]*/cmdline && echo BROKEN"),
     ("memory of another process", "cat /proc/1/mem > /dev/null && echo BROKEN; head -c 1 /dev/mem && echo BROKEN; head -c 1 /proc/kcore && echo BROKEN"),
@@ -56,6 +58,8 @@ ATTACKS = (
     ("limits of its own making", "ulimit -n 1000000 && echo BROKEN; ulimit -v unlimited && echo BROKEN"),
     ("a full /tmp", "dd if=/dev/zero of=/tmp/big bs=1M count=1000 2>/dev/null && echo BROKEN; rm -f /tmp/big"),
     ("files without end", "mkdir /tmp/many; i=0; while [ $i -lt 20000 ]; do echo > /tmp/many/$i || break; i=$((i+1)); done; [ $i -lt 20000 ] || echo BROKEN; rm -r /tmp/many"),
+    ("files without end in /outside", "mkdir /outside/many; i=0; while [ $i -lt 2000 ]; do echo > /outside/many/$i || break; i=$((i+1)); done; [ $i -lt 2000 ] || echo BROKEN; rm -r /outside/many"),
+    ("an end after the PC's own programs, where memory is short", "[ $(cat /proc/self/oom_score_adj) -eq 1000 ] || echo BROKEN"),
     ("memory without end", "head -c 600000000 /dev/zero | tail -c 600000000 | wc -c | grep -q 600000000 && echo BROKEN"),
     ("the board's reset line by nonsense", "for w in 'keep ../../etc/passwd' 'keep /etc/passwd' 'keep mib/../x' 'keep planted' 'mount x'; do echo \"$w\"; done | while read w; do board $w && echo BROKEN; done"),
     ("the store's file as something else", "rm -rf /flash/leds-off /flash/mib/x /flash/x /flash/planted /flash/folder; ln -s /etc/passwd /flash/leds-off || echo BROKEN; board keep leds-off && echo BROKEN; rm -f /flash/leds-off"),
@@ -85,17 +89,36 @@ CALLS = {
     "older_calls": "calls of an older architecture",
     "handles": "files by their number",
     "crowd": "all of the board's attention",
+    "datagrams": "the PC's sockets of messages",
+    "watchers": "the watches of files that the PC's user may have",
+    "timers": "the timers that the PC's user may have",
+    "leases": "files that others open",
 }
 # Those that work where nothing keeps them out, for any user of any PC; the others may be kept out by a PC's own settings.
-WORK_ANYWHERE = ("memory_files", "trace", "signals", "memory", "abstract_sockets", "shared_memory", "queues", "older_calls")
+WORK_ANYWHERE = ("memory_files", "trace", "signals", "memory", "abstract_sockets", "shared_memory", "queues", "older_calls", "datagrams", "timers")
 # Those that a router without its filter of system calls lets through: so the tests above can fail.
-NEED_THE_FILTER = {True: ("signals", "shared_memory", "queues", "typed_input"), False: ("keys", "memory_files", "older_calls", "typed_input")}  # by_proot: ...
+NEED_THE_FILTER = {True: ("signals", "shared_memory", "queues", "typed_input", "datagrams"), False: ("keys", "memory_files", "older_calls", "typed_input")}  # by_proot: ...
 # What proot does not keep out, as docs/virtual-router.md tells, or what it only pretends to do, so that it says nothing.
 NOT_WITH_PROOT = (
-    "memory_files", "a full /tmp", "files without end", "memory without end",
+    "memory_files", "watchers", "a full /tmp", "files without end", "files without end in /outside", "memory without end",
+    "an end after the PC's own programs, where memory is short",
     "a device node", "the system request key", "the host name and the clock", "more rights", "rights over the PC", "rights that were given up",
 )  # fmt: skip
 IPC_CREAT, IPC_RMID, ANYBODYS = 0o1000, 0, 0o666
+UNREAD_BYTES = """
+import socket
+held, size = [], 0
+while size < 640 << 20:
+    ends = socket.socketpair()
+    held.append(ends)
+    ends[0].setsockopt(socket.SOL_SOCKET, socket.SO_SNDBUF, 1 << 30)
+    ends[0].setblocking(False)
+    try:
+        while True:
+            size += ends[0].send(bytes(65536))
+    except BlockingIOError:
+        pass
+"""
 APP = {"action": "get", "app": {}, "dutInfo": {}}, get_reply(dutInfo=DUT, app={"port": 0, "ticktime": 0})
 QUIET_SECONDS = 0.3  # in which a signal that was sent would have arrived
 
@@ -121,6 +144,10 @@ class Pc:
         self.listener.bind("\0" + self.abstract)
         self.listener.listen()
         answer_with_secret(self.listener)
+        self.datagrams = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM | socket.SOCK_NONBLOCK)
+        self.mailbox = pathlib.Path(f"/dev/shm/e2e-{os.getpid()}-mailbox")
+        self.datagrams.bind(str(self.mailbox))
+        self.mailbox.chmod(ANYBODYS)
         self.shared = pathlib.Path(f"/dev/shm/e2e-{os.getpid()}")
         self.planted = pathlib.Path(f"{self.shared}-planted")
         self.shared.write_text("secret")
@@ -135,6 +162,7 @@ class Pc:
         return json.dumps({
             "processes": [self.victim.pid, *processes], "address": self.address, "abstract": self.abstract, "paths": [str(path) for path in paths],
             "segment": [self.key, self.segment], "queue": [self.key, self.queue], "shared": str(self.shared), "planted": str(self.planted),
+            "mailbox": str(self.mailbox),
         })  # fmt: skip
 
     def harm(self):
@@ -154,6 +182,9 @@ class Pc:
         if self.libc.msgget(self.key, 0) != self.queue:
             found.append("the queue is gone")
             self.queue = self.libc.msgget(self.key, IPC_CREAT | ANYBODYS)
+        with contextlib.suppress(BlockingIOError):
+            while message := self.datagrams.recv(64):
+                found.append(f"a message: {message}")
         if self.planted.exists():
             found.append("a file in /dev/shm")
             self.planted.unlink()
@@ -172,7 +203,9 @@ class Pc:
         self.libc.msgctl(self.queue, IPC_RMID, None)
         self.listener.shutdown(socket.SHUT_RDWR)  # wakes the thread that waits there
         self.listener.close()
-        self.shared.unlink(missing_ok=True)
+        self.datagrams.close()
+        for path in (self.shared, self.mailbox):
+            path.unlink(missing_ok=True)
 
 
 class Guest(Teller):
@@ -273,6 +306,18 @@ def attack_by_commands(t, canary, port):
         t.results.check(f"{name}: the PC is as it was, and the router answers", modes() == before and t.answers(), modes())
 
 
+def starve(t):
+    """Memory of the kernel's that is no program's own: who holds it has to end, and nobody else. Without a control group it has no bound."""
+    if "no control group can be made" in t.router.output():
+        print(f"left out  {t.results.way}: memory of sockets: no control group can be made here", flush=True)
+        return
+    said = t.attack(f"/usr/bin/python3 -c '{UNREAD_BYTES}' && echo BROKEN")
+    t.results.check("memory of sockets: stays in the router", held(said), said)
+    t.results.check("memory of sockets: the router answers", t.answers() and t.router.inside("status")[0] == 0)
+    told = "router: in trouble: 512 MiB are all the memory there is for its programs together, so that 1 had to end"
+    t.results.check("memory of sockets: the trouble is told", t.router.await_output(told), t.router.output())
+
+
 def weaken(results, way, build, pc):
     """A keeper that puts no filter and no Landlock in force lets some of the attacks through: they are no idle ones."""
     with tempfile.TemporaryDirectory() as folder:
@@ -311,6 +356,7 @@ def invade(results, way, build):
         strange = strange_files(pathlib.Path(router.state))
         results.check("the state folder holds the store's own files only", not strange, "\n".join(strange))
         reach_out(t, pc)
+        starve(t)
         t.expect("and after them", *APP, loopback=True)
         pc.close()  # its processes are no leftovers
         left_nothing(results, "Ctrl-C", router.stop(2), 130)

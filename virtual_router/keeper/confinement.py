@@ -26,9 +26,15 @@ MEBIBYTE = 1 << 20
 ROOT_BYTES = 64 * MEBIBYTE
 ROOT_FILES = 16384
 
-OUTSIDE_BYTES = 16 * MEBIBYTE  # of what the router finds of the world outside
+# Of what the router finds of the world outside.
+OUTSIDE_BYTES = 16 * MEBIBYTE
+OUTSIDE_FILES = 1024
 
 MOST_PROCESSES = 256  # of the router's user in its namespace
+
+# Of everything virtual together: what the kernel otherwise counts against whoever started it, whose own programs would go without.
+MOST_WATCHERS = 64
+MOST_WATCHES = 4096
 
 # Of everything virtual together, the premises' own programs among it, where a control group can be had.
 ALL_BYTES = 512 * MEBIBYTE
@@ -43,9 +49,10 @@ LIMITS = {
     resource.RLIMIT_AS: 1024 * MEBIBYTE,
     resource.RLIMIT_MEMLOCK: 64 << 10,
     resource.RLIMIT_MSGQUEUE: 0,
+    resource.RLIMIT_SIGPENDING: 256,  # timers, too; the kernel counts them against whoever started the router
 }
 
-FIRST_VICTIM = 1000  # of the machine, when it has no memory left
+FIRST_VICTIM = 1000
 
 # Calls that no program of a router needs, and that reach what is not the router's: mounts and namespaces, other processes, the
 # kernel's programs, modules, keys, clocks and swap, and memory that no limit of a file system counts.
@@ -61,8 +68,10 @@ DENIED = """
     shmget shmat semget mq_open memfd_create memfd_secret
 """.split()
 DENIED_UNTRACED = ("ptrace",)  # proot needs it
-# Landlock does not keep anybody from these, and the files and devices are not the router's own there.
+# Landlock does not keep anybody from these, and the files and devices are not the router's own there. Messages to a socket's path are
+# among them, which proot lets pass as they are.
 DENIED_WITH_PROOT = """
+    sendmsg sendmmsg
     chmod fchmod fchmodat fchmodat2 chown fchown lchown fchownat
     setxattr lsetxattr fsetxattr setxattrat removexattr lremovexattr fremovexattr removexattrat
 """.split()
@@ -70,6 +79,7 @@ NEEDED_BY_PROOT = ("process_vm_readv", "process_vm_writev", "memfd_create")
 
 NAMESPACE_FLAGS = (0x00000080, 0x00020000, 0x02000000, 0x04000000, 0x08000000, 0x10000000, 0x20000000, 0x40000000)
 TERMINAL_REQUESTS = (0x5412, 0x541C, 0x5423)  # TIOCSTI, TIOCLINUX, TIOCSETD: input that nobody typed
+SET_LEASE = 1024  # of fcntl: whoever else opens the file waits
 SET_ID_BITS = (stat.S_ISUID, stat.S_ISGID)
 DEVICE_KINDS = (stat.S_IFCHR, stat.S_IFBLK)
 # system call: its arguments that are modes, and the one whose flag must be set for that
@@ -80,7 +90,7 @@ MOST_FAMILIES = 64
 
 
 def _filter(families, denied, queue):
-    """The filter for the kernel, as bytes. `queue`: the key and the id of the only message queue; None: any."""
+    """The filter for the kernel, as bytes. `queue`: the key and the id of the only message queue, where proot is at work; None: any."""
     rules = seccomp.SyscallFilter(seccomp.ALLOW)
     # Of another architecture none is let in. proot makes what it has carried out itself a call that there is not.
     rules.set_attr(seccomp.Attr.ACT_BADARCH, seccomp.ERRNO(errno.ENOSYS))
@@ -104,6 +114,7 @@ def _filter(families, denied, queue):
         rules.add_rule(seccomp.ERRNO(errno.ENOSYS), "clone3")
     for request in TERMINAL_REQUESTS:
         deny("ioctl", has(1, 0xFFFFFFFF, request))
+    deny("fcntl", has(1, 0xFFFFFFFF, SET_LEASE))
     for bit in SET_ID_BITS:
         for call, mode in MODE_CALLS.items():
             deny(call, has(mode, bit))
@@ -118,6 +129,7 @@ def _filter(families, denied, queue):
             deny("socketpair", seccomp.Arg(0, seccomp.EQ, family))
     deny("socket", seccomp.Arg(0, seccomp.GE, MOST_FAMILIES))
     if queue is not None:
+        deny("sendto", seccomp.Arg(4, seccomp.NE, 0))
         key, number = queue
         deny("msgget", seccomp.Arg(0, seccomp.NE, key & 0xFFFFFFFF))
         for call in ("msgsnd", "msgrcv", "msgctl"):
@@ -150,13 +162,20 @@ def put_filter_in_force(program):
         raise OSError(ctypes.get_errno(), "the kernel takes no filter of system calls")
 
 
-def limit_resources(most_processes=None):
-    os.umask(0o077)
+def become_first_victim():
+    """This process, and what it starts, ends before others when there is no memory left. What it holds in the kernel, such as bytes that
+    nobody has read from a socket, does not count as its own: others would have to end for it."""
+    kernel.set_dumpable(True)  # else the file is not its own
     try:
         with open("/proc/self/oom_score_adj", "w") as file:
             file.write(str(FIRST_VICTIM))
     except OSError:
-        pass  # another process is the first victim then
+        pass  # a container may have /proc for reading only
+    kernel.set_dumpable(False)
+
+
+def limit_resources(most_processes=None):
+    os.umask(0o077)
     limits = dict(LIMITS)
     if most_processes is not None:
         limits[resource.RLIMIT_NPROC] = most_processes
@@ -178,7 +197,7 @@ _SCOPE_ABSTRACT_SOCKETS, _SCOPE_SIGNALS = 1, 2
 def landlock_gaps():
     """What Landlock cannot keep out on this machine, in words."""
     version = kernel.landlock_version()
-    gaps = []
+    gaps = ["sockets that have a path"]
     if version == 0:
         gaps.append("files of whoever started it")
     if version < 6:

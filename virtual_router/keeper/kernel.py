@@ -137,9 +137,10 @@ def die_with_parent(signal_number):
     _checked(_LIBC.prctl(_PR_SET_PDEATHSIG, signal_number, 0, 0, 0))
 
 
-def become_undumpable():
-    """Nobody may trace this process or look into it, until it becomes another program."""
-    _checked(_LIBC.prctl(_PR_SET_DUMPABLE, 0, 0, 0, 0))
+def set_dumpable(may_be):
+    """Whether others may trace this process and look into it, until it becomes another program. Where they may not, its files in /proc
+    belong to the machine's root."""
+    _checked(_LIBC.prctl(_PR_SET_DUMPABLE, int(may_be), 0, 0, 0))
 
 
 def adopt_orphans():

@@ -27,10 +27,10 @@ NOBODY_ELSE = 709_400_000
 RUN = "/mnt"
 
 DEVICES = ("null", "zero", "random", "urandom")
-# What /proc shows of the PC beyond processes.
-HIDDEN_FILES = ("kcore", "kmsg", "keys", "key-users", "kallsyms", "timer_list", "sched_debug", "latency_stats", "sysrq-trigger", "vmallocinfo")
-HIDDEN_FOLDERS = ("acpi", "asound", "bus", "driver", "fs", "irq", "scsi", "pressure", "dynamic_debug")
+# What /proc shows beside processes: the router's network and queue, and of the PC what any program may ask its kernel.
+SHOWN = ("cpuinfo", "filesystems", "loadavg", "meminfo", "mounts", "net", "self", "stat", "sys", "sysvipc", "thread-self", "uptime", "version")
 NAMESPACES = {"pid": kernel.CLONE_NEWPID, "mnt": kernel.CLONE_NEWNS, "ipc": kernel.CLONE_NEWIPC, "uts": kernel.CLONE_NEWUTS}
+OUTSIDE = "outside"  # of the folder RUN
 FIRST_PROCESS = ["init", "infinity"]  # of a router: the others' end, and the parent of whom nobody else is
 
 
@@ -108,7 +108,7 @@ class Mode:
         kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWPID | kernel.CLONE_NEWNET | kernel.CLONE_NEWIPC | kernel.CLONE_NEWUTS)
         if os.fork() != 0:
             os._exit(0)
-        kernel.become_undumpable()
+        kernel.set_dumpable(False)
         try:
             self.furnish()
         except (OSError, premises.Refused) as error:
@@ -134,8 +134,9 @@ class Mode:
         if refusal:
             raise premises.Refused(refusal)
         kernel.set_hostname("premises")
-        with open("/proc/sys/user/max_user_namespaces", "w") as file:
-            file.write("0")
+        for what, most in (("user_namespaces", 0), ("inotify_instances", confinement.MOST_WATCHERS), ("inotify_watches", confinement.MOST_WATCHES)):
+            with open(f"/proc/sys/user/max_{what}", "w") as file:
+                file.write(str(most))
 
     def clear_away(self):
         pass  # the kernel does, when this process ends
@@ -236,19 +237,26 @@ class Mode:
 
     def mount_outside(self, root):
         """What the router finds of the world outside is not gone when it is switched off."""
-        outside = os.path.join(self.run, "outside")
+        outside = os.path.join(self.run, OUTSIDE)
         if not os.path.exists(outside):
             os.mkdir(outside)
             flags = kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC
-            kernel.mount("outside", outside, "tmpfs", flags, f"mode=755,size={confinement.OUTSIDE_BYTES}")
+            kernel.mount("outside", outside, "tmpfs", flags, f"mode=755,size={confinement.OUTSIDE_BYTES},nr_inodes={confinement.OUTSIDE_FILES}")
         kernel.mount(outside, os.path.join(root, "outside"), None, kernel.MS_BIND)
 
     def use(self, guest):
         """All routers' processes count together, with the premises' own."""
-        room = os.statvfs(self.guests[guest].root)
+
+        def room(folder, where):
+            found = os.statvfs(folder)
+            return {
+                f"MiB of memory for files{where}": ((found.f_blocks - found.f_bfree) * found.f_frsize >> 20, found.f_blocks * found.f_frsize >> 20),
+                f"files{where}": (found.f_files - found.f_ffree, found.f_files),
+            }
+
         return {
-            "MiB of memory for files": ((room.f_blocks - room.f_bfree) * room.f_frsize >> 20, room.f_blocks * room.f_frsize >> 20),
-            "files": (room.f_files - room.f_ffree, room.f_files),
+            **room(self.guests[guest].root, ""),
+            **(room(os.path.join(self.run, OUTSIDE), " in /outside") if guest == network_names.ROUTER else {}),
             "processes": (sum(name.isdigit() for name in os.listdir("/proc")), confinement.MOST_PROCESSES),
         }
 
@@ -295,13 +303,14 @@ class Mode:
         os.execve("/usr/bin/sleep", FIRST_PROCESS, {})
 
     def hide_the_machine(self):
-        """In /proc only processes and the router's network are left, for reading."""
-        for name in HIDDEN_FILES:
-            if os.path.exists(f"proc/{name}"):
-                kernel.mount("dev/null", f"proc/{name}", None, kernel.MS_BIND)
-        for name in HIDDEN_FOLDERS:
-            if os.path.isdir(f"proc/{name}"):
-                kernel.mount("nothing", f"proc/{name}", "tmpfs", kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC, "size=0,nr_inodes=1,mode=555")
+        """Whatever a kernel has in /proc, only SHOWN and processes are left, for reading. Links lead nowhere else."""
+        with os.scandir("proc") as entries:
+            hidden = [entry for entry in entries if not (entry.name.isdigit() or entry.name in SHOWN or entry.is_symlink())]
+        for entry in hidden:
+            if entry.is_dir():
+                kernel.mount("nothing", entry.path, "tmpfs", kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC, "size=0,nr_inodes=1,mode=555")
+            else:
+                kernel.mount("dev/null", entry.path, None, kernel.MS_BIND)
         kernel.restrict_mount("proc", kernel.ATTR_RDONLY, recursive=True)
 
     def power_off(self, guest, reap):
@@ -331,6 +340,7 @@ class Mode:
             self.visit(network)
             return
         found = self.guests[guest]
+        confinement.become_first_victim()
         confinement.limit_resources(confinement.MOST_PROCESSES)
         self.visit(found.network)
         for kind in ("ipc", "uts", "mnt"):

@@ -120,11 +120,15 @@ class Mode:
     def tcp_socket(self, _network):
         """To a socket in the root: the web server is told who the client is."""
         connection = socket.socket(socket.AF_UNIX)
-        folder = os.open(os.path.join(self.root, "var/run"), os.O_PATH | os.O_DIRECTORY)
+        root = os.open(self.root, os.O_PATH | os.O_DIRECTORY)
         try:
-            connection.connect(f"/proc/self/fd/{folder}/http.sock")
+            server = kernel.open_beneath(root, "var/run/http.sock", os.O_PATH)  # a link that the router made may lead anywhere
         finally:
-            os.close(folder)
+            os.close(root)
+        try:
+            connection.connect(f"/proc/self/fd/{server}")
+        finally:
+            os.close(server)
         return connection.detach()
 
     def power_on(self, guest, folder, network, texts, flash, tapped):
@@ -163,6 +167,7 @@ class Mode:
             raise premises.Refused("there is no network where namespaces cannot be made")
         if guest is None:
             return
+        confinement.become_first_victim()
         confinement.limit_resources()
         confinement.close_off_files([self.root], (*READABLE, self.temporary), DEVICES)
         confinement.put_filter_in_force(self.filter)
