@@ -70,6 +70,7 @@ mipsel-hardened | cpu  | -    | build source cases mipsel | mipsel-hardened: app
 packaging       | cpu  | -    | build source         |                                       | packaging/check
 make-release    | cpu  | -    | build git python     |                                       | tests/release/run
 machine         | cpu  | -    | build source python mipsel-24kc machine |                           | script/machine
+machine-commands | cpu | -    | build source python mipsel-24kc machine |                           | tests/machine/commands
 armhf           | cpu  | -    | build source cases armhf | armhf: app.cgi $around; release: launch double_shell | tests/run_cases --target armhf --first-row --sample 8
 store           | wait | -    | build                | release: store_tests                  | build/release/store_tests --gtest_brief=1
 deb             | wait | -    | build router home python git source | release: app.cgi app.scgi virtual_router/all | tests/deb/run

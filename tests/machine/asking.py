@@ -6,6 +6,8 @@ import http.client
 import json
 import re
 
+from machine import FIRMWARE_DATE
+
 PATIENCE = 60  # seconds for a reply
 ADDRESS = "127.0.0.1"
 
@@ -47,6 +49,7 @@ class Steps:
 
 
 NEED_LOGIN = {"action": "loginRsp", "result": {"error": 6, "msg": "need login"}}
+SCAN = {"action": "scanRsp", "result": {"error": "0"}}
 WRONG = {"info": {}, "action": "loginRsp", "result": {"error": 7, "msg": "login fail"}}
 GET = {"action": "get", "app": {}}
 CROWD = 6  # which the web server lets wait at once: beyond 9 it drops some
@@ -64,6 +67,9 @@ def tell_story(steps, way, port):
     def login(password):
         return {"action": "login", "info": {"user": "admin", "pwd": password}}
 
+    found = ask(port, {"action": "scan"})
+    about = found.pop("dutInfo", {}).get("date") if isinstance(found, dict) else None
+    steps.expect(f"{way}: it is found, by the day of its firmware", (found, about), (SCAN, FIRMWARE_DATE))
     step("without a session nothing is read", GET, NEED_LOGIN)
     step("a wrong password is refused", login("wrong"), WRONG)
     step("and makes no session", GET, NEED_LOGIN)

@@ -18,7 +18,7 @@ REQUEST = {"body", "remote_addr"}
 EXPECTED = {"reply", "events", "reads", "queue", "exit"}
 STORE_EVENTS = ("set ", "add ", "delete ", "delete-all ", "commit", "save")
 HERE, PHONE = "127.0.0.1", re.compile(r"192\.168\.1\.[1-9]\d*")
-CLEAN_UP = "remove /var/app_sessionid"
+CLEAN_UP = ("remove /var/app_sessionid", "remove /etc/fwInfo.file")  # cases begin without
 GLOBAL = "0.0"  # an interface, for items that do not ask for one
 TRIES = 5  # of what is not under test: a slow machine's web server drops a connection now and then
 PAUSES = (0.1, 0.2, 0.4, 0.8, 1.6, 3.2)  # seconds in which the daemon notes what it took, and may be at it
@@ -123,7 +123,7 @@ class Player:
     def play(self, case):
         """What is wrong, as (aspect, expected, seen)."""
         store = Store(case["world"], self.items)
-        refused = self.stage(["restore", CLEAN_UP, *store.lines()])
+        refused = self.stage(["restore", *CLEAN_UP, *store.lines()])
         if refused:
             yield "stage", "", "\n".join(refused)
             return

@@ -26,6 +26,7 @@ class MachineError(Exception):
 
 FOLDERS = ("bin", "dev", "etc", "etc/config", "lib", "lib/modules", "proc", "sys", "tmp", "var", "var/run", "web", "web/app")
 PROGRAMS = {"cgi": "/web/app/app.cgi", "relay": "/bin/app-relay.cgi", "lua": "/bin/app.lua", "static": "/bin/app-static.cgi", "stage": "/bin/stage"}
+FIRMWARE_DATE = "2026-11-20"
 LUA_PEER = pathlib.Path(__file__).resolve().parents[2] / "bench/peers/app.lua"
 OUR_OWN = ("system_daemon", "loopback", "flash", "stage", "stopwatch")
 
@@ -51,9 +52,9 @@ def stripped(path, strip):
         return pathlib.Path(file.name).read_bytes()
 
 
-def make_image(build, parts, static=None):
-    """The image's bytes: what the build folder has, and the distribution's parts. With the build folder of a static app.cgi that
-    one, too, and Lua, to compare with."""
+def make_image(build, parts, static=True, lua=False):
+    """The image's bytes: what the build folder has, and the distribution's parts. The static app.cgi and Lua are peers to compare
+    with, which no router has beside the other."""
     cache = (build / "CMakeCache.txt").read_text()
     musl = pathlib.Path(re.search(r"^MUSL_FOLDER:\w+=(.*)$", cache, re.MULTILINE)[1])
     strip = re.search(r"^CMAKE_STRIP:\w+=(.*)$", cache, re.MULTILINE)[1]
@@ -63,13 +64,16 @@ def make_image(build, parts, static=None):
                 "bin/guest": own / "guest", "lib/libapmib.so": own / "libapmib.so", "lib/libarpcheck.so": own / "libarpcheck.so",
                 f"lib/{loader.name}": loader}
     if static:
-        programs.update({"bin/app-static.cgi": static / "app.cgi", "bin/lua5.4": own / "lua"})
+        programs["bin/app-static.cgi"] = build / "static/app.cgi"
+    if lua:
+        programs["bin/lua5.4"] = own / "lua"
     files = [(folder, "folder", b"") for folder in FOLDERS]
     files += [(path, "program", stripped(source, strip)) for path, source in programs.items()]
     files += [(f"bin/{name}", "link", b"guest") for name in OUR_OWN]
     files += [("bin/busybox", "program", (parts / "busybox").read_bytes()),
-              ("init", "program", (pathlib.Path(__file__).parent / "init").read_bytes())]
-    if static:
+              ("init", "program", (pathlib.Path(__file__).parent / "init").read_bytes()),
+              ("etc/fwInfo.file", "file", f"Compile Date: {FIRMWARE_DATE}\n".encode())]
+    if lua:
         files += [("bin/app.lua", "program", LUA_PEER.read_bytes())]
     files += [(f"lib/modules/{module.name}", "file", module.read_bytes()) for module in sorted((parts / "modules").iterdir())]
     # Outside of /cgi-bin this web server runs a file by an interpreter, by the ending of its name; the endpoint is its own.
@@ -109,7 +113,8 @@ class Machine:
 
     def __enter__(self):
         self.started = time.monotonic()
-        self.process = subprocess.Popen(self.command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        # In a session of its own: Ctrl-C is for whoever has it turned off in order.
+        self.process = subprocess.Popen(self.command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
         threading.Thread(target=self.listen, daemon=True).start()
         try:
             self.guest_seconds = float(self.wait_for(READY)[0][1])
