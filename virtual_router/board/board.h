@@ -10,6 +10,7 @@ namespace board {
 //
 //   keep NAME          the file NAME of /flash, as it is now or as it is not there any more, outlives the router
 //   lan ADDRESS MASK   the LAN has that network now; twice "none": it has none
+//   replies            done when whoever waits for a reply now has it, or after some seconds
 //   reset              the router starts anew
 //
 // Returns 0 or an errno. Where there is no board, as in a root that is only looked at, /flash is all the memory there

@@ -8,7 +8,7 @@
 
 int main(int argc, char **argv) {
     if (argc < 2) {
-        std::fputs("usage: board keep NAME | lan ADDRESS MASK | reset\n", stderr);
+        std::fputs("usage: board keep NAME | lan ADDRESS MASK | replies | reset\n", stderr);
         return 2;
     }
     std::string words = argv[1];

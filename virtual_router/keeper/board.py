@@ -3,6 +3,7 @@
 
   keep NAME          the file of the flash memory is to outlive the router; answered when it does
   lan ADDRESS MASK   the LAN has that network now; twice "none" where it has none
+  replies            answered when those have their replies who wait for one now, or after some seconds
   reset              the router is to start anew; what is in its memory is gone
   cut                the same, without any warning: its power is gone
 
@@ -25,7 +26,7 @@ class Refused(Exception):
 
 
 class Board:
-    """Serves a router's board. `owner` has keep(name), lan(address, mask), reset() and cut()."""
+    """Serves a router's board. `owner` has keep(name), lan(interface), replies(), reset() and cut()."""
 
     def __init__(self, fd, owner):
         self.listener = socket.socket(fileno=fd)
@@ -84,6 +85,8 @@ class Board:
                 except ValueError:
                     raise Refused("that is no network") from None
                 await self.owner.lan(interface)
+            case ["replies"]:
+                await self.owner.replies()
             case ["reset"]:
                 await self.owner.reset()
             case ["cut"]:

@@ -89,6 +89,11 @@ class Deeds:
         exchange.deeds.append(deed)
         return True
 
+    @property
+    def silent(self):
+        """Whether a deed has begun of which nothing is known yet but its title."""
+        return self.deed is not None and not self.deed.lines
+
     def end(self):
         """The deed is done, or has been quiet for a while."""
         if self.timer:

@@ -32,6 +32,7 @@ from router import Failed, shell_status
 FIRST_SERVICE_SECONDS = 60
 HOME_SECONDS = 60
 END_SECONDS = 10
+REPLY_SECONDS = 10  # that whoever has asked for a reboot or another LAN, or asks at that moment, has to get the reply
 HOLD_SECONDS = 2  # that requests which are under way have to end before the router is looked at or changed as a whole
 USE_SECONDS = 1  # between two looks at what a router uses up
 FULL, ROOMY = 0.95, 0.8  # parts of what it may use: above, it is told; below that part of it, it is over
@@ -416,16 +417,22 @@ class Keeper:
         async with self.lan_lock:
             if lan == self.network.lan and self.moved.is_set():
                 return
-            first = not self.moved.is_set()
-            await self.network.follow_lan(lan)
+            await self.network.follow_lan(lan, self.cut_lan if self.moved.is_set() else lambda: None)
             for agent in self.network.agents:
                 await self.give_lease(agent)
             self.moved.set()
             self.tell_home()
-        if not first:
-            for port in self.ports:
-                if port.name != "router":
-                    port.cut()
+
+    def cut_lan(self):
+        """Whoever was connected by the LAN that was is cut off."""
+        for port in self.ports:
+            if port.name != "router":
+                port.cut()
+
+    async def replies_sent(self, guest):
+        """Waits until those have their replies who wait for one of this router's at this moment. Not for long: a reply may never come."""
+        waiting = [(port, exchange) for port in self.ports if port.router == guest for exchange in port.awaiting]
+        await settled(lambda: not any(exchange in port.awaiting for port, exchange in waiting))
 
     async def follow_hosts(self):
         async with self.lan_lock:
@@ -619,14 +626,18 @@ class Keeper:
             await asyncio.wait([self.rebooting, self.stop], return_when=asyncio.FIRST_COMPLETED)
 
     async def reboot(self, notice=0.5, seconds=None, until=None, fault=None):
-        """`notice`: the reply to whoever asked for it is on its way. `until` keeps it off until it is set; `fault` is the one that is
-        over with this."""
+        """`notice`: the reply to whoever asked for it is on its way, and so is what the system daemon says of it. `until` keeps it off
+        until it is set; `fault` is the one that is over with this."""
         seconds = seconds or self.options.outage
-        await asyncio.sleep(notice)
-        ends = time.monotonic() + seconds
-        self.say("router: it is off" if until else f"router: it starts anew, and is away for {seconds:g} s")
+        if notice:
+            await asyncio.sleep(notice)
+            await self.replies_sent(self.main.guest)
+            await settled(lambda: not self.main.deeds.silent)
         clock = await self.clock()
+        ends = time.monotonic() + seconds
+        # Whoever hears that it is away finds it so.
         self.shut_ports()
+        self.say("router: it is off" if until else f"router: it starts anew, and is away for {seconds:g} s")
         await self.main.power_off()
         self.moved.clear()
         self.tell_home()
@@ -700,6 +711,13 @@ class Keeper:
             self.home_line.close()
         self.clear_away()  # where the caretaker did not
         self.printer.close()
+
+
+async def settled(condition):
+    """Waits until the condition holds, for some seconds at most."""
+    deadline = time.monotonic() + REPLY_SECONDS
+    while not condition() and time.monotonic() < deadline:
+        await asyncio.sleep(0.01)
 
 
 def reap(deadline):

@@ -80,8 +80,9 @@ class Network:
     def phone_name(self, phone):
         return "the phone" if len(self.phones) == 1 else f"phone {phone.number}"
 
-    async def follow_lan(self, lan):
-        """Gives phones and agents their addresses in the LAN, an IPv4Interface of the router, or None."""
+    async def follow_lan(self, lan, moved):
+        """Gives phones and agents their addresses in the LAN, an IPv4Interface of the router, or None. Calls moved() when they have
+        them, before anybody is told so."""
         self.lan = lan
         self.addresses = {}
         told = f"{lan.ip}, mask {lan.netmask}" if lan else "none, mask none"
@@ -95,6 +96,7 @@ class Network:
             if address and address not in self.addresses.values():
                 self.addresses[agent] = address
         self.addresses = await self.move(self.addresses)
+        moved()
         for phone in self.phones:
             if phone in self.addresses:
                 self.say(f"home: {self.phone_name(phone)} has the address {self.addresses[phone]}")
@@ -291,7 +293,8 @@ class FileNetwork(Network):
     async def show(self):
         arp = ["IP address       HW type     Flags       HW address            Mask     Device"]
         arp += [f"{address:16} 0x1         0x6         {mac}     *        br0" for address, mac in self.neighbours.items()]
-        await self.order("write", path="root/proc/net/arp", content="".join(f"{line}\n" for line in arp))
         facts = self.facts
         answering = [facts["ISP_ADDRESS"], facts["PPP_PEER"], *facts["PROVIDER_SERVERS"].split(), *map(str, self.addresses.values()), *(one for many in self.wired.values() for one in many)]
         await self.order("write", path="root/etc/answering-hosts", content="".join(f"answers {address}\n" for address in answering))
+        # Whoever is in the ARP table answers already, as where the network is the kernel's.
+        await self.order("write", path="root/proc/net/arp", content="".join(f"{line}\n" for line in arp))

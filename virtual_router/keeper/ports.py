@@ -63,6 +63,7 @@ class Port:
         self.gate = gates.Gate(number, hosts, origins)
         self.connections = {}  # task -> the client's socket
         self.in_flight = {}
+        self.awaiting = set()  # exchanges of which the router has the whole request, and the client not yet the whole reply
         self.numbers = itertools.count(1)
         self.open = False
         self.listener = socket.socket()
@@ -254,6 +255,7 @@ class Port:
                 await self.pass_reply(client, server, request, exchange, chosen)
             finally:
                 requests.cancel()
+                self.awaiting.discard(exchange)
             if chosen.how(faults.REPLY) == "none":
                 exchange.note = "its reply was lost, by a fault"
                 with contextlib.suppress(OSError, asyncio.TimeoutError):
@@ -272,6 +274,8 @@ class Port:
         left = None if left is None else left - len(begun)
         try:
             await self.loop.sock_sendall(server, data)
+            if not left:  # without a length there is no body
+                self.awaiting.add(exchange)
             while left is None or left > 0:
                 data = await self.loop.sock_recv(client, CHUNK if left is None else min(left, CHUNK))
                 if not data:
@@ -282,6 +286,8 @@ class Port:
                 left = None if left is None else left - len(data)
                 exchange.body.add(data)
                 await self.loop.sock_sendall(server, data)
+                if left == 0:
+                    self.awaiting.add(exchange)
         except OSError:
             pass
 

@@ -34,7 +34,8 @@ class Failed(Exception):
 
 
 class Router:
-    """One router of the premises. `keeper` has order(), run(), say() and, for the router's wishes, lan_moved() and reset_wanted()."""
+    """One router of the premises. `keeper` has order(), run(), say() and, for the router's wishes, lan_moved(),
+    replies_sent() and reset_wanted()."""
 
     def __init__(self, keeper, guest, folder, network, flash_folder, texts, title=""):
         self.keeper = keeper
@@ -154,6 +155,9 @@ class Router:
 
     async def lan(self, interface):
         await self.keeper.lan_moved(self, interface)
+
+    async def replies(self):
+        await self.keeper.replies_sent(self.guest)
 
     async def reset(self):
         self.keeper.reset_wanted(self)
