@@ -28,7 +28,7 @@ SOCKET = "home.sock"  # in the router's run folder
 GATHER_SECONDS = 0.05  # what changes together is looked at once, and no router can keep the home busy with it
 MOST_NEWS_BYTES = 4096
 MOST_ORDER_BYTES = 16 << 20  # the state of a full house is 2 MB
-PATIENCE_SECONDS = 2  # with whoever gives an order
+PATIENCE_SECONDS = 10  # with whoever gives an order
 MOST_EVENTS = 1000
 
 

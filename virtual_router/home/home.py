@@ -22,7 +22,7 @@ import sys
 
 sys.dont_write_bytecode = True
 
-ANSWER_SECONDS = 20
+ANSWER_SECONDS = 60
 
 
 def load(file, phone_mac, phone_place):
