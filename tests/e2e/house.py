@@ -177,7 +177,8 @@ def wifi(t):
     t.inside("and in the store", ["flash", "get", "WLAN0_WPA_PSK"], r"\AWLAN0_WPA_PSK=house key 5\n\Z")
     mark = t.mark()
     t.set("a guest network", ('queue MSG_CALL_SYSCONF sysconfArgv="init gw all"',), wifiguest=GUEST)
-    t.results.check("is on after the restart", "daemon:   WLAN1_VA1_SSID=Visitors\n" in t.router.output()[mark:])
+    shown = t.router.output()[mark:]
+    t.results.check("is on after the restart", "daemon:   WLAN1_VA1_SSID=Visitors\n" in shown, shown)
     t.get("and in force", wifiguest={**GUEST, "duration": 0})
 
 
@@ -196,6 +197,8 @@ def box(t):
     t.results.check("and read back", t.sys().get("schReboot") == SCHEDULE, t.sys())
     t.set("LEDs off", sys={"led": "alloff"})
     t.results.check("they are", t.sys().get("led") == "alloff", t.sys())
+    for what in ("upgrade", "pairing"):
+        t.lasts(what, 3600)
     t.set(
         "an upgrade",
         (f'queue MSG_APP_FWUPG url="{UPGRADE["filePath"]}" md5="{UPGRADE["md5"]}"', f'  an upgrade begins: {UPGRADE["filePath"]}'),
@@ -208,6 +211,7 @@ def box(t):
     t.set("is cancelled", wps={"wpsbutton": 0})
     t.await_true("and ends", lambda: t.router.inside("run", "cat", "/tmp/wscd_status") == (0, "3\n"))
     t.get("which can be seen, too", wps={"status": 3})
+    t.lasts("upgrade", 0)
     t.await_true("the upgrade ends", lambda: t.sys().get("upgrade", {}).get("status") == 0)
 
 
@@ -235,7 +239,8 @@ def agents_led(t, prefix):
 def mesh(t, has_agents):
     mark = t.mark()
     t.set("become the mesh controller", ["queue MSG_APP_REINIT"], mesh={"name": "Hall", "role": 1, "backhaul": 0})
-    t.results.check("which the restart shows", "daemon:   MIB_MESH_ROLE=1\n" in t.router.output()[mark:])
+    shown = t.router.output()[mark:]
+    t.results.check("which the restart shows", "daemon:   MIB_MESH_ROLE=1\n" in shown, shown)
     t.get("it is", mesh={"name": "Hall", "role": 1, "backhaul": 0})
     t.inside("with a backhaul of its own", ["flash", "get", "WLAN0_VA0_SSID"], r"=EasyMeshBH-\w{9}$")
     if has_agents:
@@ -243,8 +248,10 @@ def mesh(t, has_agents):
             "the topology lists the agents", ["run", "cat", "/tmp/topology_json"],
             r'\A\{"child_devices":\[.*"ip_addr":"10\.20\.0\.10".*"ip_addr":"10\.20\.0\.11".*\n\Z',
         )  # fmt: skip
-        scan = t.router.inside("run", "curl", "-sS", "-d", '{"action":"scan"}', "http://10.20.0.11/app/app.cgi")[1]
-        t.results.check("an agent is a device of its own", '"name":\t"Agent 2"' in scan and "024B54709502" in scan, scan)
+        # It has its new address a while after the phone.
+        ask = ["run", "curl", "-sS", "-d", '{"action":"scan"}', "http://10.20.0.11/app/app.cgi"]
+        status, scan = look_until(lambda answer: answer[0] == 0, lambda: t.router.inside(*ask))
+        t.results.check("an agent is a device of its own", '"name":\t"Agent 2"' in scan and "024B54709502" in scan, f"status {status}\n{scan}")
     for state in ("allon", "alloff"):
         t.set(f"LEDs: {state}", sys={"led": state})
         t.results.check("the controller's are", t.sys().get("led") == state, t.sys())
