@@ -53,7 +53,7 @@ def free_port():
     while True:
         port = random.choice(PORTS)
         with socket.socket() as probe:
-            if port not in GIVEN_PORTS and probe.connect_ex(("127.0.0.1", port)) != 0:  # nobody listens
+            if GIVEN_PORTS.isdisjoint(range(port, port + 4)) and probe.connect_ex(("127.0.0.1", port)) != 0:  # nobody listens
                 GIVEN_PORTS.add(port)
                 return port
 
@@ -92,6 +92,8 @@ PATIENCE_SECONDS = 60
 
 # script/server has some patience of its own, and says so before it gives up.
 START_SECONDS = 240
+# A request may have a hundred programs run one after another.
+REPLY_SECONDS = 240
 
 
 def look_until(good, look, pause=0.05, seconds=PATIENCE_SECONDS):
@@ -100,6 +102,17 @@ def look_until(good, look, pause=0.05, seconds=PATIENCE_SECONDS):
     while not good(seen := look()) and time.monotonic() < deadline:
         time.sleep(pause)
     return seen
+
+
+def outcome(command, **how):
+    """Runs a command to its end, which must be soon. Returns its exit status (None: it did not end) and all that it said."""
+    try:
+        run = subprocess.run(
+            command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=PATIENCE_SECONDS, **how
+        )
+    except subprocess.TimeoutExpired as late:
+        return None, (late.stdout or b"").decode(errors="replace")
+    return run.returncode, run.stdout
 
 
 def heed_signals():
@@ -148,16 +161,7 @@ class Router:
 
     def run(self, *arguments, **environment):
         """Runs script/server to its end, which must be soon. Returns its exit status and all that it said."""
-        run = subprocess.run(
-            self.command(*arguments),
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            env=self.environment(**environment),
-            text=True,
-            timeout=PATIENCE_SECONDS,
-        )
-        return run.returncode, run.stdout
+        return outcome(self.command(*arguments), env=self.environment(**environment))
 
     def start(self, *arguments, fast=True, output=None, look=None):
         """Starts a router, whose reboots are short ones unless it is told otherwise. It prints into a file, or to the descriptor `output`,
@@ -201,7 +205,7 @@ class Router:
     def ask(self, body, loopback=False, path="/app/app.cgi", post=True):
         """Asks with curl. Returns the HTTP status, the content type and the text."""
         port = self.loopback_port if loopback else self.port
-        command = ["curl", "-sS", "--max-time", "30", "-w", "\n%{http_code} %{content_type}"]
+        command = ["curl", "-sS", "--max-time", str(REPLY_SECONDS), "-w", "\n%{http_code} %{content_type}"]
         if post:
             command += ["--data-binary", "@-"]
         run = subprocess.run([*command, f"http://127.0.0.1:{port}{path}"], input=body.encode(), capture_output=True)
@@ -212,9 +216,12 @@ class Router:
         return int(status), kind, text
 
     def find_process(self, name, word=""):
-        """Returns the id of the router's process of that name (None: any), with that text in its command line."""
+        """Returns the id of the router's process of that name (None: any), with that text in its command line; of those that have begun
+        as copies of another, that one."""
         table = processes()
         for pid, (parent, command) in table.items():
+            if name is not None and table.get(parent, (0, ""))[1] == command:
+                continue
             while name in (None, command) and parent in table:
                 if parent == self.process.pid:
                     if word in command_line(pid):
@@ -223,18 +230,28 @@ class Router:
                 parent = table[parent][0]
         return None
 
+    def await_process(self, name, word=""):
+        """The same, where it is to be there: one that was started a moment ago is not yet what it becomes."""
+        pid = look_until(bool, lambda: self.find_process(name, word))
+        if pid is None:
+            raise RuntimeError(f"the router has no process {name} {word}; it has {sorted(command for _, command in processes().values())}")
+        return pid
+
     def wake_ups(self, name, word):
         """How often that process has waited for something so far."""
-        status = pathlib.Path(f"/proc/{self.find_process(name, word)}/status").read_text()
+        status = pathlib.Path(f"/proc/{self.await_process(name, word)}/status").read_text()
         return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)$", status, re.MULTILINE).group(1))
+
+    def tool(self, *command):
+        return [*self.way.prefix, str(self.project / "script/router"), "--state", str(self.state), *command]
 
     def inside(self, *command):
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
-        run = subprocess.run(
-            [*self.way.prefix, str(self.project / "script/router"), "--state", str(self.state), *command],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=PATIENCE_SECONDS,
-        )  # fmt: skip
-        return run.returncode, run.stdout
+        return outcome(self.tool(*command))
+
+    def begin(self, *command):
+        """The same in the background. Returns the process."""
+        return subprocess.Popen(self.tool(*command), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 
     def on_phone(self, *command):
         """Runs a command of the PC in the phone's network. Returns its exit status and what it said."""
@@ -248,7 +265,7 @@ class Router:
             home = (self.state / "run/root/etc/kernel-stand-in").read_text()
             key = int(re.search(r"^queue-key (-?\d+)$", home, re.MULTILINE).group(1))
         else:
-            pid = self.find_process("system_daemon")
+            pid = self.await_process("system_daemon")
             user = [] if os.geteuid() == 0 else ["--user", "--preserve-credentials"]
             enter = ["nsenter", f"--target={pid}", "--ipc", *user]
         key = key - (1 << 32) if key >= 1 << 31 else key
@@ -270,8 +287,8 @@ class Router:
     def leftovers(self):
         """Returns a list of what there is of a router after its end."""
         left = []
-        # What a process leaves is adopted by this one; some time is given to those that are just ending.
-        deadline = time.monotonic() + 10
+        # What a process leaves is adopted by this one; those that are just ending are waited for.
+        deadline = time.monotonic() + PATIENCE_SECONDS
         while True:
             try:
                 while os.waitpid(-1, os.WNOHANG)[0]:
