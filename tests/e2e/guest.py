@@ -6,6 +6,7 @@ import ctypes
 import json
 import os
 import pathlib
+import re
 import signal
 import socket
 import stat
@@ -16,6 +17,7 @@ import threading
 
 import calls
 import router as routers
+from router import look_until
 from story import DUT, Teller, get_reply, left_nothing
 from ways import AS_NOBODY, IS_ROOT
 
@@ -120,7 +122,8 @@ while size < 640 << 20:
         pass
 """
 APP = {"action": "get", "app": {}, "dutInfo": {}}, get_reply(dutInfo=DUT, app={"port": 0, "ticktime": 0})
-QUIET_SECONDS = 0.3  # in which a signal that was sent would have arrived
+HELD = "Tt"  # states of a process that another has stopped, or traces
+HELD_SECONDS = 2  # after which it is not let go any more
 
 
 class Pc:
@@ -157,6 +160,23 @@ class Pc:
     def start_victim(self):
         self.victim = subprocess.Popen([*self.prefix, sys.executable, "-c", self.VICTIM], stdout=subprocess.PIPE, text=True, start_new_session=True)
         self.address = int(self.victim.stdout.readline())
+        self.victims_state()
+
+    def victims_state(self):
+        """The letter of the victim's state once no signal is on its way to it: "S" as it was begun, "Z" when it has ended, or one of HELD."""
+
+        def look():
+            status = pathlib.Path(f"/proc/{self.victim.pid}/status").read_text()
+            pending = any(int(mask, 16) for mask in re.findall(r"^(?:SigPnd|ShdPnd):\s+(\w+)$", status, re.MULTILINE))
+            return re.search(r"^State:\s+(\w)", status, re.MULTILINE)[1], pending
+
+        def settle(states):
+            return look_until(lambda seen: seen == ("S", False) or seen[0] in states, look, pause=0.01)[0]
+
+        state = settle("Z" + HELD)
+        if state in HELD:
+            state = look_until(lambda seen: seen[0] not in HELD, look, seconds=HELD_SECONDS)[0]
+        return state if state in HELD else settle("Z" + HELD)
 
     def targets(self, *processes, paths=()):
         return json.dumps({
@@ -168,14 +188,13 @@ class Pc:
     def harm(self):
         """What has become of it, in words; what is hurt is made anew."""
         found = []
-        try:
-            found.append(f"the victim has ended: {self.victim.wait(QUIET_SECONDS)}")
+        state = self.victims_state()
+        if state != "S":
+            found.append(f"the victim has ended, or is held: {state}")
+            self.victim.kill()
+            self.victim.wait()
             self.victim.stdout.close()
             self.start_victim()
-        except subprocess.TimeoutExpired:
-            if "State:\tS" not in pathlib.Path(f"/proc/{self.victim.pid}/status").read_text():
-                found.append("the victim is held")
-                self.victim.kill()
         if ctypes.string_at(self.memory, 6) != b"secret":
             found.append("the segment is changed")
             ctypes.memmove(self.memory, b"secret", 6)
@@ -213,7 +232,9 @@ class Guest(Teller):
         """Has the endpoint run the commands as an app can: what became of them, by the reply. Only who prints the sign has tried."""
         verdict = f"case $out in *BROKEN*) echo BROKEN \"$out\";; *{sign}*) echo HELD;; *) echo NOT TRIED \"$out\";; esac"
         script = f"out=$({{\n{commands}\n}} 2>{'&1' if sign else '/dev/null'})\n{verdict}"
-        self.router.inside("run", "sh", "-c", f"cat > /tmp/attack <<'END'\n{script}\nEND")
+        written = self.router.inside("run", "sh", "-c", f"cat > /tmp/attack <<'END'\n{script}\nEND")
+        if written != (0, ""):
+            return f"not written: {written}"
         status, _, text = self.router.ask(json.dumps({"action": "get", "netDig": {"ping": {"dst": "-h >/dev/null 2>&1; sh /tmp/attack"}}}), loopback=True)
         return text if status == 200 else f"{status} {text}"
 
@@ -289,7 +310,8 @@ def reach_out(t, pc):
             continue
         said, harm = t.call(name, targets), pc.harm()
         t.results.check(f"{what}: stays in the router", held(said) and not harm, f"{said}\n{harm}")
-        t.results.check(f"{what}: the router answers", t.answers() and router.inside("status")[0] == 0)
+        answers, (status, said) = t.answers(), router.inside("status")
+        t.results.check(f"{what}: the router answers", answers and status == 0, f"{answers}, status {status}\n{said}")
         if harm:
             targets = pc.targets(router.process.pid, paths=[router.state / "keeper.sock"])
 
