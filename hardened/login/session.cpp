@@ -1,19 +1,23 @@
 // SPDX-License-Identifier: MIT
-// A session is its client's, and ends by itself. Behind the id the file holds when the session began, when it was used
-// last (seconds since 1970, ten digits) and the address that it was handed to:
+// A session is its client's, and ends by itself. Behind the id the file holds the name of the kernel's start, when the
+// session began and was used last (seconds since that start, ten digits), and the address that it was handed to:
 //
 //   sessionid=Us...
-//   since=1700000000
-//   used=1700000600
+//   boot=3e0cbfc0-5c2f-4d3a-9d0b-0a3c1f6f1a55
+//   since=0000000100
+//   used=0000000700
 //   address=192.168.1.20
+//
+// The time of day would not do: a router gets it from the network when it has been up for a while, which would end the
+// session of who sets it up, and set back it would keep a session alive.
 #include "login/session.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cstring>
-#include <ctime>
 
+#include "base/boot_clock.h"
 #include "base/input.h"
 #include "base/output.h"
 #include "base/own_file.h"
@@ -31,6 +35,7 @@ constexpr long long kLongestLife = SESSION_AGE;
 constexpr long long kUseRecorded = 60;  // how exactly the last use is known: the file is not written for every request
 static_assert(kLongestIdle > kUseRecorded && kLongestLife >= kLongestIdle, "a session lasts longer than a minute");
 
+constexpr char kBootKey[] = "boot=";
 constexpr char kSinceKey[] = "since=";
 constexpr char kUsedKey[] = "used=";
 constexpr char kAddressKey[] = "address=";
@@ -67,10 +72,16 @@ bool take_time(const char *&at, long long &seconds) {
     return true;
 }
 
-// Whether a moment lies so many seconds back at most. One that is yet to come lies nowhere: the clock was set back.
+// Whether a moment lies so many seconds back at most. One that is yet to come lies nowhere.
 bool is_within(long long moment, long long now, long long seconds) {
     return moment <= now && now - moment <= seconds;
 }
+
+// The name of the kernel's start.
+struct StartName {
+    char text[40];
+    StartName() { name_start(text); }
+};
 
 // What the file holds behind the id.
 struct Terms {
@@ -81,7 +92,7 @@ struct Terms {
 };
 
 bool read_terms(const char *at, Terms &terms) {
-    if (!take(at, kSinceKey) || !take_time(at, terms.since) || !take(at, "\n") || !take(at, kUsedKey)) {
+    if (!take(at, kBootKey) || !take(at, StartName().text) || !take(at, "\n") || !take(at, kSinceKey) || !take_time(at, terms.since) || !take(at, "\n") || !take(at, kUsedKey)) {
         return false;
     }
     terms.used_at = at;
@@ -108,10 +119,10 @@ void record_use(off_t place, long long now) {
 }  // namespace
 
 bool write_session(const char *id) {
-    const TimeText now(time(nullptr));
+    const TimeText now(seconds_since_start());
     char text[sizeof Session::text];
     return client_address != nullptr &&
-           join(text, {kSessionKey, id, "\n", kSinceKey, now.text, "\n", kUsedKey, now.text, "\n", kAddressKey,
+           join(text, {kSessionKey, id, "\n", kBootKey, StartName().text, "\n", kSinceKey, now.text, "\n", kUsedKey, now.text, "\n", kAddressKey,
                        client_address, "\n"}) &&
            replace_session_file(text);
 }
@@ -131,7 +142,7 @@ bool is_of_session(const Session &session, const char *given) {
     }
     // The id's terminator stands in the place of its line feed.
     const char *const behind_id = session.id + strlen(session.id) + 1;
-    const long long now = time(nullptr);
+    const long long now = seconds_since_start();
     Terms terms;
     if (behind_id >= session.text + sizeof session.text || !read_terms(behind_id, terms) || !is_of_client(terms) ||
         !is_within(terms.since, now, kLongestLife) || !is_within(terms.used, now, kLongestIdle)) {

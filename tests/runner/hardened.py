@@ -73,7 +73,7 @@ def session_of(files, address):
     content = files.get(SESSION_FILE)
     if not isinstance(content, str) or not re.fullmatch(r"sessionid=\S+", content):
         return files
-    terms = f"{content}\nsince=%TIME()%\nused=%TIME()%\naddress={address}\n"
+    terms = f"{content}\nboot=\nsince=%TIME()%\nused=%TIME()%\naddress={address}\n"
     return {**files, SESSION_FILE: terms}
 
 

@@ -81,7 +81,8 @@ TEST_F(ClockTest, IsThePcsUntilItIsSet) {
         EXPECT_EQ(router_.run([] {
             struct sysinfo pc = {};
             struct sysinfo router = {};
-            REQUIRE(sysinfo(&pc) == 0 && router_clock.sysinfo(&router) == 0 && is_near(router.uptime, pc.uptime));
+            REQUIRE(sysinfo(&pc) == 0 && router_clock.sysinfo(&router) == 0 && is_near(router.uptime, pc.uptime) &&
+                    is_near(seconds_of(CLOCK_BOOTTIME), pc.uptime - 1));
             const time_t now = time(nullptr);
             REQUIRE(is_near(router_clock.time(nullptr), now) && is_near(seconds_of(CLOCK_REALTIME), now));
         }),
@@ -101,6 +102,7 @@ TEST_F(ClockTest, IsTheSameForAllWhoAsk) {
         REQUIRE(router_clock.gettimeofday(&parts, nullptr) == 0 && is_near(parts.tv_sec, kSomeday) &&
                 parts.tv_usec < 1000000);
         REQUIRE(router_clock.sysinfo(&info) == 0 && is_near(info.uptime, 90000) && info.totalram > 0);
+        REQUIRE(is_near(seconds_of(CLOCK_BOOTTIME), 90000));
     }),
               0);
 }
@@ -122,7 +124,7 @@ TEST_F(ClockTest, Hurries) {
         const time_t passed = router_clock.time(nullptr) - kSomeday;
         REQUIRE(passed >= 36000 && passed < 36000 + 30 * 3600);
         struct sysinfo info = {};
-        REQUIRE(router_clock.sysinfo(&info) == 0 && info.uptime >= 36005);
+        REQUIRE(router_clock.sysinfo(&info) == 0 && info.uptime >= 36005 && seconds_of(CLOCK_BOOTTIME) >= 36005);
     }),
               0);
     put(someday(5, 0, 1000));

@@ -7,8 +7,8 @@
 //                           nanoseconds; since then RATE / 1000 seconds have passed in it for each of the PC's
 //
 // Without the file, or with another content, the router has the PC's clock. The file is read at each call, so that a
-// program that runs sees a change at once: two system calls more with it, one without. CLOCK_MONOTONIC and its like
-// stay the PC's: by them programs wait.
+// program that runs sees a change at once: two system calls more with it, one without. CLOCK_BOOTTIME tells how long
+// the router is up. CLOCK_MONOTONIC and its like stay the PC's: by them programs wait.
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/sysinfo.h>
@@ -73,6 +73,20 @@ int64_t router_now() {
     return read_clock(clock) ? clock.router + passed(clock, pc) : pc;
 }
 
+// How long the router is up. False: as long as the PC.
+bool read_uptime(int64_t &uptime) {
+    Clock clock = {};
+    if (!read_clock(clock)) {
+        return false;
+    }
+    uptime = clock.uptime + passed(clock, pc_now());
+    return true;
+}
+
+timespec as_timespec(int64_t nanoseconds) {
+    return {nanoseconds / kSecond, nanoseconds % kSecond};
+}
+
 }  // namespace
 
 int64_t pc_now() {
@@ -82,12 +96,14 @@ int64_t pc_now() {
 }
 
 PLAYED int clock_gettime(clockid_t id, timespec *now) noexcept {
-    if (id != CLOCK_REALTIME && id != CLOCK_REALTIME_COARSE) {
+    int64_t uptime = 0;
+    if (id == CLOCK_REALTIME || id == CLOCK_REALTIME_COARSE) {
+        *now = as_timespec(router_now());
+    } else if (id == CLOCK_BOOTTIME && read_uptime(uptime)) {
+        *now = as_timespec(uptime);
+    } else {
         return next("clock_gettime", next_clock_gettime)(id, now);
     }
-    const int64_t nanoseconds = router_now();
-    now->tv_sec = nanoseconds / kSecond;
-    now->tv_nsec = nanoseconds % kSecond;
     return 0;
 }
 
@@ -108,9 +124,9 @@ PLAYED time_t time(time_t *now) noexcept {
 
 PLAYED int sysinfo(struct sysinfo *info) noexcept {
     const int result = next("sysinfo", next_sysinfo)(info);
-    Clock clock = {};
-    if (result == 0 && read_clock(clock)) {
-        info->uptime = (clock.uptime + passed(clock, pc_now())) / kSecond;
+    int64_t uptime = 0;
+    if (result == 0 && read_uptime(uptime)) {
+        info->uptime = uptime / kSecond;
     }
     return result;
 }
