@@ -3,7 +3,8 @@
 // that tries too early is answered as with a wrong account, and others are none the worse.
 //
 // A file remembers, a line for each client: its address, how many wrong attempts, and until when it is refused (seconds
-// since 1970). There is room for kMostClients; when more try, the one whose time is up first is forgotten.
+// since the kernel's start: whoever can set the clock ends no refusal by it). There is room for kMostClients; when more
+// try, the one whose time is up first is forgotten.
 #include "login/attempts.h"
 
 #include <fcntl.h>
@@ -13,8 +14,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
+#include "base/boot_clock.h"
 #include "base/input.h"
 #include "base/output.h"
 #include "base/own_file.h"
@@ -28,14 +29,14 @@
 namespace {
 
 constexpr char kAttemptsPath[] = PRODUCT_SESSION ".logins";
-constexpr int kMostClients = 32;
+constexpr int kMostClients = 256;  // all that a LAN of 24 bits has
 constexpr int kFreeAttempts = 2;                   // who mistypes twice does not wait
 constexpr long long kLongestRefusal = 900;         // seconds
 constexpr long long kForgottenAfter = 3600;        // seconds after the refusal's end
 constexpr int kMostAttempts = kFreeAttempts + 11;  // from then on the refusal is the longest
 
 struct Client {
-    char address[46] = {};  // the longest that IPv6 has, and the terminator
+    char address[64] = {};  // the longest that IPv6 has, "%" and an interface
     int attempts = 0;
     long long refused_until = 0;
 };
@@ -56,12 +57,20 @@ long long refusal(int attempts) {
     return seconds < kLongestRefusal ? seconds : kLongestRefusal;
 }
 
-// The client's name in the file. Whatever is no address shares one.
+bool is_one_word(const char *text) {
+    const char *at = text;
+    while (*at > ' ' && *at <= '~') {
+        ++at;
+    }
+    return at != text && *at == '\0';
+}
+
+// The client's name in the file. It is not looked whether it is an address: of two web servers, one tells an interface
+// behind it and the other a port, and all whose addresses were taken for none would be refused for one of them. What
+// is not one word, or longer than any address, shares a name.
 void name_client(Out name) {
-    constexpr char kOfAddresses[] = "0123456789abcdefABCDEF.:%";
     const char *const address = client_address != nullptr ? client_address : "";
-    const bool plain = *address != '\0' && address[strspn(address, kOfAddresses)] == '\0';
-    if (!plain || !join(name, {address})) {
+    if (!is_one_word(address) || !join(name, {address})) {
         join(name, {"?"});
     }
 }
@@ -87,9 +96,9 @@ void read_clients(int file, long long now, Clients &clients) {
         }
         *end = '\0';
         Client client;
-        const bool whole = sscanf(line, "%45s %d %lld", client.address, &client.attempts, &client.refused_until) == 3;
+        const bool whole = sscanf(line, "%63s %d %lld", client.address, &client.attempts, &client.refused_until) == 3;
         const bool due = client.refused_until + kForgottenAfter > now;
-        const bool possible = client.refused_until <= now + kLongestRefusal;  // else the clock was set back
+        const bool possible = client.refused_until <= now + kLongestRefusal;  // else it is of an earlier start
         if (whole && due && possible && client.attempts > 0) {
             clients.rows[clients.count++] = client;
         }
@@ -146,7 +155,7 @@ bool may_try_login() {
     }
     char address[sizeof Client::address];
     name_client(address);
-    const long long now = time(nullptr);
+    const long long now = seconds_since_start();
     Clients clients;
     read_clients(file.get(), now, clients);
     Client *client = find_client(clients, address);
@@ -171,7 +180,7 @@ void forget_wrong_logins() {
     char address[sizeof Client::address];
     name_client(address);
     Clients clients;
-    read_clients(file.get(), time(nullptr), clients);
+    read_clients(file.get(), seconds_since_start(), clients);
     Client *const client = find_client(clients, address);
     if (client != nullptr) {
         *client = clients.rows[--clients.count];
