@@ -44,6 +44,7 @@ headers         | cpu  | -    | build cases          | release: app.cgi tests/ru
 web-servers     | cpu  | -    | build router web-servers | release: app.cgi arpcheck             | tests/web_servers/run
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
 cases-hardened-resident | cpu | - | build cases      | hardened: app.scgi; release: tests/runner/all | tests/run_cases --hardened --through scgi --sample 12
+e2e-hardened    | cpu  | -    | build router home    | hardened: app.cgi virtual_router/all  | tests/e2e/run --way no-namespaces --build build/hardened --story requests
 binary-hardened | cpu  | -    | build python         | hardened: app.cgi                     | tests/structure/check_binary build/hardened
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check

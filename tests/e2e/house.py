@@ -7,7 +7,7 @@ import signal
 
 import router as routers
 from router import look_until
-from story import SESSION, STARTED_ANEW, Teller, get_reply, left_nothing, set_reply
+from story import NEED_LOGIN, SESSION, STARTED_ANEW, Teller, get_reply, left_nothing, set_reply
 
 ACCOUNT = {"usr": "owner", "pwd": "correct horse"}
 WIFI = {"combine": "0", "ssid": "House", "wifiPwd": "house key 2.4", "ssid5": "House 5G", "wifiPwd5": "house key 5"}
@@ -71,6 +71,12 @@ class House(Teller):
         status, said = self.router.inside(*command)
         good = status == 0 and all(re.search(pattern, said, re.MULTILINE) for pattern in patterns)
         self.results.check(step, good, f"status {status}\n{said}")
+
+    def comes_from_elsewhere(self, user, password):
+        """The phone has another address: where a session is its client's alone, it has none until it logs in again."""
+        if "HARDEN_SESSIONS" in self.router.options:
+            self.gated("its session is another address's", {"action": "get", "app": {}}, NEED_LOGIN)
+            self.log_in("login from there", user, password)
 
     def sys(self):
         """The "sys" object, which holds the PC's up-time."""
@@ -223,6 +229,7 @@ def lan(t):
         lan=LAN,
     )
     t.await_true("the phone follows", lambda: "home: the phone has the address 10.20.0.100\n" in t.router.output()[mark:])
+    t.comes_from_elsewhere(ACCOUNT["usr"], ACCOUNT["pwd"])
     mark = t.mark()
     t.get("the router is reached there", lan=LAN)
     t.results.check("from there", t.router.await_output(":REMOTE_ADDR=10.20.0.100\n", after=mark), t.router.output()[mark:])

@@ -2,6 +2,7 @@
 """A running script/server: how to start, ask, watch and stop it, and what it left behind."""
 
 import ctypes
+import fcntl
 import glob
 import os
 import pathlib
@@ -39,23 +40,29 @@ def adopt_orphans():
 PORTS = range(20000, 32000)
 ALWAYS = []  # further options of script/server
 GIVEN_PORTS = set()
+# A file whose bytes are locked by whoever has the port of that number: another test on this PC must not take it, not even
+# while nobody listens there, as between two routers. The locks end with the process.
+CLAIMS = open(pathlib.Path(tempfile.gettempdir(), f"e2e-ports-{os.geteuid()}"), "ab")
 
 
-def take_part_of_ports(index, count):
-    """Leaves this process one of `count` equal parts of the ports. Whoever runs side by side gets the others: a port that is
-    free for two of them is one's that comes first."""
-    global PORTS
-    size = len(PORTS) // count
-    PORTS = PORTS[index * size : (index + 1) * size]
+def is_free(port):
+    if port in GIVEN_PORTS:
+        return False
+    try:
+        fcntl.lockf(CLAIMS, fcntl.LOCK_EX | fcntl.LOCK_NB, 1, port)
+    except OSError:
+        return False
+    with socket.socket() as probe:
+        return probe.connect_ex(("127.0.0.1", port)) != 0  # nobody listens
 
 
-def free_port():
+def free_port(count=1):
+    """A port that is this process's, and so are the next, `count` in all."""
     while True:
         port = random.choice(PORTS)
-        with socket.socket() as probe:
-            if GIVEN_PORTS.isdisjoint(range(port, port + 4)) and probe.connect_ex(("127.0.0.1", port)) != 0:  # nobody listens
-                GIVEN_PORTS.add(port)
-                return port
+        if all(is_free(port + number) for number in range(count)):
+            GIVEN_PORTS.update(range(port, port + count))
+            return port
 
 
 def processes():
@@ -130,6 +137,12 @@ def copy_project(folder):
     return project
 
 
+def options_of(build):
+    """The options that are on in a build folder, such as HARDEN_SESSIONS; none in a folder of programs alone."""
+    cache = pathlib.Path(build, "CMakeCache.txt")
+    return set(re.findall(r"^(\w+):BOOL=ON$", cache.read_text(), re.MULTILINE)) if cache.exists() else set()
+
+
 class Router:
     """One state folder and two ports, on which routers may be started one after another."""
 
@@ -137,6 +150,7 @@ class Router:
         self.way = way
         self.project = project
         self.build = build
+        self.options = options_of(build)
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix=f"e2e-{way.name}-"))
         self.state = self.folder / "state"
         self.temporary = self.folder / "tmp"
@@ -145,8 +159,7 @@ class Router:
             if way.user:
                 os.chown(folder, way.user.pw_uid, way.user.pw_gid)
         self.folder.chmod(0o755)
-        self.port = free_port()
-        GIVEN_PORTS.update(range(self.port + 1, self.port + 4))  # of further phones and of agents
+        self.port = free_port(4)  # the others are further phones' and agents'
         self.loopback_port = free_port()
         self.log = self.folder / "log"
         self.look = self.read_log

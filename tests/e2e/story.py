@@ -39,6 +39,7 @@ DUT = {
     "init": 0,
 }
 LOGIN = {"action": "login", "info": {"user": "admin", "pwd": "admin"}}
+LOGIN_FAIL = {"info": {}, "action": "loginRsp", "result": {"error": 7, "msg": "login fail"}}
 NEED_LOGIN = {"action": "loginRsp", "result": {"error": 6, "msg": "need login"}}
 
 
@@ -170,8 +171,7 @@ def identity_and_login(t):
     )
     t.expect("a get before any login", {"action": "get", "dutInfo": {}}, NEED_LOGIN)
     t.expect("a get with an invented session id", {"action": "get", "app": {}, "sessionid": "Us" + "0" * 32}, NEED_LOGIN)
-    fail = {"info": {}, "action": "loginRsp", "result": {"error": 7, "msg": "login fail"}}
-    t.expect("a wrong password", {"action": "login", "info": {"user": "admin", "pwd": "Admin"}}, fail)
+    t.expect("a wrong password", {"action": "login", "info": {"user": "admin", "pwd": "Admin"}}, LOGIN_FAIL)
     t.log_in()
     t.gated("a get with the session id", {"action": "get", "dutInfo": {}}, get_reply(dutInfo=DUT))
     t.expect(
@@ -251,9 +251,11 @@ def web_server(t):
         status, _, text = t.router.ask("", path=path, post=False)
         t.results.check(f"{path} is not found", status == 404, f"{status} {text}")
     scan = t.router.ask('{"action":"scan"}')[2]
-    padding = "x" * (1 << 20)
-    large = t.router.ask(json.dumps({"action": "scan", "padding": padding}))[2]
-    t.results.check("a body of 1 MB", large == scan, large[:500])
+    for step, size, taken in (("1 MiB", 1 << 20, True), ("one byte more", (1 << 20) + 1, "HARDEN_WAITS" not in t.router.options)):
+        body = '{"action":"scan"}'.ljust(size)
+        status, _, large = t.router.ask(body)
+        expected = (200, scan) if taken else (500, "")
+        t.results.check(f"a body of {step} is {'taken' if taken else 'none'}", (status, large) == expected, f"{status} {large[:500]}")
     with concurrent.futures.ThreadPoolExecutor(20) as pool:
         replies = list(pool.map(lambda _: t.router.ask('{"action":"scan"}')[2], range(40)))
     t.results.check("40 requests, 20 at a time", all(reply == scan for reply in replies), set(replies))
@@ -266,6 +268,44 @@ def web_server(t):
     wanted = formatted(get_reply(app={"port": 4711, "ticktime": 9})) + "\n"
     reply = look_until(lambda reply: reply == wanted, lambda: t.router.ask(request)[2])
     t.results.check("a client that hangs up still gets its request done", reply == wanted, reply)
+
+
+def clock(t, *words):
+    status, said = t.router.inside("clock", *words)
+    t.results.check(f"clock {' '.join(words)}", status == 0, said)
+
+
+def clock_is_set(t):
+    """A router without a battery gets the time from the network, when it has been up for a while."""
+    get_app = {"action": "get", "app": {}}
+    app = get_reply(app={"port": 4711, "ticktime": 9})
+    ends = "HARDEN_SESSIONS" in t.router.options
+    for moment in ("1970-01-01 00:01:00", "2030-01-01 00:00:00"):
+        clock(t, "set", moment)
+        t.gated(f"the session lasts while it becomes {moment}", get_app, app)
+    if ends:
+        refused_client(t)
+    clock(t, "advance", "13h")
+    t.gated("13 hours pass, which end a session, or not", get_app, NEED_LOGIN if ends else app)
+    clock(t, "set", time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime()))
+    if ends:
+        t.log_in("login after it has ended")
+
+
+def refused_client(t):
+    """Who has tried many wrong passwords is refused for as long, whatever time it becomes meanwhile, and nobody else is."""
+    up = json.loads(t.router.ask('{"action":"get","sys":{}}', loopback=True)[2])["sys"]["upTime"]
+    note = f"echo 192.168.1.100 13 {up + 900} >/var/app_sessionid.logins"
+    t.results.check("the phone has tried ten wrong passwords", t.router.inside("run", "sh", "-c", note) == (0, ""))
+    t.expect("the right one does not let it in now", LOGIN, LOGIN_FAIL)
+    for moment in ("2031-01-01 00:00:00", "1970-01-01 00:01:00"):
+        clock(t, "set", moment)
+        t.expect(f"nor while it becomes {moment}", LOGIN, LOGIN_FAIL)
+    success = {"info": {"sessionid": "<session>"}, "action": "loginRsp", "result": {"error": 0, "msg": "login success"}}
+    t.expect("the router itself is let in", LOGIN, success, loopback=True)
+    t.gated("whose session is its own", {"action": "get", "app": {}}, NEED_LOGIN)
+    clock(t, "advance", "16m")
+    t.log_in("after a quarter of an hour the phone is, too")
 
 
 def endpoint_restarts(t):
@@ -475,7 +515,7 @@ def tell(results, way, build):
         results.check("it found out whether namespaces can be made", played == way.by_proot, router.output())
         teller = Teller(router, results)
         resident = [endpoint_restarts] if "--resident" in routers.ALWAYS else []
-        for chapter in (identity_and_login, settings, pings, web_server, *resident, odd_records, reboot_and_reset, logout):
+        for chapter in (identity_and_login, settings, pings, web_server, clock_is_set, *resident, odd_records, reboot_and_reset, logout):
             chapter(teller)
         refusals(results, router)
         stand_ins(results, router)
