@@ -90,4 +90,15 @@ def check_form(contract):
         plain = json.loads(json.dumps(document))  # keys that are numbers become texts
         for error in jsonschema.Draft202012Validator(schema).iter_errors(plain):
             found.append(f"contract/{name}.yaml: {'.'.join(str(part) for part in error.absolute_path)}: {error.message[:200]}")
-    return found
+    return found or [*unreadable_conditions(contract)]
+
+
+def unreadable_conditions(contract):
+    from engine.expression import parse
+
+    for name, action, step in contract.steps():
+        for condition in (step[word] for word in ("when", "sure") if word in step):
+            try:
+                parse(condition)
+            except Exception as error:  # noqa: BLE001 - whatever a condition breaks is its fault
+                yield f"contract/objects/{name}.yaml: {action}: {condition}: {error}"

@@ -52,6 +52,10 @@ def wrong_example(whole):
     whole.objects["app"]["set"]["example"]["port"] = 65536
 
 
+def unknown_word(whole):
+    whole.objects["app"]["set"]["steps"][0]["when"] = "not port number"
+
+
 def misspelt_condition(whole):
     whole.objects["app"]["set"]["steps"][0]["when"] = "prt breaks"
 
@@ -60,6 +64,7 @@ PORT = "ERROR: port value is invalied"
 # What is planted, for which check, and a word of the cases that are enough to find it.
 FAULTS = [
     ("a key that the form does not know", "form", key("app", "set.keys.port", colour="red"), ""),
+    ("a word that no condition knows", "form", unknown_word, ""),
     ("a condition on a key that is not there", "form", misspelt_condition, ""),
     ("a reply of another type", "replies", key("app", "get.reply.port", type="string"), "objects/app"),
     ("keys in another order", "replies", swap_keys, "objects/app"),
