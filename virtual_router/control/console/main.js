@@ -80,6 +80,8 @@ async function watch() {
 
 // ---- phone and session
 
+// The sidebar is on each picture of the page; whoever has the whole id is let in.
+const SHOWN_OF_ID = 8;
 const known = { phones: ["1"], user: "admin", pwd: "admin" };
 
 function showSession() {
@@ -97,7 +99,7 @@ function showSession() {
     place,
     h("label", { class: "field" }, "Asks as", choice),
     session.id
-      ? h("p", { class: "session held" }, h("span", { class: "dot good", "aria-hidden": "true" }), "Logged in", h("small", {}, session.id))
+      ? h("p", { class: "session held" }, h("span", { class: "dot good", "aria-hidden": "true" }), "Logged in", h("small", { title: "The id of the session, in part; the line of Log out has all of it" }, `${session.id.slice(0, SHOWN_OF_ID)}…`))
       : [h("p", { class: "session" }, h("span", { class: "dot", "aria-hidden": "true" }), session.why || "Not logged in"), field("user", "User", "text"), field("pwd", "Password", "password")],
     session.id ? out : login,
   );
