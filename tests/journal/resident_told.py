@@ -10,6 +10,8 @@ from faults_met import SCAN, SET, Meeting
 from requests_told import deeds
 from story import LOGIN, SESSION
 
+SLOW = 5_000_000  # microseconds of a commit: longer than a busy machine takes to hand a reply on
+
 
 def tell(results, way, build):
     router = routers.Router(way, build)
@@ -18,6 +20,7 @@ def tell(results, way, build):
             return
         meeting = Meeting(results, router)
         one(meeting)
+        replied_first(meeting)
         at_once(meeting)
         faults(meeting)
         status, left = router.stop(signal.SIGTERM)
@@ -48,7 +51,20 @@ def one(meeting):
     )  # fmt: skip
     results.check("in its line", (found["action"], found["session"], found["verdict"], found["port"]) == ("set", "held", "ok", "phone"), found)
     request = "".join(event["fields"][0] for event in found["events"] if event["word"] == "input")
+    done = routers.look_until(lambda done: any("MIB_TIME_ZONE_INDEX=7_2" in deed["lines"] for deed in done), lambda: meeting.reader.whole(found["number"])["deeds"])
+    results.check("what the system daemon did for it", [deed["title"] for deed in done if "MIB_TIME_ZONE_INDEX=7_2" in deed["lines"]] == ["queue MSG_APP_REINIT"], done)
     results.check("the head of the request is no part of it", json.loads(request)["action"] == "set", request)
+
+
+def replied_first(meeting):
+    """A line tells how long all took; opened, it tells when whoever asked had the reply."""
+    meeting.arm(f"delay={SLOW} commit")
+    meeting.ask(**SET)
+    found = over(meeting)
+    meeting.clear()
+    committed = next(event["at"] for event in found["events"] if event["word"] == "commit")
+    meeting.results.check("the reply is there before a slow commit", 0 < found["replied"] < committed <= found["duration"],
+                          (found["replied"], committed, found["duration"]))
 
 
 def at_once(meeting):

@@ -36,6 +36,7 @@ EVENT = {
 }
 WHOLE = {
     **LINE,
+    "replied": route.or_null("integer", description="microseconds until whoever asked had the reply; app.scgi works on behind it"),
     "request": route.an_object({"head": route.TEXT, "body": route.TEXT, "cut": route.TRUTH}),
     "reply": route.an_object({"raw": route.TEXT, "body": route.TEXT, "cut": route.TRUTH}),
     "events": route.a_list(route.an_object(EVENT)),

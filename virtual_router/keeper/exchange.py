@@ -56,6 +56,7 @@ class Exchange:
         self.port = port  # the port's name, such as "phone 1"; None: by no port
         self.port_number = None
         self.began = began  # microseconds since 1970
+        self.replied = None  # when the last byte of its reply went to whoever asked
         self.ended = None
         self.head = b""
         self.body = Bytes()
@@ -305,6 +306,7 @@ class Reading:
         exchange = self.exchange
         return {
             **self.line(),
+            "replied": exchange.replied - exchange.began if exchange.replied is not None else None,
             "request": {"head": text(exchange.head), "body": text(self.request_body), "cut": exchange.body.size > len(exchange.body.data)},
             "reply": {
                 "raw": text(exchange.reply.data), "body": text(self.reply_body), "cut": exchange.reply.size > len(exchange.reply.data),

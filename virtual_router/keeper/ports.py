@@ -13,6 +13,7 @@ from typing import NamedTuple
 
 import faults
 import gate as gates
+import journal as journals
 import premises
 
 LOOPBACK = "127.0.0.1"
@@ -166,6 +167,7 @@ class Port:
     async def send(self, client, data, exchange):
         exchange.reply.add(data)
         await self.loop.sock_sendall(client, data)
+        exchange.replied = journals.now()
 
     async def read_head(self, client):
         data = b""

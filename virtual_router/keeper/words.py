@@ -209,7 +209,8 @@ def whole_lines(found):
         *listed_lines(found),
         f"        from {found['address'] or '?'} by {found['port'] or 'no port'}{session}"
         + (f", HTTP {found['http']}" if found["http"] else "")
-        + (f", exit status {found['exit']}" if found["exit"] is not None else ""),
+        + (f", exit status {found['exit']}" if found["exit"] is not None else "")
+        + (f", replied after {milliseconds(found['replied'])}" if found["replied"] is not None else ""),
     ]  # fmt: skip
     lines += indented("request", found["request"]["body"], found["request"]["cut"])
     if found["events"]:

@@ -158,7 +158,7 @@ function deed({ title, lines, untold }) {
 }
 
 function whole(found) {
-  const facts = [`from ${found.address ?? "?"}`, found.session && `session: ${found.session}`, found.http && `HTTP ${found.http}`, found.exit !== null && `exit status ${found.exit}`, found.signal && `signal ${found.signal}`].filter(Boolean);
+  const facts = [`from ${found.address ?? "?"}`, found.session && `session: ${found.session}`, found.http && `HTTP ${found.http}`, found.exit !== null && `exit status ${found.exit}`, found.replied !== null && `replied after ${duration(found.replied)}`, found.signal && `signal ${found.signal}`].filter(Boolean);
   const copies = h("div", { class: "copied", "aria-live": "polite" });
   const put = async (text) => {
     await command.copyText(text);
