@@ -210,6 +210,7 @@ def made(bench):
 
 
 TEXTS_ONLY = {"string": ("text", "ipv4"), "number": ("int32", "byte", "sbyte")}
+ROOM = {"byte": (0, 255), "sbyte": (-128, 127), "int32": (-(1 << 31), (1 << 31) - 1)}
 # Of these keys the text is not what is stored: a number, an address or a time as texts, or a mask of weekdays.
 OTHER_KINDS = {"number": ("int32", "byte", "sbyte"), "week": ("byte",), "clock": ("text",), "decimal": ()}
 
@@ -270,6 +271,10 @@ def bad_item(known, item, key):
             faults.append(f"{item} is a table")
     elif kinds == ["number"] and found.kind not in TEXTS_ONLY["number"]:
         faults.append(f"{item} keeps no number")
+    elif kinds == ["number"]:
+        low, high = ROOM[found.kind]
+        numbers = [*key.get("range", ()), *map(int, key.get("values", ()))]
+        faults += [f"{item} has room for {low} to {high}, not for {number}" for number in numbers if not low <= number <= high]
     elif kinds == ["string"] and "counts" not in key:
         allowed = OTHER_KINDS.get(key.get("form"), TEXTS_ONLY["string"])
         if found.kind not in allowed:

@@ -78,6 +78,7 @@ FAULTS = [
     ("a table that is out of date", "made", key("app", "set.keys.port", **{"is": "another meaning"}), ""),
     ("an item that is not there", "items", key("app", "set.keys.port", store="MIB_APP_PROT"), "objects/app"),
     ("a text longer than its item", "items", key("dutInfo", "set.keys.name", bytes=[0, 31]), "objects/app"),
+    ("a number beyond its item", "items", key("netAcc", "get.reply.enable", range=[0, 256]), "objects/app"),
     ("a write that nobody names", "items", drop_step("app", "set", "write", "MIB_APP_PORT"), "objects/app"),
     ("a write that is not made", "dry-run", change_step("app", "set", "write", "MIB_APP_PORT", write="MIB_DUT_NAME"), "objects/app"),
     ("a commit that is forgotten", "dry-run", drop_step("app", "set", "commit", True), "objects/app"),
