@@ -87,6 +87,7 @@ scenarios       | wait | -    | build router home    | release: app.cgi virtual_
 control         | wait | -    | build router home cases | release: app.cgi virtual_router/all tests/runner/all | tests/control/run
 console         | wait | -    | build router home cases browser | release: app.cgi virtual_router/all tests/runner/all | tests/console/run
 contract-clients | wait | -   | build router home contract clients browser | release: app.cgi virtual_router/all   | contract/clients/run
+contract-fixtures | wait | -  | build router home contract | release: app.cgi virtual_router/all   | contract/tool/capture.py --check
 contract-broken | wait | -    | build router home contract | release: app.cgi virtual_router/all   | contract/tool/broken.py
 routers         | wait | -    | build router home    | release: app.cgi virtual_router/all   | bench/routers 3
 docs            | wait | -    | build router home    | release: app.cgi virtual_router/all   | tests/docs/run

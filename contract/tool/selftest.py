@@ -6,6 +6,7 @@ import pathlib
 import shutil
 import tempfile
 
+import capture
 import checks
 import contract as contract_module
 import jsonschema
@@ -87,6 +88,19 @@ FAULTS = [
 ]
 
 
+KEPT = '{"wanStatus":{"status":1,"upTime":9,"devices":[{"mac":"a"},{"mac":"b"}]}}'
+# Another reply, and whether it is taken for the one that was kept.
+REPLIES = [
+    ("a home as it was", KEPT, True),
+    ("another time", KEPT.replace("9", "11"), True),
+    ("devices in another order", KEPT.replace('{"mac":"a"},{"mac":"b"}', '{"mac":"b"},{"mac":"a"}'), True),
+    ("another value", KEPT.replace('"status":1', '"status":0'), False),
+    ("a time as a text", KEPT.replace("9", '"9"'), False),
+    ("a device less", KEPT.replace(',{"mac":"b"}', ""), False),
+    ("keys in another order", '{"wanStatus":{"upTime":9,"status":1,"devices":[{"mac":"a"},{"mac":"b"}]}}', False),
+]
+
+
 def replant(bench, whole, all_steps, word):
     """The bench with another contract, and as few cases as show the fault."""
     bench.contract = whole
@@ -141,5 +155,7 @@ def main(build):
                 source_with(project, bench.project, text)
                 verdict(what, "messages", checks.messages(bench)[1])
             bench.project = project
+    for what, text, wanted in REPLIES:
+        verdict(what, "fixtures", [] if capture.same(KEPT, text) else ["taken for another"], not wanted)
     print(f"{passed} passed, {failed} failed")
     return 1 if failed else 0
