@@ -2,9 +2,10 @@
 """A case of tests/run_cases as an expectation: what it sends, and what must be seen of it. So the journal tells which request came nearest
 to a case, and by what that missed it."""
 
-import json
 import re
 import tomllib
+
+from bodies import json_object
 
 _MACRO = re.compile(r"%\w*(\(|\[|%)")  # what only the case runner can fill in
 _OF_CONNECTION = ("sessionid", "guid")  # another in each request
@@ -50,18 +51,9 @@ def known(tree):
     return tree
 
 
-def parsed(text):
-    """The object that is a text's JSON; None where there is none."""
-    try:
-        tree = json.loads(text)
-    except (TypeError, ValueError):
-        return None
-    return known(tree) if isinstance(tree, dict) else None
-
-
 def expectation(path, name=None):
     case = read(path, name)
-    request, reply = parsed(case.get("body")), parsed(case.get("reply"))
+    request, reply = (known(json_object(case.get(key))) for key in ("body", "reply"))
     if request is None:
         raise NoCase(f"{path}: the case's body is no object of JSON, or only the case runner can fill it in")
     effects = []

@@ -10,6 +10,8 @@ import ipaddress
 import json
 import re
 
+from bodies import json_object
+
 from . import recorded_lists
 
 FORM = 1
@@ -86,15 +88,6 @@ class Mask:
             return masked
         return self.text(value)
 
-    @staticmethod
-    def parsed(data):
-        """An object of JSON; an empty one where it is none."""
-        try:
-            found = json.loads(data.decode("utf-8", "replace"))
-        except (ValueError, RecursionError):
-            return {}
-        return found if isinstance(found, dict) else {}
-
     def body(self, data):
         """What JSON says as a tree, anything else as a text."""
         text = data.decode("utf-8", "replace")
@@ -109,7 +102,7 @@ def masked(exchanges, seeds=lambda reply: {}):
     `seeds` tells what MAC addresses of a reply become, by their digits, that are not to get any."""
     mask = Mask()
     for exchange in exchanges:
-        mask.made.update({("mac", digits): masked for digits, masked in seeds(Mask.parsed(exchange["reply"])).items()})
+        mask.made.update({("mac", digits): masked for digits, masked in seeds(json_object(exchange["reply"]) or {}).items()})
     for _ in range(2):
         found = [
             {

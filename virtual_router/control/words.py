@@ -7,7 +7,7 @@ import sys
 
 sys.dont_write_bytecode = True
 
-sys.path.insert(1, str(pathlib.Path(__file__).resolve().parents[1]))
+sys.path[1:1] = [str(pathlib.Path(__file__).resolve().parents[1] / name) for name in ("keeper", "")]
 
 import expect_words  # noqa: E402
 import snapshot_words  # noqa: E402

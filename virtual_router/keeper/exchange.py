@@ -6,12 +6,12 @@ app.cgi. What is told comes from inside the router, so it is kept as it came, bo
 """
 
 import functools
-import json
 import re
 
 import speech
-from printable import printable
+from bodies import json_object
 from hiding import HIDDEN, ITEMS, Hiding
+from printable import printable
 
 MOST_BYTES = 1 << 20  # of the request, of the reply, and of what is told, each
 MOST_EVENTS = 20000
@@ -115,8 +115,8 @@ class Reading:
         self.request_body = bytes(exchange.body.data) if exchange.port else self.text_of("input")
         self.told_reply = _CGI_HEAD.sub(b"", self.text_of("reply"), count=1)
         self.reply_body = self.told_reply or self.body_of_reply()
-        self.request = self.parsed(self.request_body)
-        self.reply = self.parsed(self.reply_body)
+        self.request = json_object(self.request_body) or {}
+        self.reply = json_object(self.reply_body) or {}
 
     @functools.cached_property
     def read_lines(self):
@@ -164,14 +164,6 @@ class Reading:
         if end and re.search(rb"(?im)^transfer-encoding:\s*chunked", head):
             return unchunked(body)
         return body
-
-    @staticmethod
-    def parsed(text):
-        try:
-            found = json.loads(text.decode("utf-8", "replace"))
-        except (ValueError, RecursionError):
-            return {}
-        return found if isinstance(found, dict) else {}
 
     # --- what is told of it ---
 

@@ -5,7 +5,6 @@ import asyncio
 import contextlib
 import http
 import itertools
-import json
 import socket
 import struct
 import time
@@ -15,6 +14,7 @@ import faults
 import gate as gates
 import journal as journals
 import premises
+from bodies import json_object
 
 LOOPBACK = "127.0.0.1"
 ALL_ADDRESSES = ""
@@ -354,12 +354,7 @@ class Spoilt:
 
 def asked_for(body):
     """(action, objects) of a request's body."""
-    try:
-        found = json.loads(body.decode("utf-8", "replace"))
-    except (ValueError, RecursionError):
-        return None, []
-    if not isinstance(found, dict):
-        return None, []
+    found = json_object(body) or {}
     action = next((value for key, value in found.items() if key.lower() == "action"), None)
     return action if isinstance(action, str) else None, list(found)
 
