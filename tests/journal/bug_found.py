@@ -48,6 +48,7 @@ def seen(results, router, build, bad, folder):
     text = router.ask(json.dumps({"action": "get", "app": {}, "sessionid": session}))[2]
     results.check("who logs out stays logged in", '"error":\t0' in text, text)
     reader = Reader(router)
+    reader.settled()
     logout = next(line["number"] for line in reader.lines("--object", "logout") if "number" in line)
     told = deeds(reader.whole(logout))
     results.check("the journal tells why", any(line.endswith(f"run {WRONG}") and line.startswith("failed=") for line in told), told)

@@ -59,6 +59,7 @@ def copy(meeting, build):
     for request in REQUESTS:
         router.ask(json.dumps({**request, "sessionid": session}))
     router.ask('{"action":"x\\u0001\n')
+    reader.settled()
     numbers = [line["number"] for line in reader.lines("--last", "100") if "number" in line]
     with tempfile.TemporaryDirectory(prefix="copied-") as folder:
         files = []

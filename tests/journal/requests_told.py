@@ -3,9 +3,11 @@
 
 import concurrent.futures
 import json
+import queue
 import re
 import signal
 import subprocess
+import threading
 import time
 
 import router as routers
@@ -25,9 +27,11 @@ class Reader:
         return [json.loads(line) for line in text.splitlines()] if status == 0 else []
 
     def last(self, **more):
-        """The last request, whole."""
-        numbers = [line["number"] for line in self.lines("--last", "1") if "number" in line]
-        return self.whole(numbers[-1], **more)
+        """The last request, whole, when it is over: who asked has its reply before the program has ended."""
+        lines = routers.look_until(lambda lines: lines and lines[-1]["verdict"] != "under way", lambda: [line for line in self.lines("--last", "1") if "number" in line])
+        if not lines:
+            raise LookupError(f"the journal tells no request: {self.router.inside('journal')}")
+        return self.whole(lines[-1]["number"], **more)
 
     def settled(self):
         """Waits until nothing is under way."""
@@ -134,8 +138,8 @@ def failures(results, router, reader):
         status, text = router.inside("journal", *words)
         results.check(f"journal {' '.join(words)} is refused", status != 0 and why in text, text)
     status, text = router.inside("run", "sh", "-c", "echo '{\"action\":\"scan\"}' | REQUEST_METHOD=POST CONTENT_LENGTH=17 REMOTE_ADDR=192.168.1.7 /web/app/app.cgi")
-    found = reader.last()
-    results.check("a request that came by no port", found["port"] is None and found["address"] == "192.168.1.7" and found["action"] == "scan", found)
+    found = routers.look_until(lambda found: found["port"] is None, reader.last)
+    results.check("a request that came by no port", status == 0 and found["port"] is None and found["address"] == "192.168.1.7" and found["action"] == "scan", (text, found))
 
 
 def many_at_once(results, router, reader):
@@ -146,6 +150,7 @@ def many_at_once(results, router, reader):
     numbers = range(1000, 1040)
     with concurrent.futures.ThreadPoolExecutor(16) as pool:
         list(pool.map(ask, numbers))
+    reader.settled()
     mixed, seen = [], set()
     for line in reader.lines("--since", str(first)):
         if "number" not in line:
@@ -159,23 +164,51 @@ def many_at_once(results, router, reader):
     results.check("40 requests, 16 at a time: each has its own events", not mixed and seen == set(numbers), (mixed, sorted(seen)))
 
 
+class Follower:
+    """A terminal in which the journal is followed."""
+
+    def __init__(self, router):
+        command = [*router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(router.state), "journal", "follow", "--json"]
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+        self.lines = queue.Queue()
+        self.reader = threading.Thread(target=lambda: [self.lines.put(json.loads(line)) for line in self.process.stdout])
+        self.reader.start()
+
+    def next_of(self, word, seconds=routers.PATIENCE_SECONDS):
+        """The next request that names this object; None: it does not come."""
+        deadline = time.monotonic() + seconds
+        while True:
+            try:
+                found = self.lines.get(timeout=max(0, deadline - time.monotonic()))
+            except queue.Empty:
+                return None
+            if word in found["objects"]:
+                return found
+
+    def end(self):
+        self.process.kill()
+        self.process.wait()
+        self.reader.join()
+        self.process.stdout.close()
+
+
 def follow(results, router):
-    command = [*router.way.prefix, str(routers.PROJECT / "script/router"), "--state", str(router.state), "journal", "follow", "--json"]
-    follower = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    follower = Follower(router)
+
+    def see(word, **patience):
+        router.ask(json.dumps({"action": "scan", word: {}}))
+        asked = time.monotonic()
+        return follower.next_of(word, **patience), time.monotonic() - asked
+
     try:
-        time.sleep(1)
-        late = []
-        for _ in range(5):
-            router.ask('{"action":"scan"}')
-            asked = time.monotonic()
-            found = json.loads(follower.stdout.readline())
-            late.append(time.monotonic() - asked)
-        results.check("a follower sees each request when it is over", found["action"] == "scan" and found["verdict"] == "ok" and min(late) < 1, (found, late))
+        routers.look_until(lambda seen: seen[0], lambda: see("first", seconds=1))  # nothing tells that it has begun
+        found = [see(f"object{number}") for number in range(5)]
+        late = [seconds for _, seconds in found]
+        good = all(line and line["action"] == "scan" and line["verdict"] == "ok" for line, _ in found)
+        results.check("a follower sees each request when it is over", good and min(late) < 1, found)
         print(f"        a follower has read it {sorted(late)[2] * 1000:.1f} ms after the client (median of 5)")
     finally:
-        follower.kill()
-        follower.wait()
-        follower.stdout.close()
+        follower.end()
 
 
 def outlive(results, router, reader):

@@ -29,17 +29,11 @@ def tell(results, way, build):
         router.remove()
 
 
-def over(meeting):
-    """The last request, whole, when it is over: a reply ends before the commit."""
-    meeting.reader.settled()
-    return meeting.reader.last()
-
-
 def one(meeting):
     router, results = meeting.router, meeting.results
     session = SESSION.search(router.ask(json.dumps(LOGIN))[2]).group()
     router.ask(json.dumps({"action": "set", "timeZone": {"timeZoneIndex": "7_2"}, "app": {"port": 77}, "sessionid": session}))
-    found = over(meeting)
+    found = meeting.reader.last()
     told = deeds(found, "debug", "input", "reply", "read", "holds")
     results.check(
         "a set: who asked, reads, writes, commit, record, end",
@@ -88,7 +82,7 @@ def faults(meeting):
     def meets(step, line, request, *wanted):
         armed = meeting.arm(line)
         meeting.ask(**request)
-        told = deeds(over(meeting))
+        told = meeting.told()
         meeting.clear()
         meeting.results.check(step, armed[0] == 0 and all(any(text.startswith(each) for text in told) for each in wanted), (armed, told))
 
