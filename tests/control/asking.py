@@ -7,6 +7,8 @@ import re
 import socket
 from typing import NamedTuple
 
+from router import look_until
+
 SECONDS = 60
 
 
@@ -52,9 +54,13 @@ class Control:
     def post(self, path, body=None, **words):
         return self.ask("POST", path, {} if body is None else body, **words)
 
-    def raw(self, data, seconds=SECONDS):
-        """Sends bytes, and returns what comes until the other end closes or nothing comes for so long."""
-        with socket.create_connection(("127.0.0.1", self.port), timeout=seconds) as connection:
+    def settled(self):
+        """The last requests of the journal when all are over: who asked has its reply before the program has ended."""
+        return look_until(lambda seen: all(line["verdict"] != "under way" for line in seen["requests"]), lambda: self.get("/api/journal?last=100").json())
+
+    def raw(self, data):
+        """Sends bytes, and returns what comes until the other end closes or nothing comes for long."""
+        with socket.create_connection(("127.0.0.1", self.port), timeout=SECONDS) as connection:
             answer = b""
             try:
                 connection.sendall(data)

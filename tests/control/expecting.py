@@ -23,9 +23,10 @@ def expect(results, router, control):
     name = {"action": "set", "sessionid": session, "dutInfo": {"name": "Attic", "init": 1}}
     since = control.get("/api/status").json()["journal"]
     with concurrent.futures.ThreadPoolExecutor(1) as pool:
-        waiting = pool.submit(control.post, "/api/expect", {"seconds": 30, "phone": 1, "action": "set", "object": "dutInfo", "error": 0, "request": {"dutInfo": {"name": "~A.*c"}}, "effects": ['set MIB_DUT_NAME "Attic"', "commit"], "never": ["failed commit"]})
-        time.sleep(0.5)
+        waiting = pool.submit(control.post, "/api/expect", {"seconds": 60, "since": since, "phone": 1, "action": "set", "object": "dutInfo", "error": 0, "request": {"dutInfo": {"name": "~A.*c"}}, "effects": ['set MIB_DUT_NAME "Attic"', "commit"], "never": ["failed commit"]})
+        time.sleep(0.5)  # so that it is waiting, as a rule: nothing tells that it is
         router.ask('{"action":"scan"}')
+        control.settled()  # it is seen first
         router.ask(json.dumps(name))
         answer = waiting.result().json()
     results.check("a request that is waited for comes", answer["met"] and answer["number"] == since + 2 and answer["seen"] == 2 and answer["near"] is None, answer)
@@ -64,6 +65,7 @@ def expect(results, router, control):
 def words(results, router, control):
     since = control.get("/api/status").json()["journal"]
     router.ask('{"action":"scan"}')
+    control.settled()
     for line, status, text in (
         (["--seconds", "0", f"--since={since}", "--action", "scan", "--error=0"], 0, f"met by request {since + 1}\n"),
         (["--seconds=0", "--since", str(since), "--action", "scan", "--absent"], 1, f"not met: request {since + 1} came\n"),

@@ -5,12 +5,13 @@ import json
 import re
 import socket
 
+from asking import SECONDS
 from router import look_until
 
 
 def events(control, path, count, ask):
     """So many events of a path, of what `ask` does once it is followed."""
-    with socket.create_connection(("127.0.0.1", control.port), timeout=30) as connection:
+    with socket.create_connection(("127.0.0.1", control.port), timeout=SECONDS) as connection:
         connection.sendall(control.head(first=f"GET {path} HTTP/1.1"))
         text = connection.recv(65536)
         ask()
@@ -48,7 +49,7 @@ def journal(results, router, control):
     router.ask('{"action":"scan"}')
     router.ask('{"action":"login","info":{"user":"admin","pwd":"guess-it"}}')
     router.ask('{"action":"set","app":{"port":70000}}', loopback=True)
-    found = look_until(lambda seen: all(line["verdict"] != "under way" for line in seen["requests"]), lambda: control.get("/api/journal").json())
+    found = control.settled()
     lines = found["requests"]
     results.check("the journal is listed", [line["action"] for line in lines] == ["scan", "login", "set"] and found["all"] == 3 and found["gone"] == 0, found)
     for query, actions in (("failed=true", ["login", "set"]), ("object=app", ["set"]), ("phone=1", ["scan", "login"]), (f"since={lines[0]['number']}&last=1", ["set"]), ("text=70000", ["set"])):

@@ -11,7 +11,6 @@ import re
 import signal
 import stat
 import subprocess
-import time
 
 import router as routers
 from router import look_until
@@ -66,6 +65,7 @@ def talk(results, router, port):
     direct = router.ask('{"action":"scan"}')[2]
     results.check("a reply comes as the router gave it", post(port, {"action": "scan"}) == (200, direct.encode()))
     session = json.loads(post(port, {"action": "login", "info": {"user": "admin", "pwd": "admin"}})[1])["info"]["sessionid"]
+
     def devices():
         listed = json.loads(router.ask(json.dumps({"action": "get", "lanStatus": {}, "sessionid": session}))[2])["lanStatus"]["devlist"]
         return {device["mac"]: (device["name"], device["conType"]) for device in listed}
@@ -105,7 +105,7 @@ def links_of(exchanges):
 def copied(results, build, replay, folder, count):
     """What the other router did is cases."""
     folders = (folder / str(number) for number in itertools.count())
-    said = look_until(lambda seen: f"{count} cases are in " in seen, lambda: replay(next(folders)), pause=0.5, seconds=20)
+    said = look_until(lambda seen: f"{count} cases are in " in seen, lambda: replay(next(folders)), pause=0.5)
     folder = max(folder.iterdir(), key=lambda path: int(path.name))
     results.check("cases are made of it", f"{count} cases are in {folder}" in said and len(list(folder.iterdir())) == count, said)
     tools = ["--binary", f"{build}/app.cgi", "--tools", f"{build}/tests/runner"]
@@ -142,26 +142,33 @@ def tell(results, way, build):
         home.chmod(0o644)
         first.stop(signal.SIGTERM)
         results.check("in which another router runs", second.start("--home", str(home), "--still") is not None, second.output())
-        time.sleep(1)
-
-        def replay(*options):
-            status, said = second.inside("replay", *options, str(file))
-            return status, said, [line for line in said.splitlines() if line.startswith("differs")]
-
-        control_save(second)
-        seen = look_until(lambda seen: not seen[2], lambda: control_restore(second) and replay(), pause=0.5, seconds=20)
-        results.check("which gives the same replies", seen[0] == 0 and f"{count - 1} passed, 0 failed" in seen[1], seen[1])
-        control_restore(second)
-        wanted = links_of(recorded)
 
         def shown():
             return links_of([{"request": {"lanStatus": {}}, "reply": json.loads(second.ask('{"action":"get","lanStatus":{}}', loopback=True)[2])}])
 
-        links = look_until(lambda links: links == wanted, shown, pause=0.5)
+        wanted = links_of(recorded)
+
+        def settle():
+            return look_until(lambda links: links == wanted, shown, pause=0.5)
+
+        def refresh():
+            """What the router is at would go on behind the restore."""
+            return look_until(bool, second.is_at_rest) and second.inside("snapshot", "restore", "fresh")[0] == 0 and settle() == wanted
+
+        def replay(*options, before=("run", "true")):
+            good = refresh()
+            second.inside(*before)
+            status, said = second.inside("replay", *options, str(file))
+            said += "" if good else "\nit was not as it was before"
+            return status, said, [line for line in said.splitlines() if line.startswith("differs")]
+
+        links = settle()
         results.check("signals and rates of the stations are the recorded ones", links == wanted and any(link[1] for link in wanted.values()), (wanted, links))
-        copied(results, build, lambda folder: control_restore(second) and replay("--cases", str(folder))[1], first.folder / "cases", count - 1)
-        second.inside("flash", "set", "MIB_TIME_ZONE_INDEX", "0_1")
-        status, said, differ = replay()
+        second.inside("snapshot", "save", "fresh")
+        seen = look_until(lambda seen: not seen[2], replay, pause=0.5)
+        results.check("which gives the same replies", seen[0] == 0 and f"{count - 1} passed, 0 failed" in seen[1], seen[1])
+        copied(results, build, lambda folder: replay("--cases", str(folder))[1], first.folder / "cases", count - 1)
+        status, said, differ = replay(before=("flash", "set", "MIB_TIME_ZONE_INDEX", "0_1"))
         results.check("and one that differs is told, with its place", status == 1 and "/timeZone/timeZoneIndex is " in said and differ, said)
         for wrong in (["replay"], ["replay", str(home)], ["recording", "home", str(home)], ["record", "x"], ["record", "--to", "ftp://x", "y"], ["recording"]):
             results.check(f"script/router {' '.join(pathlib.Path(word).name for word in wrong)} is a wrong call", second.inside(*wrong)[0] == 2)
@@ -169,11 +176,3 @@ def tell(results, way, build):
     finally:
         first.remove()
         second.remove()
-
-
-def control_save(router):
-    router.inside("snapshot", "save", "fresh")
-
-
-def control_restore(router):
-    return router.inside("snapshot", "restore", "fresh")[0] == 0

@@ -258,6 +258,21 @@ class Router:
     def tool(self, *command):
         return [*self.way.prefix, str(self.project / "script/router"), "--state", str(self.state), *command]
 
+    def is_at_rest(self):
+        """Whether the system daemon waits for a record: it sleeps, and runs no command. One that was posted has it awake."""
+        daemon = self.find_process("system_daemon")
+
+        def waits():
+            try:
+                found = re.search(r"^State:\s+S.*^voluntary_ctxt_switches:\s+(\d+)$", pathlib.Path(f"/proc/{daemon}/status").read_text(), re.MULTILINE | re.DOTALL)
+            except OSError:
+                return None
+            return found and found[1]
+
+        before = waits()
+        busy = any(parent == daemon for parent, _ in processes().values())
+        return before is not None and not busy and waits() == before
+
     def inside(self, *command):
         """Runs a command inside the router with script/router. Returns its exit status and what it said."""
         return outcome(self.tool(*command))

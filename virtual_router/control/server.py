@@ -263,7 +263,7 @@ class Handler(tornado.web.RequestHandler):
         self.set_header("Content-Type", "text/event-stream; charset=utf-8")
         gone = asyncio.get_running_loop().create_future()
         self.on_connection_close = lambda: gone.done() or gone.set_result(None)
-        coming = None
+        coming = asyncio.ensure_future(anext(events))  # whoever has the head misses nothing
         try:
             await self.flush()
             while not gone.done():
