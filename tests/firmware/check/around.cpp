@@ -224,9 +224,9 @@ void check_commands() {
 }  // namespace
 
 void check_around() {
-    check("ARP list", 10, check_arp);
-    check("queue", 10, check_queue);
-    check("Wi-Fi driver", 20, check_wifi);
-    check("files", 10, check_files);
-    check("commands", 20, check_commands);
+    check("ARP list", 60, check_arp);
+    check("queue", 60, check_queue);
+    check("Wi-Fi driver", 60, check_wifi);
+    check("files", 60, check_files);
+    check("commands", 60, check_commands);
 }

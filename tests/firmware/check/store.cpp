@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The configuration store, item by item and by many processes at once. Everything is put back; nothing is committed
 // unless it is asked for.
+#include <poll.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -13,6 +17,7 @@
 #include <ctime>
 #include <initializer_list>
 
+#include "base/resource.h"
 #include "platform/apmib.h"
 #include "platform/tables.h"
 #include "tests/firmware/check/checks.h"
@@ -339,6 +344,12 @@ pid_t start(Work work) {
     return child;
 }
 
+// Memory that children share, zeros at first; it stays to the end.
+template <typename Shared>
+Shared *share() {
+    return static_cast<Shared *>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+}
+
 void wait_for(pid_t child) {
     waitpid(child, nullptr, 0);
 }
@@ -400,6 +411,7 @@ void check_visibility() {
         (void)!read(go[0], &c, 1);
         expect(read_text_number() == 4, "a process that had the store open does not read what another one wrote since");
     });
+    close(ready[1]);
     char c = 0;
     (void)!read(ready[0], &c, 1);
     wait_for(start([] {
@@ -410,15 +422,23 @@ void check_visibility() {
     wait_for(old);
 }
 
-// Whether another process gets its calls done within two seconds.
+// Whether a process waits for something. One that has no processor does not, however long it takes.
+bool waits(pid_t process) {
+    char path[32];
+    snprintf(path, sizeof path, "/proc/%d/stat", process);
+    const File file(fopen(path, "re"));
+    char state = 'S';
+    return !file || fscanf(file.get(), "%*d (%*[^)]) %c", &state) != 1 || state == 'S' || state == 'D';
+}
+
+// Whether another process gets its calls done without having waited for two seconds.
 bool others_go_on() {
     const pid_t other = start([] {
         open_store();
         write_text(5);
         read_text_number();
     });
-    const double until = now() + 2;
-    while (now() < until) {
+    for (int milliseconds = 0; milliseconds < 2000; milliseconds += waits(other) ? 1 : 0) {
         if (waitpid(other, nullptr, WNOHANG) == other) {
             return true;
         }
@@ -442,6 +462,7 @@ void check_idle() {
         (void)!write(ready[1], &c, 1);
         pause();
     });
+    close(ready[1]);
     char c = 0;
     (void)!read(ready[0], &c, 1);
     expect(others_go_on(), "a process that has the store open and does nothing keeps others waiting");
@@ -452,14 +473,24 @@ void check_idle() {
 void check_killed() {
     srand(7);
     for (int round = 0; round < 40; ++round) {
-        const pid_t busy = start([] {
+        int begun[2];
+        if (pipe(begun) != 0) {
+            return;
+        }
+        const pid_t busy = start([&] {
             open_store();
+            char c = 0;
+            (void)!write(begun[1], &c, 1);
             for (unsigned i = 0;; ++i) {
                 write_text(i % 26);
                 change(table_item(), kTableAdd, i % 8);
                 change(table_item(), kTableDelete, i % 8);
             }
         });
+        close(begun[1]);
+        char c = 0;
+        (void)!read(begun[0], &c, 1);
+        close(begun[0]);
         usleep(static_cast<useconds_t>(1000 + rand() % 4000));  // NOLINT: any will do
         kill(busy, SIGKILL);
         wait_for(busy);
@@ -470,26 +501,36 @@ void check_killed() {
 }
 
 void check_torn() {
+    std::atomic<unsigned> &over = *share<std::atomic<unsigned>>();
+    int writing[2];  // ends when all are
+    if (pipe(writing) != 0) {
+        return;
+    }
     pid_t writers[4];
     unsigned number = 0;
     for (pid_t &writer : writers) {
-        writer = start([number] {
+        writer = start([&over, number, end = writing[1]] {
             open_store();
-            for (const double until = now() + 0.5; now() < until;) {
+            write_text(number);
+            for (close(end); over == 0;) {
                 write_text(number);
             }
         });
         ++number;
     }
-    wait_for(start([] {
+    close(writing[1]);
+    wait_for(start([end = writing[0]] {
         open_store();
-        write_text(0);
+        pollfd ended = {end, POLLIN, 0};
+        poll(&ended, 1, 10000);  // one writer may keep the others waiting
         bool whole = true;
         for (const double until = now() + 0.4; whole && now() < until;) {
             whole = read_text_number() >= 0;
         }
         expect(whole, "half of one value and half of another is read while two processes write");
     }));
+    close(writing[0]);
+    over = 1;
     for (const pid_t writer : writers) {
         wait_for(writer);
     }
@@ -500,17 +541,26 @@ void add_by_many(bool opened_before, const char *who) {
     const unsigned each = table_item().limit / kProcesses;
     for (int round = 0; round < 10; ++round) {
         empty(table_item());
+        int start_line[2];  // which is open when its writing end is closed
+        if (pipe(start_line) != 0) {
+            return;
+        }
         pid_t processes[kProcesses];
         for (unsigned process = 0; process < kProcesses; ++process) {
             processes[process] = start([=] {
+                close(start_line[1]);
                 if (!opened_before) {
                     open_store();
                 }
+                char c = 0;
+                (void)!read(start_line[0], &c, 1);
                 for (unsigned i = 0; i < each; ++i) {
                     change(table_item(), kTableAdd, process * each + i);
                 }
             });
         }
+        close(start_line[0]);
+        close(start_line[1]);
         for (const pid_t process : processes) {
             wait_for(process);
         }
@@ -543,6 +593,15 @@ void check_children() {
     add_by_many(true, "children of one process");
 }
 
+// How often this process has given the processor up by itself.
+long times_waited() {
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+}
+
+constexpr int kCommits = 5;
+
 void check_commit() {
     write_text(8);
     double began = now();
@@ -550,23 +609,40 @@ void check_commit() {
     expect(save_cs_to_file() == 0, "the settings file is not written after a commit");
     note("a commit took %.0f ms", (now() - began) * 1000);
     expect(read_text_number() == 8, "a commit changes the working copy");
-    const pid_t committer = start([] {
+    struct Commits {
+        std::atomic<int> done;
+        double seconds[kCommits];
+    };
+    Commits &commits = *share<Commits>();
+    const pid_t committer = start([&commits] {
         open_store();
-        for (int i = 0; i < 5; ++i) {
+        for (double &seconds : commits.seconds) {
+            const double at = now();
             apmib_update(kCommitWorkingCopy);
+            seconds = now() - at;
+            ++commits.done;
         }
     });
-    began = now();
-    double longest = 0;
+    double longest[kCommits] = {};  // call that waited meanwhile
     while (waitpid(committer, nullptr, WNOHANG) != committer) {
+        const int first = commits.done;
+        const long before = times_waited();
         const double at = now();
         write_text(9);
         read_text_number();
-        longest = now() - at > longest ? now() - at : longest;
+        const double took = now() - at;
+        for (int i = first; times_waited() != before && i < kCommits && i <= commits.done; ++i) {
+            longest[i] = std::max(longest[i], took);
+        }
     }
-    const double commit = (now() - began) / 5;
-    expect(longest < 0.1 || longest < commit / 2,
-           "others wait for a commit: %.0f ms for a call, while a commit takes %.0f ms", longest * 1000, commit * 1000);
+    // One may have waited for a committer that had no processor; most have not.
+    int waited = 0;
+    for (int i = 0; i < kCommits; ++i) {
+        waited += longest[i] >= 0.1 && longest[i] >= commits.seconds[i] / 2 ? 1 : 0;
+    }
+    expect(waited <= kCommits / 2, "others wait for a commit: %.0f ms for a call, while a commit takes %.0f ms",
+           *std::max_element(longest, longest + kCommits) * 1000,
+           *std::max_element(commits.seconds, commits.seconds + kCommits) * 1000);
 }
 
 const char *reboot_command;
@@ -596,17 +672,17 @@ void run_kept(void (*run)()) {
 }  // namespace
 
 void check_store(bool commit, const char *reboot) {
-    check("store: opening it, and what is no item", 20, check_opening);
+    check("store: opening it, and what is no item", 60, check_opening);
     for (const item &item : items) {
         under_test = &item;
         char name[128];
         snprintf(name, sizeof name, "item %s (%d)", item.name, item.id);
-        check(name, 30, check_item);
+        check(name, 60, check_item);
     }
-    check("store: written by one process, read by another", 20, [] { run_kept(check_visibility); });
-    check("store: a process that waits", 20, [] { run_kept(check_idle); });
+    check("store: written by one process, read by another", 60, [] { run_kept(check_visibility); });
+    check("store: a process that waits", 60, [] { run_kept(check_idle); });
     check("store: processes that are killed", 120, [] { run_kept(check_killed); });
-    check("store: a value written and read at once", 20, [] { run_kept(check_torn); });
+    check("store: a value written and read at once", 60, [] { run_kept(check_torn); });
     check("store: a table changed at once", 60, [] { run_kept(check_adding); });
     check("store: children of one process", 60, [] { run_kept(check_children); });
     if (commit) {
