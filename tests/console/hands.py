@@ -1,7 +1,11 @@
 # SPDX-License-Identifier: MIT
 """What a person does to a page: looks for words, clicks on them, writes, presses keys."""
 
+import asyncio
 import json
+import time
+
+from chromium import SECONDS
 
 KEYS = {"Enter": (13, "\r"), "Escape": (27, ""), "Tab": (9, ""), " ": (32, " "), "ArrowDown": (40, ""), "ArrowUp": (38, ""), "ArrowRight": (39, ""), "ArrowLeft": (37, ""), "Home": (36, ""), "End": (35, "")}
 
@@ -14,10 +18,21 @@ async def text_of(page, selector):
     return await page.value(f"[...document.querySelectorAll({json.dumps(selector)})].map(e => e.textContent).join(' / ')")
 
 
-async def wait_text(page, selector, text, seconds=20):
+async def wait_text(page, selector, text, seconds=SECONDS):
     """Whether the text comes to stand in one of those elements."""
     script = f"[...document.querySelectorAll({json.dumps(selector)})].some(e => e.textContent.includes({json.dumps(text)}))"
     return bool(await page.wait(script, seconds))
+
+
+async def forgive(page, text):
+    """Waits for the browser's complaint of a refusal that was wanted, and forgets it. Returns whether that alone was complained of."""
+    deadline = time.monotonic() + SECONDS
+    while not any(text in line for line in page.complaints) and time.monotonic() < deadline:
+        await page.value("0")  # complaints come with what is answered
+        await asyncio.sleep(0.05)
+    alone = len(page.complaints) == 1 and text in page.complaints[0]
+    page.complaints[:] = [line for line in page.complaints if text not in line]
+    return alone
 
 
 async def click(page, label, within="body"):

@@ -14,6 +14,7 @@ import subprocess
 import tempfile
 import time
 
+from tornado.httpclient import HTTPRequest
 from tornado.websocket import websocket_connect
 
 SECONDS = 60
@@ -65,6 +66,16 @@ class Page:
             raise RuntimeError(found["exceptionDetails"].get("exception", {}).get("description", found["exceptionDetails"]["text"]))
         return found["result"].get("value")
 
+    async def cost(self, script):
+        """Milliseconds of processor time that the page takes until the script has given its value."""
+        before = await self.busy()
+        await self.value(script)
+        return (await self.busy() - before) * 1000
+
+    async def busy(self):
+        """Seconds."""
+        return next(metric["value"] for metric in (await self.order("Performance.getMetrics"))["metrics"] if metric["name"] == "TaskDuration")
+
     async def wait(self, script, seconds=SECONDS):
         """Runs the script until it gives something. Returns that, or None when nothing came of it."""
         deadline = time.monotonic() + seconds
@@ -95,16 +106,21 @@ class Page:
         return base64.b64decode((await self.order("Page.captureScreenshot", format="png", optimizeForSpeed=False))["data"])
 
 
+async def connected(url):
+    return Page(await websocket_connect(HTTPRequest(url, connect_timeout=SECONDS), max_message_size=MOST_MESSAGE_BYTES))
+
+
 async def _open(port_file, url):
     deadline = time.monotonic() + SECONDS
     while not (port_file.exists() and port_file.read_text().count("\n")) and time.monotonic() < deadline:
         await asyncio.sleep(0.05)
     port, path = port_file.read_text().split("\n")
-    browser = Page(await websocket_connect(f"ws://127.0.0.1:{port}{path}", max_message_size=MOST_MESSAGE_BYTES))
+    browser = await connected(f"ws://127.0.0.1:{port}{path}")
     target = (await browser.order("Target.createTarget", url="about:blank"))["targetId"]
-    page = Page(await websocket_connect(f"ws://127.0.0.1:{port}/devtools/page/{target}", max_message_size=MOST_MESSAGE_BYTES))
+    page = await connected(f"ws://127.0.0.1:{port}/devtools/page/{target}")
     for area in ("Page", "Runtime", "Log"):
         await page.order(f"{area}.enable")
+    await page.order("Performance.enable", timeDomain="threadTicks")
     await page.order("Emulation.setFocusEmulationEnabled", enabled=True)
     await page.order("Page.navigate", url=url)
     return page
