@@ -3,7 +3,8 @@
 // needs: by environment variables it takes its time, refuses, or ends its process.
 //
 //   COMMIT_SECONDS=N   so long a commit takes
-//   READ_SECONDS=N     so long each read takes
+//   COMMIT_WHILE=FILE  so long as the file is there
+//   READ_WHILE=FILE    so long as the file is there each read takes
 //   CRASH_AT=ID        reading that item ends the process by a signal
 //   OPENED=FILE        a byte is added to the file each time the store is opened
 #include <fcntl.h>
@@ -35,6 +36,13 @@ void sleep_whole(unsigned seconds) {
     }
 }
 
+void wait_while(const char *variable) {
+    const char *path = getenv(variable);
+    while (path != nullptr && access(path, F_OK) == 0) {
+        usleep(5000);
+    }
+}
+
 }  // namespace
 
 int apmib_init() {
@@ -51,7 +59,7 @@ int apmib_get(int id, void *value) {
     if (getenv("CRASH_AT") != nullptr && static_cast<int>(number_of("CRASH_AT")) == id) {
         raise(SIGSEGV);
     }
-    sleep_whole(number_of("READ_SECONDS"));
+    wait_while("READ_WHILE");
     if (id == kUserName || id == kUserPassword) {
         memcpy(value, "admin", sizeof "admin");
         return 1;
@@ -65,6 +73,7 @@ int apmib_set(int /*id*/, void * /*value*/) {
 
 int apmib_update(int /*type*/) {
     sleep_whole(number_of("COMMIT_SECONDS"));
+    wait_while("COMMIT_WHILE");
     return 1;
 }
 
