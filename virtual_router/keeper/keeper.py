@@ -350,9 +350,12 @@ class Keeper:
             raise Failed("the router's LAN does not come up")
 
     async def open_ports(self):
-        """The ports are open when the web server answers, for which a busy PC may take its time."""
-        if self.network.addresses.get(self.network.phones[0]) and not await self.answers(self.phone_target(0)):
-            raise Failed("the router's web server does not answer")
+        """The ports are open when the web servers answer, for which a busy PC may take its time."""
+        found = [("the router", self.network.phones[0], self.phone_target(0))]
+        found += [(f"agent {agent.number}", agent, self.agent_target(index)) for index, agent in enumerate(self.network.agents)]
+        for name, who, find_target in found:
+            if who in self.network.addresses and not await self.answers(find_target):
+                raise Failed(f"the web server of {name} does not answer")
         for port in self.ports:
             port.start()
 
