@@ -149,6 +149,7 @@ def agent(t):
 
 
 AWAY_SECONDS = 16  # of a reboot, during three quarters of which the router is off
+REPLY_DELAY = 2_000_000
 FEWEST_LOOKS = 4  # at its port meanwhile
 
 
@@ -222,15 +223,34 @@ def outage(results, router):
     left_nothing(results, "a router of a home, Ctrl-C", router.stop(signal.SIGINT), 130)
 
 
+def slow_replies(t, delay=None):
+    """Replies come so late from now on, in microseconds, or at once again."""
+    words = ("add", f"delay={delay} reply") if delay else ("clear",)
+    status, said = t.router.inside("faults", *words)
+    t.results.check(f"faults {' '.join(words)}", status == 0, said)
+
+
+def reboot(t):
+    """Whoever asks for a reboot has the reply before the router is away."""
+    slow_replies(t, REPLY_DELAY)
+    mark = t.mark()
+    t.expect("a reboot is asked for, and answered late", {"action": "set", "sys": {"reboot": 1}}, set_reply("sys"), loopback=True)
+    t.started_anew("it reboots", mark)
+    slow_replies(t)
+
+
 def lan_moves(t):
-    """A request that is in flight when the LAN moves ends soon, and without an answer."""
+    """A request that is half here when the LAN moves ends without an answer; whoever waits for a reply gets it."""
+    t.log_in()
     port = t.router.port
     slow = socket.create_connection(("127.0.0.1", port), timeout=routers.PATIENCE_SECONDS)
     slow.sendall(b"POST /app/app.cgi HTTP/1.1\r\nHost: localhost:%d\r\nContent-Length: 100\r\n\r\n" % port)
     flying = look_until(bool, lambda: json.loads(t.router.inside("status")[1])["requests"])
     t.results.check("a request is in flight", [found["port"] for found in flying] == [port], flying)
     mark = t.mark()
-    t.expect("the LAN moves", {"action": "set", "lan": OTHER_LAN}, set_reply("lan"), loopback=True)
+    slow_replies(t, REPLY_DELAY)
+    t.gated("the LAN moves, and whoever asked for it hears so late", {"action": "set", "lan": OTHER_LAN}, set_reply("lan"))
+    slow_replies(t)
     t.hears("the phones follow", "home: phone 2 has the address 10.9.0.101\n", mark)
     slow.setblocking(False)  # whoever is told that the phones have followed finds it cut
     try:
@@ -424,9 +444,7 @@ def keep(results, way, build):
         if not way.by_proot:
             agent(t)
             trouble(t)
-        mark = t.mark()
-        router.post(3, bytes(360))
-        t.started_anew("it reboots", mark)
+        reboot(t)
         lan_moves(t)
         anywhere(results, router)
         left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
