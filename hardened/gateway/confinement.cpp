@@ -11,6 +11,7 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 
@@ -174,6 +175,12 @@ constexpr auto make_guest_filter() {
     filter.refuse_where(SYS_mmap2, 2, BPF_JSET, PROT_EXEC);
 #endif
     filter.refuse_where(SYS_mprotect, 2, BPF_JSET, PROT_EXEC);
+#ifdef SYS_shmat
+    filter.refuse_where(SYS_shmat, 2, BPF_JSET, SHM_EXEC);
+#endif
+#ifdef SYS_ipc
+    filter.refuse_where(SYS_ipc, 2, BPF_JSET, SHM_EXEC);  // the same in the place of the other, on some processors
+#endif
 #ifdef SYS_prlimit64
     constexpr uint32_t kAny = ~0U;
     for (const Half half : {Half::kLower, Half::kUpper}) {  // a limit is told, but from no address is one set

@@ -6,6 +6,7 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -54,6 +55,9 @@ constexpr Attempt kAttempts[] = {
     {"set a far limit",   SYS_prlimit64,   {0, kNothing, kFar, 0}                                                    },
     {"new code",          kMap,            {0, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, kNothing, 0}},
     {"code of data",      SYS_mprotect,    {1, 0, PROT_READ | PROT_EXEC}                                             },
+#ifdef SYS_shmat
+    {"shared code",       SYS_shmat,       {kNothing, 0, SHM_EXEC}                                                   },
+#endif
 };
 
 }  // namespace
