@@ -8,7 +8,10 @@
 
 long long seconds_since_start() {
     timespec passed = {};
-    clock_gettime(CLOCK_BOOTTIME, &passed);  // goes on while the device sleeps
+    // The first goes on while the device sleeps, and kernels before 2.6.39 do not have it.
+    if (clock_gettime(CLOCK_BOOTTIME, &passed) != 0) {
+        clock_gettime(CLOCK_MONOTONIC, &passed);
+    }
     return passed.tv_sec;
 }
 

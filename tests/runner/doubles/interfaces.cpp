@@ -12,11 +12,14 @@
 // And CLOCK_BOOTTIME is the time of day, as of a kernel that was started in 1970: a case says with %TIME(-90)% what was
 // 90 seconds ago, however short the machine has been up.
 //
+// Where a case has a file /.runner/old_kernel, the kernel is one of 2.6.30: it has neither that clock nor filters.
+//
 // The root's loader puts it before all other libraries, so that it replaces the C library's ioctl().
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -92,6 +95,10 @@ void remove_at_signal() {
     }
 }
 
+bool is_kernel_old() {
+    return access("/.runner/old_kernel", F_OK) == 0;
+}
+
 // As sigabbrev_np() names them, which not every C library has.
 const char *name_of_signal(int signal) {
     constexpr struct {
@@ -142,9 +149,28 @@ extern "C" int kill(pid_t process, int signal) noexcept {
 // Others have a call of another name where a time is longer than a word, and no hardened build is tried there.
 #ifdef __GLIBC__
 extern "C" int clock_gettime(clockid_t clock, timespec *out) noexcept {
-    return static_cast<int>(syscall(SYS_clock_gettime, clock == CLOCK_BOOTTIME ? CLOCK_REALTIME : clock, out));
+    if (clock == CLOCK_BOOTTIME && is_kernel_old()) {
+        return fail(EINVAL);
+    }
+    // Of an old one the other clock is as old: what is tried is that a session begins and is known again.
+    const bool of_start = clock == CLOCK_BOOTTIME || (clock == CLOCK_MONOTONIC && is_kernel_old());
+    return static_cast<int>(syscall(SYS_clock_gettime, of_start ? CLOCK_REALTIME : clock, out));
 }
 #endif
+
+extern "C" int prctl(int option, ...) noexcept {
+    if ((option == PR_SET_SECCOMP || option == PR_SET_NO_NEW_PRIVS) && is_kernel_old()) {
+        return fail(EINVAL);
+    }
+    va_list arguments;
+    va_start(arguments, option);
+    long with[4];
+    for (long &argument : with) {
+        argument = va_arg(arguments, long);
+    }
+    va_end(arguments);
+    return static_cast<int>(syscall(SYS_prctl, option, with[0], with[1], with[2], with[3]));
+}
 
 extern "C" int ioctl(int file, Request declared, ...) {
     const auto request = static_cast<unsigned>(declared);
