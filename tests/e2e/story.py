@@ -294,6 +294,13 @@ def clock_is_set(t):
 
 def refused_client(t):
     """Who has tried many wrong passwords is refused for as long, whatever time it becomes meanwhile, and nobody else is."""
+    guess = json.dumps({"action": "login", "info": {"user": "admin", "pwd": "guess"}})
+    with concurrent.futures.ThreadPoolExecutor(20) as pool:
+        replies = set(pool.map(lambda _: t.router.ask(guess)[2], range(20)))
+    noted = t.router.inside("run", "cat", "/var/app_sessionid.logins")[1]
+    counted = re.fullmatch(r"192\.168\.1\.100 (\d+) \d+\n", noted)
+    t.results.check("20 guesses at once are answered alike", replies == {formatted(LOGIN_FAIL) + "\n"}, replies)
+    t.results.check("and each that was looked at counts", counted and 3 <= int(counted[1]) <= 13, noted)
     up = json.loads(t.router.ask('{"action":"get","sys":{}}', loopback=True)[2])["sys"]["upTime"]
     note = f"echo 192.168.1.100 13 {up + 900} >/var/app_sessionid.logins"
     t.results.check("the phone has tried ten wrong passwords", t.router.inside("run", "sh", "-c", note) == (0, ""))
