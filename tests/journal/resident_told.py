@@ -54,7 +54,7 @@ def replied_first(meeting):
     """A line tells how long all took; opened, it tells when whoever asked had the reply."""
     meeting.arm(f"delay={SLOW} commit")
     meeting.ask(**SET)
-    found = over(meeting)
+    found = meeting.reader.last()
     meeting.clear()
     committed = next(event["at"] for event in found["events"] if event["word"] == "commit")
     meeting.results.check("the reply is there before a slow commit", 0 < found["replied"] < committed <= found["duration"],
