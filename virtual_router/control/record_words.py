@@ -74,13 +74,13 @@ class Tape:
     def add(self, **exchange):
         with self.lock:
             self.exchanges.append(exchange)
-            self.write()
 
     def write(self):
         new = self.file.with_name(self.file.name + ".new")
-        with open(os.open(new, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600), "w") as opened:
-            json.dump(recording.masked(self.exchanges, known_macs), opened, indent=1, ensure_ascii=False)
-        new.replace(self.file)
+        with self.lock:
+            with open(os.open(new, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600), "w") as opened:
+                json.dump(recording.masked(self.exchanges, known_macs), opened, indent=1, ensure_ascii=False)
+            new.replace(self.file)
 
 
 def proxy(to, port, tape, hosts):
@@ -115,6 +115,8 @@ def proxy(to, port, tape, hosts):
                 return
             finally:
                 connection.close()
+            # Before the app has its reply, since it may be the last thing that is recorded; the writing takes time, and comes behind it.
+            tape.add(at=round(at - tape.begun, 3), took=round(time.time() - at, 4), path=self.path, request=body, status=reply.status, reply=data)
             self.send_response_only(reply.status, reply.reason)
             for name, value in reply.getheaders():
                 if name.lower() not in OF_CONNECTION:
@@ -122,7 +124,7 @@ def proxy(to, port, tape, hosts):
             self.send_header("Content-Length", str(len(data)))
             self.end_headers()
             self.wfile.write(data)
-            tape.add(at=round(at - tape.begun, 3), took=round(time.time() - at, 4), path=self.path, request=body, status=reply.status, reply=data)
+            tape.write()
 
         do_GET = do_POST = do_OPTIONS = pass_on
 
@@ -151,6 +153,7 @@ def record(words, wrong_call, control):
     print(f"What is asked at http://127.0.0.1:{port} goes on to {to}, and is written to {rest[0]}. Ctrl-C ends it.", flush=True)
     server.serve_forever(0.1)
     server.server_close()
+    tape.write()
     print(f"{len(tape.exchanges)} requests are written down", flush=True)
     return 0
 
