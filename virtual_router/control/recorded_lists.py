@@ -58,6 +58,11 @@ def words(lists):
     return [{"keyword": word.encode(), "list": number} for number, name in enumerate(("black", "white")) for word in lists[name].values()]
 
 
+def scheduled(told):
+    """The items of the scheduled reboot."""
+    return {"MIB_SCHREBOOT_ENABLED": int(told["enable"]), "MIB_SCHREBOOT_TIME": told["time"].replace(":", ""), "MIB_SCHREBOOT_WEEK": week_of(told["week"])}
+
+
 # (object, key): the items of the store, the record, and the fields of each entry, or of all
 LISTS = {
     ("Sec", "maclist"): (["MIB_MACFILTER_TBL_NUM"], "MacFilterEntry", lambda found: [*map(mac_filter, found)]),
@@ -67,13 +72,18 @@ LISTS = {
     ("qos", "ipRuleList"): (["MIB_QOS_RULE_TBL_NUM"], "QosRuleEntry", lambda found: [*map(bandwidth, found)]),
 }  # fmt: skip
 
+SCHEDULE = "sys", "schReboot"
+
 
 def stored(name, key, value):
-    """{item: text of the table} of a list; None: it is none of these, or not as the router tells it."""
-    if (name, key) not in LISTS:
+    """{item: text of the table} of a list, or {item: value} of the scheduled reboot; None: it is none of these, or not as the router
+    tells it."""
+    if (name, key) not in (*LISTS, SCHEDULE):
         return None
-    items, record, entries = LISTS[name, key]
     try:
+        if (name, key) == SCHEDULE:
+            return scheduled(value)
+        items, record, entries = LISTS[name, key]
         text = ",".join(speech.RECORDS[record].pack(entry).hex() for entry in entries(value))
     except (KeyError, TypeError, ValueError, AttributeError, OverflowError):
         return None

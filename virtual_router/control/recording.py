@@ -12,7 +12,7 @@ import re
 
 from bodies import json_object
 
-from . import recorded_lists
+from . import recorded_lists, recorded_mesh
 
 FORM = 1
 # Keys whose texts are masked, and the form of the mask; a number stands for {}.
@@ -28,7 +28,8 @@ _IPV4 = re.compile(r"\b\d{1,3}(?:\.\d{1,3}){3}\b")
 _LONG_ENOUGH = 4  # of an original that is masked wherever it is: a shorter one may be a part of anything
 _PUBLIC = ipaddress.IPv4Network("198.18.0.0/15")  # of tests
 # What is not the same each time, and the account, which each router has of its own.
-VARYING = ("sessionid", "usr", "pwd", "upTime", "uptime", "uSpeed", "dSpeed", "dspeed", "uspeed", "rssi", "dlink", "ulink", "date")
+VARYING = ("sessionid", "usr", "pwd", "upTime", "uptime", "uSpeed", "dSpeed", "dspeed", "uspeed", "rssi", "dlink", "ulink", "date",
+           "station_rssi", "station_downlink", "station_uplink")
 
 
 class Wrong(Exception):
@@ -121,6 +122,9 @@ def known_macs(reply, router_mac, phone_mac, phone_place):
     about = reply.get("dutInfo")
     if isinstance(about, dict) and isinstance(about.get("mac"), str):
         found[about["mac"].lower()] = router_mac
+    mesh = reply.get("meshStatus")
+    if isinstance(mesh, dict) and (mac := mac_of(mesh.get("topology"))):
+        found[mac] = router_mac
     listed = reply.get("lanStatus")
     for device in (listed.get("devlist") or []) if isinstance(listed, dict) else []:
         if isinstance(device, dict) and str(device.get("ip")).endswith(f".{phone_place}") and isinstance(device.get("mac"), str):
@@ -140,6 +144,12 @@ def load(text):
     return found["exchanges"]
 
 
+def mac_of(element):
+    """Of a device, a station or an agent, in small letters; None: the element of a list is none of them."""
+    found = [element[key] for key in ("mac", "station_mac", "mac_address") if isinstance(element.get(key), str)] if isinstance(element, dict) else []
+    return found[0].lower() if found else None
+
+
 def differences(before, after, ignored, place=""):
     """Where two replies are not the same; lists of devices are compared by MAC address, in any order."""
     if isinstance(before, dict) and isinstance(after, dict):
@@ -147,7 +157,7 @@ def differences(before, after, ignored, place=""):
         missing = [f"{place}/{key} is {'not there' if key in before else 'new'}" for key in keys if (key in before) != (key in after)]
         return missing + [text for key in keys if key in before and key in after for text in differences(before[key], after[key], ignored, f"{place}/{key}")]
     if isinstance(before, list) and isinstance(after, list):
-        by_mac = [{element["mac"].lower(): element for element in found if isinstance(element, dict) and isinstance(element.get("mac"), str)} for found in (before, after)]
+        by_mac = [{mac: element for element in found if (mac := mac_of(element))} for found in (before, after)]
         if len(by_mac[0]) == len(before) and len(by_mac[1]) == len(after):
             return differences(*by_mac, ignored, place)
         if len(before) != len(after):
@@ -209,6 +219,8 @@ def home(exchanges, objects, phone_place, items):
         told = about.get("get", {}).get("reply", {})
         settable = about.get("set", {}).get("keys", {})
         for key, value in reply.items():
+            if (name, key) == ("meshStatus", "topology"):
+                continue
             if (table := recorded_lists.stored(name, key, value)) is not None:
                 store.update((flash_name(item), text) for item, text in table.items())
                 continue
@@ -231,9 +243,23 @@ def home(exchanges, objects, phone_place, items):
             keys_of.update((each, f"{name}/{key}") for each in named)
             store.update((flash_name(each), int(not int(value)) if turned else value) for each in named)
     found = {"description": "Made of a recording", "store": store, "ports": {}, "phone": {"at": ["wlan0", "wlan1"]}, "devices": []}
-    lan = replies.get("lan") if isinstance(replies.get("lan"), dict) else {}
-    devices(replies.get("lanStatus"), lan, phone_place, found, left_out)
+    network = network_of(replies.get("lan"))
+    mesh = replies.get("meshStatus")
+    agents, spots, unlike = recorded_mesh.agents(mesh.get("topology"), network) if isinstance(mesh, dict) else ([], {}, [])
+    left_out += unlike
+    if agents:
+        found["agents"] = agents
+        store.setdefault("MIB_MESH_ROLE", 1)  # agents are seen by a controller
+    devices(replies.get("lanStatus"), network, phone_place, spots, found, left_out)
     return found, left_out
+
+
+def network_of(lan):
+    """The LAN's, as the object "lan" tells it."""
+    try:
+        return ipaddress.IPv4Interface(f"{lan['ip']}/{lan['mask']}").network
+    except (KeyError, TypeError, ValueError):
+        return ipaddress.IPv4Network("192.168.1.0/24")
 
 
 def port_of(told, ports):
@@ -247,22 +273,22 @@ def port_of(told, ports):
     return port
 
 
-def devices(reply, lan, phone_place, found, left_out):
+def devices(reply, network, phone_place, spots, found, left_out):
+    """Those of lanStatus, but for agents. `spots` are those of whoever is at an agent, by MAC address."""
     listed = reply.get("devlist") if isinstance(reply, dict) else None
     if not isinstance(listed, list):
         left_out.append("lanStatus was not asked for: the home has no devices")
         return
-    try:
-        network = ipaddress.IPv4Interface(f"{lan['ip']}/{lan['mask']}").network
-    except (KeyError, ValueError):
-        network = ipaddress.IPv4Network("192.168.1.0/24")
+    agents = {agent["mac"] for agent in found.get("agents", [])}
     names = set()
     for device in listed:
         try:
             place = int(ipaddress.IPv4Address(device["ip"])) - int(network.network_address)
-            digits = device["mac"].lower()
-            mac = ":".join(digits[at : at + 2] for at in range(0, 12, 2))
-            at = port_of(device.get("dlink"), found["ports"]) if device["conType"] == "wired" else RADIOS.get(device["conType"], "unseen")
+            mac = recorded_mesh.colons(device["mac"])
+            if mac in agents:
+                continue
+            radio = spots.get(device["mac"].lower()) or RADIOS.get(device["conType"])
+            at = port_of(device.get("dlink"), found["ports"]) if device["conType"] == "wired" else radio or "unseen"
         except (KeyError, TypeError, ValueError):
             left_out.append(f"a device of lanStatus: {json.dumps(device)[:80]}")
             continue
@@ -272,7 +298,7 @@ def devices(reply, lan, phone_place, found, left_out):
         name = name if name not in names else f"{name} {place}"
         names.add(name)
         about = {"name": name, "at": at} if device.get("name") or place == phone_place else {"name": name, "at": at, "lease": False}
-        if at.startswith("wlan"):
+        if at == radio:
             about["signal"] = max(0, min(255, int(device.get("rssi", 50))))
             keys, fits = recorded_lists.link({"dlink": "", "ulink": "", **device, "rssi": about["signal"]}, device["conType"])
             about.update(keys)
