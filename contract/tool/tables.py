@@ -5,6 +5,7 @@ import re
 
 from contract import flat
 from engine.dryrun import listed
+from engine.expression import parse
 
 FORMS = {
     "mac": "12 hexadecimal digits", "mac upper": "12 hexadecimal digits in upper case", "mac or empty": "12 hexadecimal digits",
@@ -112,26 +113,64 @@ def stored_before(facts, action, last):
     for path, key in rows_of(side.get("keys", {})):
         for item in listed(key.get("store", [])):
             owner.setdefault(item, []).append(path.split(".")[0].split("[")[0])
-    keys, committed = [], False
+    keys, writes, commits = [], [], []  # of writes and commits the tests that must hold
 
-    def note(key):
+    def note(key, tests):
         if key not in keys:
             keys.append(key)
+            writes.append(tests)
 
     for step in side.get("steps", []):
         inside = any(below is last for below in flat(step.get("steps", [])))
+        tests = tests_of(step)
         if step is last:
             break
+        if any(exclude(one, other) for one in tests for other in tests_of(last)):
+            continue
         if "each" in step:
             if any("write" in below for below in step["steps"]):
-                note(f'elements of "{step["each"]}"' if inside else f'"{step["each"]}"')
+                note(f'elements of "{step["each"]}"' if inside else f'"{step["each"]}"', tests)
             if inside:
                 break
         for item in listed(step.get("write", [])):
             for key in owner.get(item, []):
-                note(key)
-        committed = committed or "commit" in step
-    return ", ".join(keys) + (" (committed)" if committed and keys else "")
+                note(key, tests)
+        if "commit" in step:
+            commits.append(tests)
+    return ", ".join(keys) + (committed(writes, commits) if keys and commits else "")
+
+
+def tests_of(step):
+    """The tests all of which must hold for a step to be done, as far as "and" joins them."""
+    def split(tree):
+        return split(tree[1]) + split(tree[2]) if tree[0] == "and" else [tree]
+
+    return split(parse(step["when"])) if "when" in step else []
+
+
+THERE = {"given", "text", "there", "null", "breaks", "longer", "length"}
+
+
+def exclude(one, other):
+    """Whether two tests cannot both hold."""
+    if one == ("not", other) or other == ("not", one):
+        return True
+    if "not" in (one[0], other[0]) or one[1] != other[1]:
+        return False
+    return "missing" in (one[0], other[0]) and bool({one[0], other[0]} & THERE) or one[0] == other[0] == "=" and one[2] != other[2]
+
+
+def implies(test, wanted):
+    """Whether one test holds whenever another does: what is within a key is there with the key only."""
+    return test == wanted or wanted[0] == "given" and test[0] in THERE and f"{test[1]}.".startswith(f"{wanted[1]}.")
+
+
+def committed(writes, commits):
+    """Whether what was written is committed, or with which keys only."""
+    if all(any(all(any(implies(test, wanted) for test in tests) for wanted in commit) for commit in commits) for tests in writes):
+        return " (committed)"
+    keys = " or ".join(f'"{wanted[1]}"' for commit in commits for wanted in commit)
+    return f" (committed with {keys} only)"
 
 
 def message_rows(facts):
