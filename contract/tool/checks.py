@@ -172,7 +172,8 @@ def messages(bench):
     return tried, faults, f"{len({value for value, _ in in_source})} texts in the source, {len(texts)} in the contract, {caused} requests that cause one"
 
 
-REQUEST = re.compile(r"^POST [^\n]*\n(?:[^\n]+\n)*\n(.*?)(?=^###|^@|\Z)", re.M | re.S)
+REQUEST = re.compile(r"^POST [^\n]*\n(?:[^\n]+\n)*\n(.*?)(?=^###|^> |\Z)", re.M | re.S)
+TAKES_SESSION = re.compile(r'^> {% client\.global\.set\("session", response\.body\.([\w.]+)\); %}$', re.M)
 
 
 def examples(bench):
@@ -190,14 +191,22 @@ def examples(bench):
             errors = jsonschema.Draft202012Validator(bench.request_schemas[f"{name}.{action}.request.json"]).iter_errors(value)
             faults += [f"the example of {action} {name}: {error.message}" for error in errors]
             faults += [f"the example of {action} {name}: {fault}" for fault in bench.faults_of_reply(seen.document)]
-    for path in sorted((FOLDER / "requests").glob("*.http")):
-        for match in REQUEST.finditer(path.read_text()):
+    collection = products.requests_collection.files(bench.contract)
+    for name, text in collection.items():
+        login, *_ = bodies = [match[1].strip() for match in REQUEST.finditer(text)]
+        reply = bench.program.ask(login, {"remote_addr": "192.168.1.100"}).document
+        for word in TAKES_SESSION.search(text)[1].split("."):
+            reply = reply.get(word, {})
+        if not isinstance(reply, str):
+            faults.append(f"{name}: the script behind the login finds no session")
+        for body in bodies:
             tried += 1
-            body = match[1].strip().replace("{{session}}", "Us4fb942caf223377fb611bc9c09d37f94")
-            seen = bench.program.ask(body, {"remote_addr": "192.168.1.100"})
+            seen = bench.program.ask(body.replace("{{session}}", "Us4fb942caf223377fb611bc9c09d37f94"), {"remote_addr": "192.168.1.100"})
             if agree.reply_of(seen.document)[1] != 0:
-                faults.append(f"{path.relative_to(PROJECT)}: {body[:80]}: {agree.reply_of(seen.document)}")
-    return tried, faults, ""
+                faults.append(f"{name}: {body[:80]}: {agree.reply_of(seen.document)}")
+            else:
+                faults += [f"{name}: {body[:80]}: {fault}" for fault in bench.faults_of_reply(seen.document)]
+    return tried, faults, f"{len(collection)} files of the collection"
 
 
 def made(bench):

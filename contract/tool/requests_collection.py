@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""A collection of requests for HTTP clients: a file for each object, in the form of .http files."""
+"""A collection of requests for HTTP clients: a file for each object, in the form of .http files that httpYac and the IDEs of
+JetBrains read. Both hand the session on by a script behind the login, and by no other form that both know."""
 
 import json
 
@@ -8,13 +9,13 @@ HEAD = """# {about}
 
 @router = http://127.0.0.1:8080
 
-# @name login
+### login
 POST {{{{router}}}}/app/app.cgi
 Content-Type: application/json
 
 {{"action": "login", "info": {{"user": "admin", "pwd": "admin"}}}}
 
-@session = {{{{login.response.body.info.sessionid}}}}
+> {{% client.global.set("session", response.body.info.sessionid); %}}
 """
 
 
