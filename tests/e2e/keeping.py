@@ -379,6 +379,9 @@ def stale(results, router):
     results.check("and says what it found", said in router.output(), router.output())
     groups = glob.glob(f"/sys/fs/cgroup/**/virtual-router-{killed}", recursive=True)
     results.check("no control group of the other is left", not groups, groups)
+    script = [*router.way.prefix, str(router.project / "script/router"), "--state", str(router.state), "status"]
+    run = subprocess.run(["sh", "-c", '"$@" | true', "sh", *script], capture_output=True, text=True)
+    results.check("who reads no further hears no complaint", run.stderr == "", run.stderr)
     left_nothing(results, "Ctrl-C", router.stop(signal.SIGINT), 130)
     status, said = router.inside("status")
     results.check("no router runs, says script/router", status == 1 and said.count("\n") == 1 and "no router runs on" in said, f"{status}\n{said}")

@@ -175,8 +175,6 @@ def ask_and_print(folder, verb, words):
                 print(line, flush=True)
     except StopIteration as last:
         answer = last.value
-    except BrokenPipeError:
-        os._exit(1)  # whoever reads has seen enough
     if "refused" in answer:
         fail(answer["refused"])
     return answer["status"]
@@ -196,7 +194,7 @@ def main(folder, verb, *words):
     if verb == "status":
         messages.send(connection, question)
         answer, _ = messages.receive(connection)
-        print(json.dumps((answer or {}).get("is"), indent=2))
+        print(json.dumps((answer or {}).get("is"), indent=2), flush=True)
     elif verb == "sh" and os.isatty(0) and os.isatty(1):
         question["terminal"] = os.environ.get("TERM", "dumb")
         answer = run_in_terminal(connection, question)
@@ -212,3 +210,5 @@ if __name__ == "__main__":
         sys.exit(main(*sys.argv[1:]))
     except KeyboardInterrupt:
         sys.exit(130)
+    except BrokenPipeError:
+        os._exit(1)  # whoever reads has seen enough
