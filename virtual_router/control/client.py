@@ -3,7 +3,6 @@
 
 import http.client
 import json
-import os
 import pathlib
 import urllib.parse
 
@@ -88,7 +87,3 @@ class Control:
                     name, data = "message", []
         finally:
             connection.close()
-
-
-def default_folder():
-    return os.fspath(pathlib.Path(__file__).resolve().parents[2] / ".router")

@@ -17,7 +17,6 @@ import router
 import status
 from router import shell_status
 
-MOST_QUESTION_BYTES = 1 << 17
 MOST_PART = 1 << 15  # characters of a long answer in one message
 # What the home's own program is told to do for these words.
 OF_HOME = {"home": "ask", "clock": "clock"}

@@ -102,10 +102,6 @@ def station_row(data):
     return " ".join([*texts, *map(number, ("state", "tx_rate", "rssi", "wireless_mode", "rate_flags", "rx_rate"))])
 
 
-def shown_marks(event, left_out=("time", "request", "secret")):
-    return [vocabulary.show_mark(mark) for mark in event.marks.items() if mark[0] not in left_out]
-
-
 def clean(text):
     """A text that is UTF-8 wherever it goes: a byte that was none is \\xNN, half a character \\uNNNN."""
     return _SURROGATE.sub(lambda match: f"\\x{ord(match[0]) - 0xDC00:02x}" if "\udc80" <= match[0] <= "\udcff" else f"\\u{ord(match[0]):04x}", text)
