@@ -13,6 +13,7 @@ import json
 import mmap
 import os
 import platform
+import resource
 import signal
 import socket
 import struct
@@ -261,6 +262,22 @@ def watchers(_targets):
     print("BROKEN" if len(held) == 100 else "", len(held), "watchers")
 
 
+def limits(targets):
+    """What the PC's processes may use."""
+    for pid in targets["processes"][:1]:
+        for set_limit in (
+            lambda: resource.prlimit(pid, resource.RLIMIT_NOFILE, (100, 100)),
+            lambda: os.sched_setaffinity(pid, {min(os.sched_getaffinity(0))}),
+            lambda: os.sched_setscheduler(pid, os.SCHED_BATCH, os.sched_param(0)),
+            lambda: os.setpriority(os.PRIO_PROCESS, pid, 5),
+        ):
+            try:
+                set_limit()
+                print("BROKEN")
+            except OSError as error:
+                print(error)
+
+
 def timers(_targets):
     """The same, of some thousands."""
     count, timer = 0, ctypes.c_void_p()
@@ -284,7 +301,7 @@ def leases(_targets):
 
 ATTACKS = {function.__name__: function for function in (
     io_uring, bpf, perf, keys, userfaultfd, memory_files, trace, signals, memory, abstract_sockets, sockets_by_path, shared_memory, queues,
-    typed_input, spaces, older_calls, handles, crowd, datagrams, watchers, timers, leases,
+    typed_input, spaces, older_calls, handles, crowd, datagrams, watchers, timers, leases, limits,
 )}  # fmt: skip
 
 if __name__ == "__main__":

@@ -95,11 +95,12 @@ CALLS = {
     "watchers": "the watches of files that the PC's user may have",
     "timers": "the timers that the PC's user may have",
     "leases": "files that others open",
+    "limits": "the limits of the PC's processes",
 }
 # Those that work where nothing keeps them out, for any user of any PC; the others may be kept out by a PC's own settings.
-WORK_ANYWHERE = ("memory_files", "trace", "signals", "memory", "abstract_sockets", "shared_memory", "queues", "older_calls", "datagrams", "timers")
+WORK_ANYWHERE = ("memory_files", "trace", "signals", "memory", "abstract_sockets", "shared_memory", "queues", "older_calls", "datagrams", "timers", "limits")
 # Those that a router without its filter of system calls lets through: so the tests above can fail.
-NEED_THE_FILTER = {True: ("signals", "shared_memory", "queues", "typed_input", "datagrams"), False: ("keys", "memory_files", "older_calls", "typed_input")}  # by_proot: ...
+NEED_THE_FILTER = {True: ("signals", "shared_memory", "queues", "typed_input", "datagrams", "limits"), False: ("keys", "memory_files", "older_calls", "typed_input")}  # by_proot: ...
 # What proot does not keep out, as docs/virtual-router.md tells, or what it only pretends to do, so that it says nothing.
 NOT_WITH_PROOT = (
     "memory_files", "watchers", "a full /tmp", "files without end", "files without end in /outside", "memory without end",

@@ -77,6 +77,12 @@ DENIED_WITH_PROOT = """
 """.split()
 NEEDED_BY_PROOT = ("process_vm_readv", "process_vm_writev", "memfd_create")
 
+# With proot, whose programs see the PC's processes: calls on a process, which may be the caller itself, and the argument that says which.
+OF_A_PROCESS = {
+    "prlimit64": 0, "sched_setaffinity": 0, "sched_setscheduler": 0, "sched_setparam": 0, "sched_setattr": 0, "setpriority": 1, "ioprio_set": 1,
+}  # fmt: skip
+OF_ONE_PROCESS = {"setpriority": 0, "ioprio_set": 1}  # the value of their first argument that means no group and no user
+
 NAMESPACE_FLAGS = (0x00000080, 0x00020000, 0x02000000, 0x04000000, 0x08000000, 0x10000000, 0x20000000, 0x40000000)
 TERMINAL_REQUESTS = (0x5412, 0x541C, 0x5423)  # TIOCSTI, TIOCLINUX, TIOCSETD: input that nobody typed
 SET_LEASE = 1024  # of fcntl: whoever else opens the file waits
@@ -130,6 +136,10 @@ def _filter(families, denied, queue):
     deny("socket", seccomp.Arg(0, seccomp.GE, MOST_FAMILIES))
     if queue is not None:
         deny("sendto", seccomp.Arg(4, seccomp.NE, 0))
+        for call, which in OF_A_PROCESS.items():
+            deny(call, seccomp.Arg(which, seccomp.NE, 0))
+        for call, kind in OF_ONE_PROCESS.items():
+            deny(call, seccomp.Arg(0, seccomp.NE, kind))
         key, number = queue
         deny("msgget", seccomp.Arg(0, seccomp.NE, key & 0xFFFFFFFF))
         for call in ("msgsnd", "msgrcv", "msgctl"):
