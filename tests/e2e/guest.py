@@ -67,6 +67,7 @@ ATTACKS = (
     ("the store's file as something else", "rm -rf /flash/leds-off /flash/mib/x /flash/x /flash/planted /flash/folder; ln -s /etc/passwd /flash/leds-off || echo BROKEN; board keep leds-off && echo BROKEN; rm -f /flash/leds-off"),
     ("a store's file without bounds", "cp /flash/mib/settings.mdb /tmp/kept; dd if=/dev/zero of=/flash/mib/settings.mdb bs=1M count=6 2>/dev/null; board keep mib/settings.mdb && echo BROKEN; cp /tmp/kept /flash/mib/settings.mdb"),
     ("a LAN that leads nowhere", "for lan in '127.0.0.1 255.0.0.0' '0.0.0.0 0.0.0.0' '255.255.255.255 255.255.255.255' '224.0.0.1 240.0.0.0' '1.2.3.4 0.0.0.0' '192.168.1.1 255.255.255.0'; do board lan $lan || echo BROKEN; done"),
+    ("all that the keeper hears of its files", "/usr/bin/python3 -c 'for i in range(300): open(b\"/outside/\" + b\"\\x80\" * 250 + b\"%d\" % i, \"w\")' && echo 'made'; rm -f /outside/*[0-9]; head -c 1000000 /dev/zero | tr '\\000' '\\200' > /outside/hosts; board lan 192.168.7.1 255.255.255.0 || echo BROKEN; rm /outside/hosts; board lan 192.168.1.1 255.255.255.0 || echo BROKEN"),
     ("rights that were given up", "/usr/bin/setpriv --bounding-set +sys_admin grep CapBnd /proc/self/status | grep -q '0000000000[0-9a-f]\\{6\\}$' || echo BROKEN"),
     ("the web server's own programs", "echo '#!/bin/sh' > /web/app/app.cgi.new; ls -la /web/app | grep -q '^-rws' && echo BROKEN"),
 )  # fmt: skip

@@ -670,7 +670,7 @@ class Keeper:
 
     async def clock_numbers(self):
         """What the router's clock shows at this moment, how long it is up, both in nanoseconds, and its rate in thousandths."""
-        text = await self.order("read", path=self.main.path(CLOCK), most=MOST_FACT_BYTES) or ""
+        text = await premises.read(self.order, self.main.path(CLOCK), MOST_FACT_BYTES)
         now = time.time_ns()
         if not re.fullmatch(r"-?\d{1,19} -?\d{1,19} -?\d{1,19} \d{1,9}\n?", text):
             return now, time.clock_gettime_ns(time.CLOCK_BOOTTIME), NORMAL_RATE

@@ -3,6 +3,7 @@
 modules it needs none, and none that takes long to load: script/router is called a thousand times a day."""
 
 import array
+import errno
 import json
 import os
 import socket
@@ -26,6 +27,10 @@ def receive(connection):
 
 
 def send(connection, message, fds=()):
+    """Raises OSError where the message is too long: who receives it would take its beginning for all."""
+    data = json.dumps(message).encode()
+    if len(data) > MOST_MESSAGE_BYTES:
+        raise OSError(errno.EMSGSIZE, os.strerror(errno.EMSGSIZE))
     connection.setblocking(True)
     rights = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", fds))] if fds else []
-    connection.sendmsg([json.dumps(message).encode()], rights)
+    connection.sendmsg([data], rights)

@@ -7,6 +7,8 @@ KernelNetwork makes it of the kernel's; FileNetwork writes what a stand-in for t
 import re
 from typing import NamedTuple
 
+import premises
+
 HOSTS_FILE = "outside/hosts"
 MOST_HOSTS_BYTES = 256 << 10
 MOST_NEIGHBOURS = 2048
@@ -111,7 +113,7 @@ class Network:
     async def follow_hosts(self):
         """Makes the hosts of the LAN those in the home's file. A line is an address, a MAC address, and "wired" or "air". Other lines
         say nothing, and nobody gets an address or a MAC address of the router, a phone or an agent."""
-        text = await self.order("read", path=f"root/{HOSTS_FILE}", most=MOST_HOSTS_BYTES) or ""
+        text = await premises.read(self.order, f"root/{HOSTS_FILE}", MOST_HOSTS_BYTES)
         lines = text.splitlines()[:MOST_NEIGHBOURS]
         if lines == self.lines:
             return

@@ -27,6 +27,7 @@ import messages
 ENDED = "ended"
 CHANGED = "changed"
 MOST_FILES_TOLD = 256  # of one change
+MOST_NAME_TOLD = 64  # characters; the files that somebody waits for have short names
 ROOT = "root/"  # the folder that holds a router's root, below that of the router
 NO_FILE = (errno.ENOENT, errno.ELOOP, errno.ENOTDIR, errno.ENXIO, errno.EXDEV)
 
@@ -86,8 +87,12 @@ class Server:
                         return
                     self.obey(message, fds)
                 elif fd in self.watched:
-                    files = sorted(kernel.read_watch(fd))[:MOST_FILES_TOLD]
-                    messages.send(self.connection, {"event": CHANGED, "name": self.watched[fd], "files": files})
+                    self.tell_change(self.watched[fd], kernel.read_watch(fd))
+
+    def tell_change(self, name, files):
+        """The router may have given its files any names, and any number of them."""
+        short = sorted(file for file in files if len(file) <= MOST_NAME_TOLD)
+        messages.send(self.connection, {"event": CHANGED, "name": name, "files": short if len(short) <= MOST_FILES_TOLD else [""]})
 
     def tell_ends(self):
         while self.tell_end(os.WNOHANG):
@@ -120,7 +125,12 @@ class Server:
             reply["refused"] = traceback.format_exc()
         for fd in fds:
             os.close(fd)
-        messages.send(self.connection, reply, given)
+        try:
+            messages.send(self.connection, reply, given)
+        except OSError as error:
+            if error.errno != errno.EMSGSIZE:
+                raise
+            messages.send(self.connection, {"id": message["id"], "refused": error.strerror})
         for fd in given:
             os.close(fd)
 
@@ -206,22 +216,18 @@ class Server:
         finally:
             os.close(base)
 
-    def do_read(self, _fds, path, most):
-        """A regular file of the run folder, up to so many bytes; None: there is none."""
+    def do_read(self, fds, path):
+        """A regular file of the run folder for reading; no descriptor: there is none."""
         try:
-            folder, name = self.folder_of(path)
-            try:
-                fd = kernel.open_beneath(folder, name, os.O_RDONLY | os.O_NONBLOCK | os.O_NOFOLLOW)
-            finally:
-                os.close(folder)
+            found = self.do_open(fds, path)
         except OSError as error:
             if error.errno in NO_FILE:
                 return None
             raise
-        with os.fdopen(fd, "rb", buffering=0) as file:
-            if not stat.S_ISREG(os.fstat(fd).st_mode):
-                return None
-            return file.read(most).decode(errors="replace")
+        if found and not stat.S_ISREG(os.fstat(found[0]).st_mode):
+            os.close(found[0])
+            return None
+        return found
 
     def do_open(self, _fds, path):
         """A file of the run folder for reading, whatever it is; no descriptor: there is none."""
@@ -279,6 +285,16 @@ def open_board(root, tapped):
     # For reading and writing, so that it never ends.
     console = os.open(os.path.join(root, "dev/console"), os.O_RDWR | os.O_NONBLOCK | os.O_NOFOLLOW)
     return [sockets[0], console, *sockets[1:]]
+
+
+async def read(order, path, most):
+    """The text of a file of the run folder, up to so many bytes; "": there is none. It comes by its descriptor: who is in the router says
+    what is in it, and a message is short."""
+    found = await order("read", path=path)
+    if not found:
+        return ""
+    with open(found[0], "rb", buffering=0) as file:
+        return file.read(most).decode(errors="replace")
 
 
 class Premises:
