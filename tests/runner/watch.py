@@ -6,7 +6,7 @@ import re
 
 from libraries import debug_file
 
-TIMEOUT = {"plain": 10, "sanitize": 30, "valgrind": 90, "target": 60}
+TIMEOUT = {"plain": 60, "sanitize": 60, "valgrind": 120, "target": 60}  # seconds, of a busy machine
 VALGRIND = "/usr/libexec/valgrind"
 VALGRIND_PARTS = ["memcheck-amd64-linux", "vgpreload_core-amd64-linux.so", "vgpreload_memcheck-amd64-linux.so",
                   "default.supp"]
