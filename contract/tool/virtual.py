@@ -15,7 +15,8 @@ import time
 from contract import PROJECT
 
 READY = "Ctrl-C stops the router"
-PATIENCE_SECONDS = 60
+START_SECONDS = 240  # of a busy machine
+END_SECONDS = 60
 CANNOT_RUN_HERE = 77
 
 
@@ -47,7 +48,7 @@ def router(build, *options):
             start_new_session=True,
         )
         try:
-            deadline = time.monotonic() + PATIENCE_SECONDS
+            deadline = time.monotonic() + START_SECONDS
             while READY not in (folder / "log").read_text(errors="replace"):
                 if process.poll() is not None or time.monotonic() > deadline:
                     raise NoRouter((folder / "log").read_text(errors="replace"))
@@ -57,5 +58,5 @@ def router(build, *options):
             if process.poll() is None:
                 process.send_signal(signal.SIGINT)
             with contextlib.suppress(subprocess.TimeoutExpired):
-                process.wait(PATIENCE_SECONDS)
+                process.wait(END_SECONDS)
             shutil.rmtree(folder, ignore_errors=True)

@@ -23,6 +23,8 @@ class Fake:
         fake, self.answer = self, answer
         self.session, self.logins, self.requests, self.user = None, 0, [], "admin"
         self.slow_login, self.stolen, self.same_id, self.lock = 0, False, False, threading.Lock()
+        self.over, self.login_may_end = threading.Event(), threading.Event()
+        self.login_may_end.set()
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def log_message(self, *_):
@@ -32,7 +34,7 @@ class Fake:
                 asked = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
                 reply = fake.reply(asked)
                 if reply is None:
-                    time.sleep(1)
+                    fake.over.wait()
                     return
                 text = (reply if isinstance(reply, str) else json.dumps(reply)).encode()
                 self.send_response(200)
@@ -53,6 +55,7 @@ class Fake:
                 return made if made is None or isinstance(made, str) else {"action": asked["action"] + "Rsp", "result": {"error": 0}, **made}
             self.logins += 1
         time.sleep(self.slow_login)
+        self.login_may_end.wait()
         with self.lock:
             if asked["info"]["user"] != self.user:
                 return {"info": {}, "action": "loginRsp", "result": {"error": 7, "msg": "login fail"}}
@@ -65,6 +68,7 @@ class Fake:
         return self
 
     def __exit__(self, *_):
+        self.over.set()
         self.server.shutdown()
         self.server.server_close()
 
@@ -169,8 +173,8 @@ class PlainTest(unittest.TestCase):
         with Fake(lambda _: None) as fake:
             begin = time.monotonic()
             self.assertRaises(TimedOut, self.make(fake.url, timeout=0.1).get, "app")
-            self.assertRaises(TimedOut, self.make(fake.url).get, "app", timeout=0.1)
-            self.assertLess(time.monotonic() - begin, 0.9)
+            self.assertRaises(TimedOut, self.make(fake.url, timeout=600).get, "app", timeout=0.1)
+            self.assertLess(time.monotonic() - begin, 60)
 
     def test_what_is_no_reply(self):
         for text in ("", "<html>", "[]", "null", "{}", '{"result":1}'):
@@ -265,14 +269,16 @@ class AsyncTest(PlainTest):
             router = AsyncRouter(url)
             cancelled = asyncio.ensure_future(router.get("app"))
             other = asyncio.ensure_future(router.get("app"))
-            await asyncio.sleep(0.05)
+            while not fake.logins:
+                await asyncio.sleep(0.01)
             cancelled.cancel()
             with self.assertRaises(asyncio.CancelledError):
                 await cancelled
+            fake.login_may_end.set()
             self.assertEqual((await other)["app"]["port"], 1)
 
         with Fake(app) as fake:
-            fake.slow_login = 0.2
+            fake.login_may_end.clear()
             asyncio.run(run(fake.url))
             self.assertEqual(fake.logins, 1)
 

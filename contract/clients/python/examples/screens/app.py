@@ -7,7 +7,7 @@ from typing import Callable
 
 from kt7094hzm import LoginRefused, NoReply, Refused, Router, SessionLost, TimedOut
 
-PATIENCE_SECONDS = 6.0
+PATIENCE_SECONDS = 10.0
 
 
 class App:
