@@ -31,7 +31,7 @@ int serve_with(const char *word) {
 }
 
 bool await(const std::function<bool()> &condition) {
-    for (int i = 0; i < 2000 && !condition(); i++) {
+    for (int i = 0; i < 60000 && !condition(); i++) {
         usleep(1000);
     }
     return condition();
