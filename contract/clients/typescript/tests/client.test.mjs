@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The client against servers that do what a router seldom does, and against a router: ROUTER_URL names one.
 import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
 import { createServer } from "node:http";
 import { test } from "node:test";
 import { Cancelled, LoginRefused, NoReply, Refused, Router, SessionLost, TimedOut } from "../dist/index.js";
@@ -197,6 +198,14 @@ test("what went wrong with a pairing is told, though the router is gone", () =>
       await assert.rejects(new Router({ url }).pair({ interval: 1, patience: 30 }), TimedOut);
     },
   ));
+
+test("a fixture takes the place of the network", async () => {
+  const text = await readFile(new URL("../../../fixtures/family/lanStatus.json", import.meta.url), "utf8");
+  const router = new Router({ url: "http://router/app/app.cgi", session: "any", fetch: async () => new Response(text) });
+  const { devlist } = (await router.get("lanStatus")).lanStatus;
+  assert.deepEqual(devlist, JSON.parse(text).lanStatus.devlist);
+  assert(devlist.length > 10);
+});
 
 test("a set of what can only be read tells the cause", () =>
   fake(
