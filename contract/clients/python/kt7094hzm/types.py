@@ -704,7 +704,7 @@ CAUSES = {
     ("set", "netAcc", "ERROR:delMaclist format error!"): "an element of \"dellist\" is null; a device of \"dellist\" is not in the list",
     ("set", "netAcc", ""): "the router can't delete a device",
     ("set", "netAcc", "ERROR: send MSG_CALL_SYSCONF fail"): "everything is stored, but the firewall could not be told",
-    ("set", "urlfilter", ""): "\"enable\" or \"mode\" is missing; the router can't store a switch; a word has more than 30 bytes; the router can't add a word; the word to delete is not in the list of this mode, or the router can't delete it; the router can't empty its list",
+    ("set", "urlfilter", ""): "\"enable\" or \"mode\" is missing; the router can't store a switch; a word has more than 30 bytes; the router can't add a word, as a rule because its lists are full; the word to delete is not in the list of this mode, or the router can't delete it; the router can't empty its list",
     ("set", "urlfilter", "ERROR: send MSG_CALL_SYSCONF fail"): "everything is stored, but the firewall could not be told",
     ("get", "netDig", "ERROR: not find netDig Object"): "the request does not name \"netDig\"",
     ("get", "netDig", "ERROR: not find dst for ping"): "\"dst\" is missing or no string",

@@ -1976,7 +1976,7 @@ export const contract = {
       "refuse": "",
       "when": "enable = 1 and addurl text",
       "state": "the store refuses the entry",
-      "cause": "the router can't add a word"
+      "cause": "the router can't add a word, as a rule because its lists are full"
      },
      {
       "done": true,
