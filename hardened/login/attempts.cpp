@@ -29,7 +29,7 @@
 namespace {
 
 constexpr char kAttemptsPath[] = PRODUCT_SESSION ".logins";
-constexpr int kMostClients = 256;  // all that a LAN of 24 bits has
+constexpr int kMostClients = 256;                  // all that a LAN of 24 bits has
 constexpr int kFreeAttempts = 2;                   // who mistypes twice does not wait
 constexpr long long kLongestRefusal = 900;         // seconds
 constexpr long long kForgottenAfter = 3600;        // seconds after the refusal's end
@@ -47,6 +47,11 @@ struct Clients {
 };
 
 constexpr size_t kLongestLine = sizeof Client::address + 16 + 20;
+
+// Of these a login touches what it uses, which is a line or two. On the stack both would have to be cleared first,
+// which costs it a third more.
+Clients g_clients;
+char g_text[kMostClients * kLongestLine + 1];
 
 // The second wait is twice the first, and so on.
 long long refusal(int attempts) {
@@ -85,14 +90,15 @@ int open_locked() {
 }
 
 // Reads the clients that still count. What is no line of the file's own is none.
-void read_clients(int file, long long now, Clients &clients) {
-    char text[kMostClients * kLongestLine + 1];
-    read_beginning(file, text);
-    char *line = text;
+Clients &read_clients(int file, long long now) {
+    Clients &clients = g_clients;
+    clients.count = 0;
+    read_beginning(file, g_text);
+    char *line = g_text;
     while (clients.count < kMostClients) {
         char *const end = strchr(line, '\n');
         if (end == nullptr) {
-            return;
+            break;
         }
         *end = '\0';
         Client client;
@@ -104,18 +110,19 @@ void read_clients(int file, long long now, Clients &clients) {
         }
         line = end + 1;
     }
+    return clients;
 }
 
 void write_clients(int file, const Clients &clients) {
-    char text[kMostClients * kLongestLine + 1] = {};
+    g_text[0] = '\0';
     for (int i = 0; i < clients.count; ++i) {
         const Client &client = clients.rows[i];
-        append(text, {client.address, " ", Decimal(client.attempts).c_str(), " ", Decimal(client.refused_until).c_str(),
-                      "\n"});
+        append(g_text, {client.address, " ", Decimal(client.attempts).c_str(), " ",
+                        Decimal(client.refused_until).c_str(), "\n"});
     }
     // Over what is there, and what is left of that cut off: who is killed in between has forgotten nobody.
-    const size_t length = strlen(text);
-    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, text, length) ||
+    const size_t length = strlen(g_text);
+    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, g_text, length) ||
         ftruncate(file, static_cast<off_t>(length)) != 0) {
         report_error("a login is not remembered");
     }
@@ -156,8 +163,7 @@ bool may_try_login() {
     char address[sizeof Client::address];
     name_client(address);
     const long long now = seconds_since_start();
-    Clients clients;
-    read_clients(file.get(), now, clients);
+    Clients &clients = read_clients(file.get(), now);
     Client *client = find_client(clients, address);
     if (client != nullptr && client->refused_until > now) {
         return false;
@@ -179,8 +185,7 @@ void forget_wrong_logins() {
     }
     char address[sizeof Client::address];
     name_client(address);
-    Clients clients;
-    read_clients(file.get(), seconds_since_start(), clients);
+    Clients &clients = read_clients(file.get(), seconds_since_start());
     Client *const client = find_client(clients, address);
     if (client != nullptr) {
         *client = clients.rows[--clients.count];
