@@ -45,6 +45,7 @@ web-servers     | cpu  | -    | build router web-servers | release: app.cgi arpc
 cases-hardened  | cpu  | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/run_cases --hardened
 cases-hardened-resident | cpu | - | build cases      | hardened: app.scgi; release: tests/runner/all | tests/run_cases --hardened --through scgi --sample 12
 e2e-hardened    | cpu  | -    | build router home    | hardened: app.cgi virtual_router/all  | tests/e2e/run --way no-namespaces --build build/hardened --story requests
+bench-hardened  | cpu  | -    | build router valgrind | hardened: app.cgi; release: app.cgi apmib arpcheck driver flash bench_floor bench_bare bench_driver bench_hardened | script/bench --hardened --quick
 binary-hardened | cpu  | -    | build python         | hardened: app.cgi                     | tests/structure/check_binary build/hardened
 attacks         | cpu  | -    | build cases          | hardened: app.cgi; release: app.cgi tests/runner/all | tests/hardened/attacks
 contract-made   | cpu  | page | contract             |                                       | contract/make --check
