@@ -259,7 +259,8 @@ def mesh(t, has_agents):
         ask = ["run", "curl", "-sS", "-d", '{"action":"scan"}', "http://10.20.0.11/app/app.cgi"]
         status, scan = look_until(lambda answer: answer[0] == 0, lambda: t.router.inside(*ask))
         t.results.check("an agent is a device of its own", '"name":\t"Agent 2"' in scan and "024B54709502" in scan, f"status {status}\n{scan}")
-    for state in ("allon", "alloff"):
+    # Each is another state than the agents have: who sees it knows that no older order is still on its way.
+    for state in ("alloff", "allon", "alloff"):
         t.set(f"LEDs: {state}", sys={"led": state})
         t.results.check("the controller's are", t.sys().get("led") == state, t.sys())
         if has_agents:
