@@ -89,9 +89,8 @@ async function block(device, on) {
   notice(on ? `${device.name} is blocked from the Internet.` : `${device.name} is let in again.`);
 }
 
-function details(device, home, look, spots) {
-  if (!device) return h("p", { class: "empty" }, "Choose a device in the picture: by a click, or with the arrow keys and Enter. Drag it to another place, or bring it there here.");
-  const place = h("select", { id: "spot", "data-key": "spot" }, spots.map(({ spot, title }) => h("option", { value: spot, selected: spot === device.at }, title)));
+/** What is told of a device: two elements. */
+function details(device) {
   const facts = [
     ["Address", device.address ?? "none"],
     ["MAC", device.mac],
@@ -103,6 +102,13 @@ function details(device, home, look, spots) {
   return [
     h("div", { class: "card-head row" }, h("h2", {}, device.name), device.denied ? h("span", { class: "badge bad" }, "blocked") : h("span", { class: `badge ${device.connected ? "good" : "warn"}` }, device.connected ? "connected" : "not connected")),
     h("dl", { class: "facts" }, facts.filter(([, value]) => value !== null && value !== undefined).map(([term, value]) => h("div", {}, h("dt", {}, term), h("dd", {}, String(value))))),
+  ];
+}
+
+/** What is done with it. */
+function deeds(device, look, spots) {
+  const place = h("select", { id: "spot", "data-key": "spot" }, spots.map(({ spot, title }) => h("option", { value: spot, selected: spot === device.at }, title)));
+  return [
     h("label", { class: "field" }, "Bring to", place),
     h("div", { class: "row actions" },
       button("Bring it there", () => line("roam", device.name, place.value), async () => {
@@ -134,6 +140,7 @@ function open(main) {
   const bar = h("div", { class: "row switches", role: "group", "aria-label": "Switches" });
   const about = h("p", {}, "…");
   const panel = h("section", { class: "card", "aria-label": "Device" });
+  let told = []; // in it, of the chosen device
   const learnt = h("section", { class: "card", "aria-label": "What the router learns from" });
   const events = h("ol", { class: "events", tabindex: "0", "aria-label": "What happened, the last first" });
   const table = h("div", {});
@@ -168,8 +175,12 @@ function open(main) {
     replace(bar, switches(home, look));
     picture.show(home, chosen);
     // What somebody is choosing from is not taken away under the hand.
-    if (!panel.contains(document.activeElement) || panel.dataset.of !== `${chosen} ${device?.at} ${device?.denied}`) replace(panel, details(device, home, look, picture.spots()));
-    panel.dataset.of = `${chosen} ${device?.at} ${device?.denied}`;
+    const of = `${chosen} ${device?.at} ${device?.denied}`;
+    const old = told;
+    told = device ? details(device) : [h("p", { class: "empty" }, "Choose a device in the picture: by a click, or with the arrow keys and Enter. Drag it to another place, or bring it there here.")];
+    if (!panel.contains(document.activeElement) || panel.dataset.of !== of) replace(panel, told, device && deeds(device, look, picture.spots()));
+    else old.forEach((element, at) => element.replaceWith(told[at]));
+    panel.dataset.of = of;
     if (!learnt.contains(document.activeElement) || learnt.dataset.of !== JSON.stringify(home.broken)) replace(learnt, sources(home, look));
     learnt.dataset.of = JSON.stringify(home.broken);
     if (tableBox.open) replace(table, asTable(home));

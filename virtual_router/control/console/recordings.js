@@ -94,7 +94,7 @@ function open(main) {
       list(verdicts);
       told.textContent = `${verdicts.length} of ${recording.exchanges.length} asked`;
     }, signal));
-    told.textContent = end ? `${end.passed} replies are the same, ${end.failed} differ.` : "It was stopped.";
+    told.textContent = end ? `${end.passed} ${end.passed === 1 ? "reply is" : "replies are"} the same, ${end.failed} ${end.failed === 1 ? "differs" : "differ"}.` : "It was stopped.";
   }, { class: "primary" });
   const home = button("Make a home of it", () => `${command.line("recording", "home", name)} >home.json`, async () => {
     const { home: found, left_out: leftOut } = await post("/api/recording/home", { recording: needed() });
