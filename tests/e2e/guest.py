@@ -55,6 +55,8 @@ ATTACKS = (
     ("what listens on the PC's loopback", "for a in 127.0.0.1 192.168.1.100 203.0.113.1; do nc -w 1 $a PORT </dev/null | grep -q secret && echo BROKEN; done"),
     ("the PC's network interfaces", "ifconfig -a | grep -q '^e[tn][hsp]0' && echo BROKEN"),
     ("descriptors of the PC", "for d in /proc/self/fd/*; do readlink $d; done | grep -v '^/dev\\|pipe:\\|^/proc\\|socket:' | grep . && echo BROKEN"),
+    ("descriptors of the first process", "for d in /proc/1/fd/*; do readlink $d; done | grep -v '^/dev/null$' && echo BROKEN"),
+    ("descriptors of all others", "for d in /proc/[0-9]*/fd/*; do [ -e $d/canary ] && echo BROKEN; done"),
     ("variables of the PC", "env | grep -v '^PATH=\\|^PWD=\\|^SHLVL=\\|^CONTENT_\\|^REMOTE_\\|^HTTP\\|^SERVER_\\|^REQUEST_\\|^GATEWAY\\|^SCRIPT_\\|^DOCUMENT\\|^QUERY\\|^REDIRECT\\|^_=' | grep . && echo BROKEN"),
     ("the terminal", "[ -c /dev/tty ] && echo BROKEN; [ -e /dev/pts ] && echo BROKEN; [ -t 0 ] && echo BROKEN; [ -t 2 ] && echo BROKEN"),
     ("limits of its own making", "ulimit -n 1000000 && echo BROKEN; ulimit -v unlimited && echo BROKEN"),
@@ -367,7 +369,11 @@ def invade(results, way, build):
     listener, port = listen()
     pc = Pc(way.user)
     try:
-        if not results.check("a router for a hostile app starts", router.start() is not None, router.output()):
+        # As what starts script/server may have it open.
+        handed = os.open(canary.parent, os.O_RDONLY | os.O_DIRECTORY)
+        started = router.start(handed=[handed])
+        os.close(handed)
+        if not results.check("a router for a hostile app starts", started is not None, router.output()):
             return
         canary.write_text("secret\n")
         canary.chmod(0o600)

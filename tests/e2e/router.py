@@ -176,9 +176,9 @@ class Router:
         """Runs script/server to its end, which must be soon. Returns its exit status and all that it said."""
         return outcome(self.command(*arguments), env=self.environment(**environment))
 
-    def start(self, *arguments, fast=True, output=None, look=None):
+    def start(self, *arguments, fast=True, output=None, look=None, handed=()):
         """Starts a router, whose reboots are short ones unless it is told otherwise. It prints into a file, or to the descriptor `output`,
-        and `look` tells what. Returns the seconds until it had introduced itself, or None if it did not."""
+        and `look` tells what; it has the descriptors `handed`, too. Returns the seconds until it had introduced itself, or None if it did not."""
         self.before = queues()
         self.look = look or self.read_log
         begin = time.monotonic()
@@ -193,6 +193,7 @@ class Router:
                 stderr=subprocess.STDOUT,
                 env=self.environment(),
                 preexec_fn=heed_signals,
+                pass_fds=handed,
             )  # fmt: skip
         if not self.await_output("Ctrl-C stops the router", seconds=START_SECONDS):
             return None

@@ -146,6 +146,10 @@ async def keep(options):
 
 def main():
     options = parse(sys.argv[1:])
+    # What whoever started it had open is not for the router.
+    kernel.close_others({options.build_lock})
+    if options.build_lock is not None:
+        os.set_inheritable(options.build_lock, False)
     os.umask(0o077)
     kernel.adopt_orphans()
     try:

@@ -42,13 +42,7 @@ def become_caretaker(*kept):
     signal.set_wakeup_fd(-1)
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, signal.SIG_IGN)
-    stays = {*single, *more}
-    for fd in [int(name) for name in os.listdir("/proc/self/fd")]:
-        if fd > 2 and fd not in stays:
-            try:
-                os.close(fd)
-            except OSError:  # that of the list itself
-                pass
+    kernel.close_others({*single, *more})
     null = os.open("/dev/null", os.O_RDWR)
     for number in range(3):
         os.dup2(null, number)

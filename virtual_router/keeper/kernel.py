@@ -132,6 +132,16 @@ def set_hostname(name):
     _checked(_LIBC.sethostname(text, len(text)))
 
 
+def close_others(kept):
+    """Closes all descriptors but the standard ones and these."""
+    for fd in [int(name) for name in os.listdir("/proc/self/fd")]:
+        if fd > 2 and fd not in kept:
+            try:
+                os.close(fd)
+            except OSError:  # that of the list itself
+                pass
+
+
 def die_with_parent(signal_number):
     _checked(_LIBC.prctl(_PR_SET_PDEATHSIG, signal_number, 0, 0, 0))
 

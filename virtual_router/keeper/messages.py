@@ -22,7 +22,13 @@ def socket_address(folder):
 
 def receive(connection):
     """Returns a message and its descriptors; (None, []) at the end."""
-    data, fds, flags, _ = socket.recv_fds(connection, MOST_MESSAGE_BYTES, MOST_DESCRIPTORS, socket.MSG_CMSG_CLOEXEC)
+    room = socket.CMSG_SPACE(MOST_DESCRIPTORS * array.array("i").itemsize)
+    # socket.recv_fds() does not hand its flags on.
+    data, rights, _, _ = connection.recvmsg(MOST_MESSAGE_BYTES, room, socket.MSG_CMSG_CLOEXEC)
+    fds = array.array("i")
+    for level, kind, content in rights:
+        if (level, kind) == (socket.SOL_SOCKET, socket.SCM_RIGHTS):
+            fds.frombytes(content[: len(content) - len(content) % fds.itemsize])
     return (json.loads(data) if data else None), list(fds)
 
 

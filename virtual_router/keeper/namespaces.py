@@ -269,7 +269,7 @@ class Mode:
                 kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWIPC | kernel.CLONE_NEWUTS | kernel.CLONE_NEWPID)
                 first = os.fork()
                 if first == 0:
-                    self.be_first(found, name)
+                    self.be_first(found, name, tell)
                 os.write(tell, f"{first}\n".encode())
             except BaseException as error:
                 os.write(tell, f"the router's first process: {error}\n".encode())
@@ -285,7 +285,8 @@ class Mode:
         for kind in NAMESPACES:
             found.spaces[kind] = os.open(f"/proc/{found.first}/ns/{kind}", os.O_RDONLY | os.O_CLOEXEC)
 
-    def be_first(self, found, name):
+    def be_first(self, found, name, tell):
+        """Becomes the router's first process, which has no descriptor that leads out of it: others of the router see them in /proc."""
         kernel.set_hostname("router" if name == "router" else name.replace(" ", ""))
         os.chdir(found.root)
         kernel.mount("proc", "proc", "proc", kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC)
@@ -297,6 +298,8 @@ class Mode:
         null = os.open("/dev/null", os.O_RDWR)
         for fd in range(3):
             os.dup2(null, fd)
+        os.closerange(3, tell)
+        os.closerange(tell + 1, 1 << 16)
         confinement.limit_resources()
         kernel.keep_capabilities((), self.last_capability)
         confinement.put_filter_in_force(self.filter)
