@@ -59,7 +59,13 @@ def form(bench):
         for word in ("when", "sure"):
             if word in step:
                 faults += bad_paths(bench.contract, name, action, step, dryrun.parse(step[word]))
+    faults += [f"README.md shows what no file has: {line}" for line in shown_lines() if line not in (FOLDER / "objects/app.yaml").read_text().splitlines()]
     return len(list(bench.contract.steps())) + len(bench.contract.objects), faults, ""
+
+
+def shown_lines():
+    """Of the file that README.md shows."""
+    return re.search(r"^```yaml\n(.*?)^```$", (FOLDER / "README.md").read_text(), re.S | re.M)[1].splitlines()
 
 
 def bad_paths(contract, name, action, step, tree):
