@@ -9,7 +9,7 @@ import tempfile
 
 import looks
 from costs import Costs
-from hands import click, fill, go, send_key, wait_text
+from hands import click, fill, go, send_key, text_of, wait_text
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 ROWS = "document.querySelectorAll('.lines-room .line').length"
@@ -111,17 +111,20 @@ async def act(results, page, keep, router, control):
     await looks.long_words(results, page, "journal")
 
 
-async def open_last(page, count):
-    await page.wait(f"{ROWS} === {count}")
-    await page.value("document.querySelector('.lines-room .line').click()")
+async def open_line(page, number):
+    """Clicks on the line of that request, as soon as it is there."""
+    await page.wait(f"""(() => {{
+        const line = [...document.querySelectorAll(".lines-room .line")].find(e => e.firstElementChild.textContent === "{number}");
+        line?.click();
+        return Boolean(line); }})()""")
 
 
 async def run_copies(results, page, router, control):
     """Each of the copied texts is run, and asks the router the same."""
     router.ask(json.dumps(HARD))
-    await open_last(page, 5)
     number = control.get("/api/status").json()["journal"]
-    results.check("a request with quotation marks is opened", await wait_text(page, ".request h2", f"{number}: scan"))
+    await open_line(page, number)
+    results.check("a request with quotation marks is opened", await wait_text(page, ".request h2", f"{number}: scan"), await text_of(page, ".lines-room .line"))
     for form, begins, command in PROGRAMS:
         await click(page, form)
         await wait_text(page, ".copied pre", begins)

@@ -202,8 +202,12 @@ function open(main, path) {
     panel.scrollTop = 0;
   }
 
+  let readings = 0;
+
   async function read(number) {
+    const reading = ++readings;
     const found = await get(`/api/journal/${number}`);
+    if (reading !== readings) return; // another was chosen meanwhile
     replace(panel, whole(found));
     clearTimeout(again);
     // What the daemon does for it may take a while; nothing is taken away under the hand.
