@@ -121,7 +121,19 @@ class Player:
         return [message_queue.show_record(int(kind), bytes.fromhex(payload)) for kind, _, payload in (line.partition(" ") for line in new)]
 
     def play(self, case):
-        """What is wrong, as (aspect, expected, seen)."""
+        """What is wrong, as a list of (aspect, expected, seen). A case whose connection was dropped is played again from its start: its
+        request may have been carried out or not."""
+        for attempt in range(1, TRIES + 1):
+            try:
+                return list(self.wrongs(case))
+            except ConnectionError as error:
+                if attempt == TRIES:
+                    return [("reply", "", str(error))]
+                print(f"again     {case['name']}: {error}", flush=True)
+                time.sleep(attempt)
+                self.records(0)  # those of the request that nobody knows of
+
+    def wrongs(self, case):
         store = Store(case["world"], self.items)
         refused = self.stage(["restore", *CLEAN_UP, *store.lines()])
         if refused:
@@ -130,6 +142,8 @@ class Player:
         for step in case["steps"]:
             port = self.machine.ports["loopback" if step["remote_addr"] == HERE else "cgi"]
             status, _, body = asking.post(port, caseformat.to_bytes(caseformat.expand(step.get("body", ""))))
+            if status == 0:
+                raise ConnectionError(body.decode())
             wanted = step["reply"] and caseformat.to_bytes(step["reply"])
             if wanted is None and status not in UNANSWERED:
                 yield "reply", UNANSWERED, (status, body)
