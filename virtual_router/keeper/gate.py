@@ -17,6 +17,14 @@ _ABSOLUTE = re.compile(rb"(?i)https?://([^/?#]*)(.*)", re.DOTALL)
 _OF_CONNECTION = {b"connection", b"keep-alive", b"proxy-connection", b"upgrade", b"http2-settings", b"te"}
 # A browser sends the cookies of one of this PC's ports to all; the one that opens the control port is not for a router.
 _NOT_PASSED = re.compile(rb"control-[0-9]+=[^;]*(?:;[ \t]*|$)")
+# Of a reply, what a browser would keep: cookies are common to all ports of this PC, and whatever answers at this one another day
+# would be covered by a page of the router's that was kept.
+_NOT_KEPT = {b"set-cookie", b"set-cookie2", b"clear-site-data", b"cache-control", b"expires", b"alt-svc"}
+_KEEP_NOTHING = b"Cache-Control: no-store\r\n"
+# As browsers find them: they take more for the end of a line, and of the head, than HTTP does.
+_LINE = re.compile(rb"[^\r\n]*(?:\r\n|\r|\n|$)")
+_END_OF_HEAD = re.compile(rb"\n\r?\n")
+_STATUS_LINE = re.compile(rb"HTTP/1\.[01] ([1-5])\d\d(?!\d)")
 # Which the keeper alone tells the web server. That makes variables of names, and other characters in them "_".
 OF_KEEPER = b"X-Keeper-"
 _UNLIKE_IN_VARIABLES = re.compile(rb"[^a-z0-9]")
@@ -83,6 +91,8 @@ class Gate:
         if absolute:
             target = absolute[2] if absolute[2].startswith(b"/") else b"/" + absolute[2]
         origin = self.check_origin(values(b"origin"), values(b"sec-fetch-site"))
+        if values(b"service-worker"):
+            raise Refusal("403 Forbidden", "A page of this router leaves no program behind in the browser.")
         lengths = set(values(b"content-length"))
         if len(lengths) > 1 or (lengths and values(b"transfer-encoding")) or any(not length.isdigit() for length in lengths):
             raise Refusal("400 Bad Request", "The length of the body is not clear.")
@@ -149,3 +159,52 @@ class Gate:
     def permission(self, request):
         """The header lines by which a browser lets the page read the reply."""
         return b"Access-Control-Allow-Origin: " + request.origin + b"\r\nVary: Origin\r\n" if request.origin else b""
+
+
+class Unlike(Exception):
+    """What comes is no reply of HTTP."""
+
+
+class ReplyHead:
+    """Passes a reply on without what a browser would keep of it beyond the reply. `permission`: the header lines that it gets."""
+
+    def __init__(self, permission):
+        self.lines = permission + _KEEP_NOTHING
+        self.held = b""
+        self.over = False
+
+    def make_of(self, data):
+        """What is sent in the place of the next bytes. Raises Unlike."""
+        if self.over:
+            return data
+        self.held += data
+        sent = b""
+        while not self.over and (end := _END_OF_HEAD.search(self.held)):
+            head, self.held = self.held[: end.end()], self.held[end.end() :]
+            sent += self.fit(head)
+        if self.over:
+            sent, self.held = sent + self.held, b""
+        elif len(self.held) > MOST_HEAD_BYTES:
+            raise Unlike
+        return sent
+
+    def end(self):
+        """What is sent when no more comes. Browsers take a head without its end for one."""
+        return self.fit(self.held) if self.held else b""
+
+    def fit(self, head):
+        status = _STATUS_LINE.match(head)
+        if not status:
+            raise Unlike
+        self.over = status[1] != b"1"  # else the reply proper is still to come
+        first, *lines = _LINE.findall(head)
+        if not first.endswith((b"\r", b"\n")):
+            first += b"\r\n"
+        kept = [first, self.lines] if self.over else [first]
+        dropped = False
+        for line in lines:
+            if not (dropped and line[:1] in (b" ", b"\t")):  # such a line goes on with the one before
+                dropped = line.partition(b":")[0].strip().lower() in _NOT_KEPT
+            if not dropped:
+                kept.append(line)
+        return b"".join(kept)

@@ -304,13 +304,18 @@ class Port:
 
     async def pass_reply(self, client, server, request, exchange, chosen):
         lost = False  # the client takes no more; what comes is dropped
-        permission = self.gate.permission(request)
+        head = gates.ReplyHead(self.gate.permission(request))
         spoilt = Spoilt(chosen)
-        while data := await self.loop.sock_recv(server, CHUNK):
-            if permission and b"\r\n" in data:
-                status, end, more = data.partition(b"\r\n")
-                data, permission = status + end + permission + more, b""
-            if chosen.faults:
+        more = True
+        while more:
+            more = await self.loop.sock_recv(server, CHUNK)
+            try:
+                data = head.make_of(more) if more else head.end()
+            except gates.Unlike:
+                exchange.note = "what the web server answers is no reply of HTTP"
+                await self.answer(client, "502 Bad Gateway", "What the web server answers is no reply of HTTP.\n", exchange)
+                return
+            if chosen.faults and data:
                 data = await spoilt.make_of(data)
             if not lost and data:
                 try:
