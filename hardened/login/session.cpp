@@ -92,7 +92,8 @@ struct Terms {
 };
 
 bool read_terms(const char *at, Terms &terms) {
-    if (!take(at, kBootKey) || !take(at, StartName().text) || !take(at, "\n") || !take(at, kSinceKey) || !take_time(at, terms.since) || !take(at, "\n") || !take(at, kUsedKey)) {
+    if (!take(at, kBootKey) || !take(at, StartName().text) || !take(at, "\n") || !take(at, kSinceKey) ||
+        !take_time(at, terms.since) || !take(at, "\n") || !take(at, kUsedKey)) {
         return false;
     }
     terms.used_at = at;
@@ -122,8 +123,8 @@ bool write_session(const char *id) {
     const TimeText now(seconds_since_start());
     char text[sizeof Session::text];
     return client_address != nullptr &&
-           join(text, {kSessionKey, id, "\n", kBootKey, StartName().text, "\n", kSinceKey, now.text, "\n", kUsedKey, now.text, "\n", kAddressKey,
-                       client_address, "\n"}) &&
+           join(text, {kSessionKey, id, "\n", kBootKey, StartName().text, "\n", kSinceKey, now.text, "\n", kUsedKey,
+                       now.text, "\n", kAddressKey, client_address, "\n"}) &&
            replace_session_file(text);
 }
 
