@@ -21,7 +21,6 @@ OWN_FILES = (  # the hardened build's own, and the processes that are laid out f
 PROGRAMS = ("flash", "ping", "leds", "wscd", "curl")
 MOST_CHANGED = 0.05  # of all cases
 BACKGROUND = "run curl "  # what the program does not wait for, so that its place among the events is chance
-LONGEST_BACKGROUND = 60  # seconds, on a busy machine
 
 
 class TableError(Exception):
@@ -32,6 +31,7 @@ class HardenedSandbox(sandbox.Sandbox):
     """One without a shell, in which programs are found by their names."""
 
     SHELL = tuple(f"/bin/{name}" for name in PROGRAMS)
+    longest_background = 60  # seconds, on a busy machine
 
     def run(self, step, body):
         for name, number in PROCESSES.items():
@@ -48,7 +48,7 @@ class HardenedSandbox(sandbox.Sandbox):
 
     def wait_for_background(self, step):
         wanted = sum(line.startswith(BACKGROUND) for line in step.get("events", []))
-        deadline = time.monotonic() + LONGEST_BACKGROUND
+        deadline = time.monotonic() + self.longest_background
         while wanted and time.monotonic() < deadline:
             if self.root.path("/.runner/events").read_text(errors="replace").count(BACKGROUND) >= wanted:
                 return
