@@ -193,7 +193,7 @@ count() {
 run() {
     local name=$1 log=$logs/$1 status=0 wall user system TIMEFORMAT='%R %U %S'
     shift
-    { time "$@" >"$log" 2>&1 </dev/null; } 2>"$log.time" || status=$?
+    (time "$@" >"$log" 2>&1 </dev/null) 2>"$log.time" || status=$? # a shell of its own counts no other lane
     read -r wall user system < <(tail -n 1 "$log.time")
     if [ "$status" -eq 77 ]; then
         echo "skipped $name: $(tail -n 1 "$log")"
