@@ -12,7 +12,7 @@ import homefile
 from model import Device, Home, Lease
 
 FORM = 1
-# Sources of chance that a device has, and how the seed of each ends, behind the seed of the home and the device's MAC address.
+# A device's sources of chance. Each begins with the home's number, the MAC address and what stands here, so that none repeats another.
 _CHANCES = {"chance": "", "joining": " joins", "asking": " asks"}
 _OF_EACH_PHONE = ("mac", "place", "lease")
 _VERSION, _NUMBERS = 3, struct.Struct("<625I")  # of Python's generator
