@@ -97,7 +97,8 @@ std::string make_text(const Key &key) {
         return any_of(kWeeks);
     }
     if (form == "session") {
-        return one_in(2) ? "Us0123456789abcdef0123456789abcdef" : "";
+        // The last two stand for the id that was handed out last and the one before (login_target.cpp).
+        return any_of({"Us0123456789abcdef0123456789abcdef", "", "OLD", "SESSION"});
     }
     if (strcmp(key.name, "Act") == 0) {
         return any_of({"add", "del", "mod"});
@@ -211,7 +212,9 @@ std::string print(const cJSON *tree) {
 
 std::string make_body() {
     Tree root(cJSON_CreateObject());
-    const char *action = one_in(20) ? any_of({"login", "scan", "Get", ""}) : one_in(3) ? "get" : "set";
+    const char *action = one_in(kTaste.other_actions) ? any_of({"login", "login", "scan", "Get", ""})
+                         : one_in(3)                  ? "get"
+                                                      : "set";
     cJSON_AddStringToObject(root.get(), "action", action);
     const bool sets = strcmp(action, "set") == 0;
     for (unsigned count = one_in(4) ? 1 + below(4) : 1; count > 0; --count) {
@@ -228,8 +231,8 @@ std::string make_body() {
         const Key &key = kRequestKeys[i];
         const bool is_info = strcmp(key.name, "info") == 0;
         const bool is_action = strcmp(key.name, "action") == 0;
-        const bool is_ip = strcmp(key.name, "ip") == 0;
-        if (!is_action && (is_info ? strcmp(action, "login") == 0 : one_in(is_ip ? 30 : 4))) {
+        const unsigned rare = strcmp(key.name, "ip") == 0 ? 30 : strcmp(key.name, "sessionid") == 0 ? 2 : 4;
+        if (!is_action && (is_info ? strcmp(action, "login") == 0 : one_in(rare))) {
             cJSON_AddItemToObject(root.get(), key.name, make_value(key, 0));
         }
     }
@@ -546,10 +549,10 @@ std::string make_fault() {
     return fault;
 }
 
-constexpr const char *kInterfaces[] = {"wlan0",     "wlan1",     "wlan0-va0", "wlan0-va1",
-                                       "wlan0-va3", "wlan1-va0", "wlan1-va3", "wlan1-va2"};
-constexpr const char *kCommands[] = {"ifconfig br0", "ping ",    "flash get", "killall", "kill ",
-                                     "iptables -S",  "iptables", "rm ",       "echo "};
+constexpr const char *kInterfaces[] = {"wlan0",     "wlan1",     "wlan0-va0", "wlan0-va1", "wlan0-va2",
+                                       "wlan0-va3", "wlan1-va0", "wlan1-va1", "wlan1-va2", "wlan1-va3"};
+constexpr const char *kCommands[] = {"ifconfig br0", "ping ", "leds getenable", "leds ", "flash get", "killall",
+                                     "kill ",        "curl ", "iptables -S",    "rm ",   "iptables",  "echo "};
 
 Section make_section() {
     const std::string kind = any_of(kTaste.kinds);
@@ -582,8 +585,8 @@ Section make_section() {
     }
     if (kind == "command") {
         return {kind, any_of(kCommands),
-                any_of({"0\n", "1\n", "0\nbr0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC\n",
-                        "0\nPING 1.1.1.1\n64 bytes\n", "127\nnot found\n"})};
+                any_of({"0\n", "1\n", "0\nbr0       Link encap:Ethernet  HWaddr 00:11:22:AA:BB:CC\n", "0\n0\n",
+                        "0\n1\n", "0\nPING 1.1.1.1\n64 bytes\n2 packets received\n", "127\nnot found\n"})};
     }
     if (kind == "rules") {
         return {kind, "", any_of({"192.168.1.100", "10.0.0.1", "255.255.255.255", ""})};

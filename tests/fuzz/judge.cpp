@@ -14,29 +14,28 @@ namespace {
 
 constexpr int kFailure = 255;
 
-// As base/utf8.cpp has to be, written another way: by what a character is worth.
-bool is_utf8(const std::string &text) {
-    for (size_t at = 0; at < text.size();) {
-        const auto first = static_cast<unsigned char>(text[at]);
-        const size_t length = first < 0x80 ? 1 : first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-        if (first >= 0x80 && (first < 0xc2 || first > 0xf4)) {
-            return false;
-        }
-        unsigned worth = length == 1 ? first : first & (0xffU >> (length + 1));
-        for (size_t i = 1; i < length; ++i) {
-            const unsigned next = at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0;
-            if ((next & 0xc0) != 0x80) {
-                return false;
-            }
-            worth = worth << 6 | (next & 0x3f);
-        }
-        constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (worth < kLeast[length] || worth > 0x10ffff || (worth >= 0xd800 && worth <= 0xdfff)) {
-            return false;
-        }
-        at += length;
+// The length of the UTF-8 character there, by what it is worth: base/utf8.cpp has to say the same, in another way.
+// 0: there is none.
+size_t character_at(const std::string &text, size_t at) {
+    const auto first = static_cast<unsigned char>(text[at]);
+    const size_t length = first < 0x80 ? 1 : first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+    if (first >= 0x80 && (first < 0xc2 || first > 0xf4)) {
+        return 0;
     }
-    return true;
+    unsigned worth = length == 1 ? first : first & (0xffU >> (length + 1));
+    for (size_t i = 1; i < length; ++i) {
+        const unsigned next = at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0;
+        if ((next & 0xc0) != 0x80) {
+            return 0;
+        }
+        worth = worth << 6 | (next & 0x3f);
+    }
+    constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    return worth < kLeast[length] || worth > 0x10ffff || (worth >= 0xd800 && worth <= 0xdfff) ? 0 : length;
+}
+
+bool is_utf8(const std::string &text) {
+    return as_utf8(text) == text;
 }
 
 // Whether what the program reads is all valid: then its reply must be, too. Bytes of the store and of requests are
@@ -79,9 +78,16 @@ bool has_fault(std::initializer_list<Call> calls) {
     return false;
 }
 
-// A reply is one write: cJSON's formatted print and a line feed.
-Tree judge_reply() {
+// A reply is one write, however the kernel cuts it: cJSON's formatted print and a line feed. Half of one is told by the
+// exit status, and only where the client is gone.
+Tree judge_reply(int status) {
     if (router.replies.empty()) {
+        return nullptr;
+    }
+    if (router.reply_is_cut) {
+        if (status != kFailure || !has_fault({Call::kWrite})) {
+            wrong("half a reply, and exit status %d", status);
+        }
         return nullptr;
     }
     if (router.replies.size() > 1) {
@@ -107,10 +113,17 @@ Tree judge_reply() {
 bool changes(Event event) {
     return event == Event::kSet || event == Event::kAdd || event == Event::kDelete || event == Event::kDeleteAll ||
            event == Event::kCommit || event == Event::kSave || event == Event::kRun || event == Event::kQueue ||
-           event == Event::kWrite;
+           event == Event::kWrite || event == Event::kRemove;
 }
 
-// A refused caller changes nothing and learns nothing.
+constexpr char kRefusal[] =
+    "{\n\t\"action\":\t\"loginRsp\",\n\t\"result\":\t{\n\t\t\"error\":\t6,\n\t\t\"msg\":\t\"need login\"\n\t}\n}\n";
+
+bool is_refused() {
+    return !router.replies.empty() && router.replies[0] == kRefusal;
+}
+
+// A refused caller changes nothing and learns nothing, whatever fails: at most no reply leaves.
 void judge_refusal(const Outcome &outcome) {
     for (const Done &each : router.done) {
         if (changes(each.event)) {
@@ -120,14 +133,13 @@ void judge_refusal(const Outcome &outcome) {
     if (outcome.status != kFailure) {
         wrong("exit status %d for a caller who may not act", outcome.status);
     }
-    constexpr char kRefusal[] =
-        "{\n\t\"action\":\t\"loginRsp\",\n\t\"result\":\t{\n\t\t\"error\":\t6,\n\t\t\"msg\":\t\"need login\"\n\t}\n}\n";
-    if (!has_fault({Call::kMalloc, Call::kWrite}) && (router.replies.empty() || router.replies[0] != kRefusal)) {
+    if (!is_refused() && (router.faults.empty() || outcome.reply)) {
         wrong("a caller who may not act is told something else");
     }
 }
 
-// A commit goes before the settings file, and neither before the reply, but for "qos".
+// A commit goes before the settings file, and neither before the reply, but for "qos". The last record is for what is
+// committed already.
 void judge_order() {
     bool committed = false;
     bool replied = false;
@@ -144,6 +156,9 @@ void judge_order() {
             shaped = shaped || each.place.id == MIB_QOS_RULE_TBL_NUM.count_id;
         }
         if (each.event == Event::kCommit) {
+            if (records_after > 0) {
+                wrong("a commit behind the last record");
+            }
             committed = each.done;
             if (!replied && !shaped && !router.short_of_memory && !has_fault({Call::kMalloc, Call::kWrite})) {
                 wrong("a commit before the reply");
@@ -217,6 +232,14 @@ std::string gateway_of_file() {
 
 }  // namespace
 
+std::string as_utf8(std::string text) {
+    for (size_t at = 0, length = 0; at < text.size(); at += std::max<size_t>(length, 1)) {
+        length = character_at(text, at);
+        text[at] = length > 0 ? text[at] : '?';
+    }
+    return text;
+}
+
 const char *text_of(const cJSON *parent, const char *key) {
     const cJSON *item = cJSON_GetObjectItem(parent, key);
     return cJSON_IsString(item) != 0 ? item->valuestring : nullptr;
@@ -268,21 +291,24 @@ void give_body(const std::string &body) {
 
 Outcome ask() {
     const bool clean = world_is_utf8();
-    // A zero byte in a body has rules of its own, which the cases tell; faults may hide what the gate looks at.
+    // A zero byte in a body has rules of its own, which the cases tell.
     const Tree request = router.body.find('\0') == std::string::npos ? read_request() : nullptr;
-    const bool judged = request && router.faults.empty() && router.environment.count("REMOTE_ADDR") != 0 &&
-                        router.unreadable.count({MIB_USER_NAME.id, -1, -1}) == 0;
+    const bool judged = request && router.environment.count("REMOTE_ADDR") != 0 &&
+                        cJSON_GetObjectItem(request.get(), "action") != nullptr;
     const bool passes = judged && may_pass(request.get());
-    const bool has_action = cJSON_GetObjectItem(request.get(), "action") != nullptr;
     Outcome outcome = {run_endpoint(), nullptr};
-    outcome.reply = judge_reply();
+    outcome.reply = judge_reply(outcome.status);
     judge_order();
     judge_end(outcome, request.get());
     if (outcome.reply && clean && !is_utf8(router.replies[0])) {
         wrong("a reply that is no UTF-8 out of what all is");
     }
-    if (judged && has_action && !passes) {
+    if (judged && !passes) {
         judge_refusal(outcome);
+    }
+    // Faults may hide from the gate what opens it, but nothing opens it to others.
+    if (passes && router.faults.empty() && is_refused()) {
+        wrong("a caller who may act is refused");
     }
     return outcome;
 }

@@ -280,6 +280,7 @@ void start_endpoint() {
     router.errors.clear();
     router.console.clear();
     router.short_of_memory = false;
+    router.reply_is_cut = false;
     for (RouterFault &each : router.faults) {
         each.fault.seen = 0;
     }
@@ -394,6 +395,9 @@ int router_open(const char *path, int flags, int /*mode*/) {
     if ((flags & O_ACCMODE) == O_RDONLY) {
         return add_descriptor({file->second, 0, nullptr, path, 0});
     }
+    if ((flags & O_CREAT) != 0) {
+        router.done.push_back({Event::kWrite, {}, path, true});
+    }
     return add_descriptor({"", 0, &router.files[path], path, 0});
 }
 
@@ -411,18 +415,24 @@ ssize_t router_write(int file, const void *bytes, size_t size) {
         return -1;
     }
     const char *text = static_cast<const char *>(bytes);
+    const size_t count = std::min(size, router.piece);
     if (file == STDOUT_FILENO) {
-        router.replies.emplace_back(text, size);
-        router.done.push_back({Event::kReply, {}, "", true});
-        return static_cast<ssize_t>(size);
+        if (router.reply_is_cut) {
+            router.replies.back().append(text, count);
+        } else {
+            router.replies.emplace_back(text, count);
+            router.done.push_back({Event::kReply, {}, "", true});
+        }
+        router.reply_is_cut = count < size;
+        return static_cast<ssize_t>(count);
     }
     const auto opened = descriptors.find(file);
     if (opened == descriptors.end() || opened->second.out == nullptr) {
         errno = EBADF;
         return -1;
     }
-    opened->second.out->append(text, size);
-    return static_cast<ssize_t>(size);
+    opened->second.out->append(text, count);
+    return static_cast<ssize_t>(count);
 }
 
 ssize_t router_writev(int file, const struct iovec *parts, int count) {
@@ -452,6 +462,7 @@ int router_unlink(const char *path) {
         errno = ENOENT;
         return -1;
     }
+    router.done.push_back({Event::kRemove, {}, path, true});
     return 0;
 }
 

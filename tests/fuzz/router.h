@@ -61,14 +61,15 @@ struct Router {
     std::set<Place> unreadable;
     std::vector<RouterFault> faults;
     int64_t now = 1700000000;
-    size_t piece = SIZE_MAX;  // the most bytes that a read hands over
+    size_t piece = SIZE_MAX;  // the most bytes that a read hands over, and that a write takes
 
     // What was seen of the last request.
     std::vector<Done> done;
-    std::vector<std::string> replies;  // each write to standard output
+    std::vector<std::string> replies;  // each text that was written to standard output, in however many pieces
     std::string errors;                // standard error
     std::string console;
     bool short_of_memory = false;  // an allocation was refused
+    bool reply_is_cut = false;     // the last write to standard output took a part, and nothing came behind it
 
     // The place that a name such as "MIB_WLAN_SSID@0.1" means; without an interface that of 0.0. Id 0: none.
     static Place place_of(std::string_view name);

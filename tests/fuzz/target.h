@@ -12,11 +12,12 @@
 #include "tests/fuzz/router.h"
 #include "tests/fuzz/script.h"
 
-// What the mutator makes for a target (grammar.cpp): the kinds of sections that it adds, and the objects that its
-// bodies are about. An empty list: all.
+// What the mutator makes for a target (grammar.cpp): the kinds of sections that it adds, the objects that its bodies
+// are about, and one in how many bodies is a login or another action than get and set. An empty list: all.
 struct Taste {
     std::initializer_list<const char *> kinds;
     std::initializer_list<const char *> objects;
+    unsigned other_actions = 20;
 };
 
 extern const Taste kTaste;
@@ -48,6 +49,9 @@ Tree read_request();
 // Whether the caller of this request may act, as it is described: who is not open to guests, no loopback, no controller
 // and has no session is refused.
 bool may_pass(const cJSON *request);
+
+// The text with a "?" for each byte that is no part of a UTF-8 character, as lists show what drivers and files say.
+std::string as_utf8(std::string text);
 
 // Text under a key; nullptr: there is no such string.
 const char *text_of(const cJSON *parent, const char *key);
