@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Changes of the tables, against a model of each: it says what the reply and every entry must be. A request that names
-// more than one object is not judged so, and the next one starts from what it left.
+// Changes of the tables, against a model of each: it says what the reply, every entry and every other item of the store
+// must be, whether all is committed, and what the daemon is told. A request that names more than one object is not
+// judged so, and the next one starts from what it left.
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/system_queue.h"
 #include "platform/tables.h"
 #include "store/items.h"
 #include "tests/fuzz/target.h"
@@ -23,6 +25,26 @@ using Records = std::vector<std::string>;
 struct Verdict {
     int code;
     std::string message;
+};
+
+// What the store is to hold after a request, whatever the reply, and what it is to bring about.
+struct Expected {
+    std::map<Place, Records> tables;
+    std::map<Place, std::string> values;
+    bool is_committed = false;
+    int told = 0;  // the type of the record for the daemon; 0: none
+
+    int number(int id) {
+        const std::string &value = values[{id, -1, -1}];
+        int32_t number = 0;
+        memcpy(&number, value.data(), std::min(value.size(), sizeof number));
+        return number;
+    }
+    void put(int id, int number, int radio = -1, int index = -1) {
+        const int32_t value = number;
+        values[{id, radio, index}] =
+            std::string(reinterpret_cast<const char *>(&value), std::min(sizeof value, find_item_kind(id)->width));
+    }
 };
 
 constexpr char kMacFormat[] = "ERROR:MAC format error!";
@@ -169,14 +191,7 @@ Verdict add_macs(Records &table, const cJSON *list, size_t count, size_t match, 
     return kDone;
 }
 
-Verdict model_sec(const cJSON *sec, Records &table) {
-    const cJSON *firewall = cJSON_GetObjectItem(sec, "firewall");
-    if (firewall != nullptr && firewall->valueint != 0 && firewall->valueint != 1) {
-        return refuse("ERROR: firewall value is invalied");
-    }
-    if (cJSON_GetObjectItem(sec, "macFiltering") == nullptr) {
-        return kDone;
-    }
+Verdict change_mac_filter(const cJSON *sec, Records &table) {
     const Verdict deleted = delete_macs(table, cJSON_GetObjectItem(sec, "delMaclist"), sizeof(MacFilterEntry));
     const cJSON *list = cJSON_GetObjectItem(sec, "addMaclist");
     if (deleted.code != 0 || list == nullptr) {
@@ -204,9 +219,64 @@ Verdict model_sec(const cJSON *sec, Records &table) {
     return add_macs(table, list, table.size(), sizeof(MacFilterEntry), true);
 }
 
-Verdict model_wifi_acc(const cJSON *acc, Records &first, Records &second) {
-    if (cJSON_GetObjectItem(acc, "mode") == nullptr) {
+struct Flood {
+    const char *key;
+    int bit;
+    int threshold;
+};
+constexpr Flood kFloods[] = {
+    {"tcpsynflood", 1, MIB_SYN_FLOOD_THRESHOLD.id },
+    {"tcpfinflood", 2, MIB_FIN_FLOOD_THRESHOLD.id },
+    {"udpflood",    3, MIB_UDP_FLOOD_THRESHOLD.id },
+    {"icmpflood",   4, MIB_ICMP_FLOOD_THRESHOLD.id},
+};
+
+// Switched on without a word about them, the firewall has all its protections.
+void switch_firewall(const cJSON *sec, bool on, Expected &after) {
+    int flags = after.number(MIB_FIREWALL_FLAGS.id) & ~1;
+    for (const Flood &flood : kFloods) {
+        const cJSON *wanted = cJSON_GetObjectItem(sec, flood.key);
+        const bool protects = wanted == nullptr || wanted->valueint == 1;
+        if (on) {
+            flags = protects ? flags | 1 << flood.bit : flags & ~(1 << flood.bit);
+        }
+        if (on && protects) {
+            after.put(flood.threshold, 1500);
+        }
+    }
+    after.put(MIB_FIREWALL_FLAGS.id, on ? flags | 1 : flags);
+    after.is_committed = true;
+}
+
+Verdict model_sec(const cJSON *sec, Records &table, Expected &after) {
+    const cJSON *firewall = cJSON_GetObjectItem(sec, "firewall");
+    if (firewall != nullptr && firewall->valueint != 0 && firewall->valueint != 1) {
+        return refuse("ERROR: firewall value is invalied");
+    }
+    if (firewall != nullptr) {
+        switch_firewall(sec, firewall->valueint == 1, after);
+    }
+    const cJSON *filtering = cJSON_GetObjectItem(sec, "macFiltering");
+    if (filtering == nullptr) {
+        after.told = firewall != nullptr ? MSG_CALL_SYSCONF : 0;
+        return kDone;
+    }
+    const Verdict listed = change_mac_filter(sec, table);
+    if (listed.code == 0) {
+        after.put(MIB_MACFILTER_ENABLED.id, filtering->valueint != 0 ? 1 : 0);
+        after.is_committed = true;
+        after.told = MSG_CALL_SYSCONF;
+    }
+    return listed;
+}
+
+Verdict model_wifi_acc(const cJSON *acc, Records &first, Records &second, Expected &after) {
+    const cJSON *mode = cJSON_GetObjectItem(acc, "mode");
+    if (mode == nullptr) {
         return refuse("ERROR: Not find enable info\n");
+    }
+    for (const int radio : {0, 1}) {
+        after.put(MIB_WLAN_ACL_MODE.id, mode->valueint == 1 || mode->valueint == 2 ? mode->valueint : 0, radio, 0);
     }
     const cJSON *list = cJSON_GetObjectItem(acc, "addMaclist");
     const size_t count = second.size();
@@ -225,6 +295,8 @@ Verdict model_wifi_acc(const cJSON *acc, Records &first, Records &second) {
             return deleted;
         }
     }
+    after.is_committed = true;
+    after.told = MSG_APP_REINIT;
     return kDone;
 }
 
@@ -347,28 +419,39 @@ Verdict delete_schedules(Records &table, const cJSON *list) {
     return kDone;
 }
 
-Verdict model_net_acc(const cJSON *access, Records &table) {
-    const cJSON *enable = cJSON_GetObjectItem(access, "enable");
-    if (enable != nullptr && (enable->valueint & 0xff) != 0) {
-        const Verdict added = add_schedules(table, cJSON_GetObjectItem(access, "addlist"));
+Verdict model_net_acc(const cJSON *access, Records &table, Expected &after) {
+    if (const cJSON *enable = cJSON_GetObjectItem(access, "enable")) {
+        const bool on = (enable->valueint & 0xff) != 0;
+        const Verdict added = on ? add_schedules(table, cJSON_GetObjectItem(access, "addlist")) : kDone;
         if (added.code != 0) {
             return added;
         }
+        after.put(MIB_SCHNETACC_ENABLED.id, on ? 1 : 0);
     }
-    return delete_schedules(table, cJSON_GetObjectItem(access, "dellist"));
+    const Verdict deleted = delete_schedules(table, cJSON_GetObjectItem(access, "dellist"));
+    after.is_committed = deleted.code == 0;
+    after.told = deleted.code == 0 ? MSG_CALL_SYSCONF : 0;
+    return deleted;
 }
 
 // ---- keywords
 
-Verdict model_url_filter(const cJSON *filter, Records &table) {
+// Keywords are never committed: they are in force until the router starts again, or until something else is committed.
+Verdict model_url_filter(const cJSON *filter, Records &table, Expected &after) {
     const cJSON *enable = cJSON_GetObjectItem(filter, "enable");
     const cJSON *mode = cJSON_GetObjectItem(filter, "mode");
     if (enable == nullptr || mode == nullptr) {
         return refuse("");
     }
     if (enable->valueint != 1) {
+        if (enable->valueint == 0) {
+            after.put(MIB_URLFILTER_ENABLED.id, 0);
+        }
+        after.told = MSG_CALL_SYSCONF;
         return kDone;
     }
+    after.put(MIB_URLFILTER_ENABLED.id, 1);
+    after.put(MIB_URLFILTER_MODE.id, mode->valueint);
     const char list = static_cast<char>(mode->valueint);
     if (const char *added = text_of(filter, "addurl")) {
         const std::string record = padded(added, 31) + list;
@@ -401,6 +484,7 @@ Verdict model_url_filter(const cJSON *filter, Records &table) {
     if (all != nullptr && all->valueint == 1) {
         table.clear();
     }
+    after.told = MSG_CALL_SYSCONF;
     return kDone;
 }
 
@@ -489,8 +573,7 @@ Verdict delete_rule(Records &table, const cJSON *rule) {
     return kDone;
 }
 
-Verdict model_qos(const cJSON *qos, Records &table) {
-    const cJSON *rule = cJSON_GetObjectItem(qos, "ipRuleMod");
+Verdict change_rules(const cJSON *rule, Records &table) {
     const cJSON *act = cJSON_GetObjectItem(rule, "Act");
     if (act == nullptr) {
         return kDone;
@@ -507,6 +590,19 @@ Verdict model_qos(const cJSON *qos, Records &table) {
     }
     const Verdict deleted = delete_rule(table, rule);
     return deleted.code != 0 ? deleted : add_rule(table, rule);
+}
+
+Verdict model_qos(const cJSON *qos, Records &table, Expected &after) {
+    const cJSON *enable = cJSON_GetObjectItem(qos, "enable");
+    const cJSON *rule = cJSON_GetObjectItem(qos, "ipRuleMod");
+    if (enable != nullptr) {
+        after.put(MIB_QOS_ENABLED.id, enable->valueint == 1 ? 1 : 0);
+    }
+    const Verdict changed = change_rules(rule, table);
+    const bool does_something = enable != nullptr || cJSON_GetObjectItem(rule, "Act") != nullptr;
+    after.is_committed = changed.code == 0 && does_something;
+    after.told = after.is_committed ? MSG_APP_SETQOS : 0;
+    return changed;
 }
 
 // ---- the whole
@@ -530,18 +626,18 @@ constexpr int kSchedules = MIB_SCHNETACC_TBL_NUM.count_id;
 constexpr int kKeywords = MIB_URLFILTER_TBL_NUM.count_id;
 constexpr int kRules = MIB_QOS_RULE_TBL_NUM.count_id;
 
-Verdict predict(const std::string &name, const cJSON *object, std::map<Place, Records> &tables) {
+Verdict predict(const std::string &name, const cJSON *object, Expected &after) {
     if (name == "Sec") {
-        return model_sec(object, tables[{kFilter, -1, -1}]);
+        return model_sec(object, after.tables[{kFilter, -1, -1}], after);
     }
     if (name == "wifiAcc") {
-        return model_wifi_acc(object, tables[{kAccess, 0, 0}], tables[{kAccess, 1, 0}]);
+        return model_wifi_acc(object, after.tables[{kAccess, 0, 0}], after.tables[{kAccess, 1, 0}], after);
     }
     if (name == "netAcc") {
-        return model_net_acc(object, tables[{kSchedules, -1, -1}]);
+        return model_net_acc(object, after.tables[{kSchedules, -1, -1}], after);
     }
-    return name == "urlfilter" ? model_url_filter(object, tables[{kKeywords, -1, -1}])
-                               : model_qos(object, tables[{kRules, -1, -1}]);
+    return name == "urlfilter" ? model_url_filter(object, after.tables[{kKeywords, -1, -1}], after)
+                               : model_qos(object, after.tables[{kRules, -1, -1}], after);
 }
 
 bool has_model(const char *name) {
@@ -553,20 +649,63 @@ bool has_model(const char *name) {
     return false;
 }
 
-void judge(const std::string &name, const Outcome &outcome, const Verdict &expected, std::map<Place, Records> &tables) {
-    if (!outcome.reply || error_of(outcome.reply.get()) != expected.code) {
-        wrong("%s: error %d, but %d is right", name.c_str(), outcome.reply ? error_of(outcome.reply.get()) : 0,
-              expected.code);
+// Whatever stands in one and not in the other is empty there, or zero.
+void judge_store(const std::string &name, Expected &after) {
+    for (const auto &[place, records] : router.tables) {
+        after.tables[place];
     }
-    const char *message = message_of(outcome.reply.get());
-    if (expected.code != 0 && (message == nullptr || expected.message != message)) {
-        wrong("%s: \"%s\", but \"%s\" is right", name.c_str(), message, expected.message.c_str());
-    }
-    for (const auto &[place, records] : tables) {
+    for (const auto &[place, records] : after.tables) {
         if (router.tables[place] != records) {
             wrong("%s: the table %d has not the entries that it should have", name.c_str(), place.id);
         }
     }
+    for (const auto &[place, value] : router.values) {
+        after.values[place];
+    }
+    for (auto &[place, value] : after.values) {
+        value.resize(find_item_kind(place.id)->width);
+        if (router.value(place.id, place.radio, place.index) != value) {
+            wrong("%s: item %d is not what it should be", name.c_str(), place.id);
+        }
+    }
+}
+
+void judge_deeds(const std::string &name, const Expected &after) {
+    const size_t commits = after.is_committed ? 1 : 0;
+    if (router.count(Event::kCommit) != commits || router.count(Event::kSave) != commits) {
+        wrong("%s: %zu commits and %zu settings files", name.c_str(), router.count(Event::kCommit),
+              router.count(Event::kSave));
+    }
+    if (router.count(Event::kQueue) != (after.told != 0 ? 1 : 0)) {
+        wrong("%s: %zu records for the daemon", name.c_str(), router.count(Event::kQueue));
+    }
+    for (const Done &each : router.done) {
+        long type = 0;
+        SysMsgRecord record = {};
+        if (each.event == Event::kQueue) {
+            memcpy(&type, each.bytes.data(), sizeof type);
+            memcpy(reinterpret_cast<char *>(&record) + sizeof record.msg_type, each.bytes.data() + sizeof type,
+                   kSysMsgPayload);
+            const bool restarts = type == MSG_CALL_SYSCONF;
+            if (type != after.told ||
+                strncmp(record.sysconfArgv, restarts ? "firewall" : "", sizeof record.sysconfArgv) != 0) {
+                wrong("%s: the daemon is told %ld", name.c_str(), type);
+            }
+        }
+    }
+}
+
+void judge(const std::string &name, const Outcome &outcome, const Verdict &verdict, Expected &after) {
+    if (!outcome.reply || error_of(outcome.reply.get()) != verdict.code) {
+        wrong("%s: error %d, but %d is right", name.c_str(), outcome.reply ? error_of(outcome.reply.get()) : 0,
+              verdict.code);
+    }
+    const char *message = message_of(outcome.reply.get());
+    if (verdict.code != 0 && (message == nullptr || verdict.message != message)) {
+        wrong("%s: \"%s\", but \"%s\" is right", name.c_str(), message, verdict.message.c_str());
+    }
+    judge_store(name, after);
+    judge_deeds(name, after);
 }
 
 bool is_table(const Section &section) {
@@ -593,11 +732,11 @@ void run_script(const Script &script) {
         const char *name = only_object(request.get());
         const bool judged = action != nullptr && strcmp(action, "set") == 0 && has_model(name) &&
                             text_of(request.get(), "ip") == nullptr;
-        std::map<Place, Records> tables = router.tables;
-        const Verdict expected = judged ? predict(name, cJSON_GetObjectItem(request.get(), name), tables) : kDone;
+        Expected after = {router.tables, router.values};
+        const Verdict verdict = judged ? predict(name, cJSON_GetObjectItem(request.get(), name), after) : kDone;
         const Outcome outcome = ask();
         if (judged) {
-            judge(name, outcome, expected, tables);
+            judge(name, outcome, verdict, after);
         }
     }
 }
