@@ -6,7 +6,8 @@
 #
 #   OUT=/tmp/out tests/fuzz/oss-fuzz/build.sh
 #
-# Needs: clang, cmake, ninja, libcjson-dev, python3. Leaves in $OUT for each target a program, its dictionary and its inputs.
+# Needs: clang, cmake, ninja, libcjson-dev, python3. Leaves in $OUT for each target a program, its dictionary and its inputs,
+# and the library beside them, since where they run it may not be installed.
 set -eu
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)
 : "${OUT:?where the targets are to be put}"
@@ -16,8 +17,11 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)
 build=${WORK:-$OUT}/build
 mkdir -p "$OUT"
 cmake -S "$project" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_FLAGS="$CXXFLAGS" -DFUZZ=ON \
-    -DFUZZ_ENGINE="$LIB_FUZZING_ENGINE" -DVIRTUAL_ROUTER=OFF -DCJSON="${CJSON:-system}"
+    -DFUZZ_ENGINE="$LIB_FUZZING_ENGINE" -DVIRTUAL_ROUTER=OFF -DCJSON="${CJSON:-system}" \
+    -DCMAKE_EXE_LINKER_FLAGS="-Wl,-rpath,'\$ORIGIN/lib'"
 cmake --build "$build"
+mkdir -p "$OUT/lib"
+ldd "$build/fuzz_request" | awk '/libcjson/ { print $3 }' | xargs -r cp -Lt "$OUT/lib"
 for program in "$build"/fuzz_*; do
     name=$(basename "$program")
     cp "$program" "$OUT/"
