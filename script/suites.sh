@@ -69,6 +69,7 @@ mipsel-shared   | cpu  | -    | build source python mipsel | mipsel-shared: app.
 mipsel-sbom     | cpu  | -    | build source git python mipsel | mipsel: app.cgi                       | tests/structure/check_sbom build/mipsel
 mipsel-again    | cpu  | -    | build source mipsel  | mipsel: app.cgi                       | tests/structure/check_reproducible mipsel
 mipsel-hardened | cpu  | -    | build source cases mipsel | mipsel-hardened: app.cgi $around; release: launch double_shell | tests/run_cases --hardened --target mipsel --first-row --sample 8
+armhf-hardened  | cpu  | -    | build source python armhf | armhf-hardened: app.cgi               | tests/structure/check_binary build/armhf-hardened
 packaging       | cpu  | -    | build source         |                                       | packaging/check
 make-release    | cpu  | -    | build git python     |                                       | tests/release/run
 machine         | cpu  | -    | build source python mipsel-24kc machine |                           | script/machine
