@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/ipc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/shm.h>
@@ -47,9 +48,24 @@ constexpr Attempt kAttempts[] = {
     {"fork",              SYS_clone,       {CLONE_THREAD}                                                            },
     {"execve",            SYS_execve,      {0}                                                                       },
     {"kill",              SYS_kill,        {0, -1}                                                                   },
+    {"tgkill",            SYS_tgkill,      {kNothing, kNothing, 0}                                                   },
+    {"tkill",             SYS_tkill,       {kNothing, 0}                                                             },
+    {"signals of a file", SYS_fcntl,       {kNothing, F_SETSIG, SIGKILL}                                             },
+    {"signals to others", SYS_fcntl,       {kNothing, F_SETOWN, 1}                                                   },
+    {"signals of socket", SYS_ioctl,       {kNothing, FIOSETOWN}                                                     },
     {"chmod",             SYS_fchmodat,    {kNothing, 0}                                                             },
     {"link",              SYS_linkat,      {kNothing, 0, kNothing, 0}                                                },
     {"connecting",        SYS_connect,     {kNothing}                                                                },
+    {"sending to",        SYS_sendto,      {kNothing, 0, 0, 0, 1, 0}                                                 },
+    {"sending far",       SYS_sendto,      {kNothing, 0, 0, 0, kFar, 0}                                              },
+    {"sending a message", SYS_sendmsg,     {kNothing}                                                                },
+    {"kernel socket",     SYS_socket,      {AF_NETLINK, SOCK_STREAM, 0}                                              },
+    {"local socket",      SYS_socket,      {AF_UNIX, kNothing, 0}                                                    },
+#ifdef SYS_msgsnd
+    {"put into a queue",  SYS_msgsnd,      {kNothing}                                                                },
+    {"take from a queue", SYS_msgrcv,      {kNothing}                                                                },
+    {"remove a queue",    SYS_msgctl,      {kNothing, IPC_STAT}                                                      },
+#endif
     {"setuid",            SYS_setresuid,   {-1, -1, -1}                                                              },
     {"set a limit",       SYS_prlimit64,   {0, kNothing, 1, 0}                                                       },
     {"set a far limit",   SYS_prlimit64,   {0, kNothing, kFar, 0}                                                    },
