@@ -189,6 +189,9 @@ constexpr uint32_t kIpcOfQueues[] = {11, 12, 13, 14};  // msgsnd(), msgrcv(), ms
 constexpr uint32_t kSignalsOfFiles[] = {F_SETOWN, F_SETSIG, F_SETOWN_EX};
 constexpr uint32_t kSignalsOfSockets[] = {FIOSETOWN, SIOCSPGRP};
 
+// Typing at the terminal of who has started the process, and pasting there.
+constexpr uint32_t kTyping[] = {TIOCSTI, TIOCLINUX};
+
 constexpr auto make_filter() {
     Filter<32 + 4 * std::size(kPassing)> filter;
     filter.begin();
@@ -196,7 +199,9 @@ constexpr auto make_filter() {
     filter.decide(SYS_clone3, refuse(ENOSYS));  // its flags are out of sight; the C library takes clone() then
 #endif
     filter.refuse_where(SYS_clone, 0, BPF_JSET, kNewSpaces);
-    filter.refuse_where(SYS_ioctl, 1, BPF_JEQ, TIOCSTI);  // typing at the terminal of who has started it
+    for (const uint32_t question : kTyping) {
+        filter.refuse_where(SYS_ioctl, 1, BPF_JEQ, question);
+    }
     filter.refuse_sockets_but(kFamilies);
     filter.decide_runs(Runs(kPassing), kPass, refuse(EPERM));
     return filter;

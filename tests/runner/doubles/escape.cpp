@@ -44,6 +44,7 @@ constexpr Attempt kAttempts[] = {
     {"clone name spaces", SYS_clone,       {CLONE_NEWUSER | CLONE_THREAD}                                            },
     {"execveat",          SYS_execveat,    {kNothing}                                                                },
     {"type",              SYS_ioctl,       {kNothing, TIOCSTI}                                                       },
+    {"paste",             SYS_ioctl,       {kNothing, TIOCLINUX}                                                     },
     {"odd socket",        SYS_socket,      {kFamilyOfNobody, SOCK_STREAM, 0}                                         },
     {"fork",              SYS_clone,       {CLONE_THREAD}                                                            },
     {"execve",            SYS_execve,      {0}                                                                       },
