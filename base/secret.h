@@ -17,8 +17,10 @@ class LoggedJson {
 
     const char *text() const { return shown_; }
 
-    // The rest of what is shown, from a place in the text on; nullptr stays what it is.
-    const char *from(const char *place) const { return shown_ == text_ ? place : shown_ + (place - text_); }
+    // The rest of what is shown, from a place in the text on; nullptr: there is none, or nothing is shown.
+    const char *from(const char *place) const {
+        return shown_ == nullptr || place == nullptr ? nullptr : shown_ + (place - text_);
+    }
 
   private:
     const char *text_;

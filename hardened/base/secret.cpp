@@ -108,7 +108,7 @@ LoggedJson::LoggedJson(const char *text) : text_(text), shown_(text) {
     copy_.reset(strdup(text));
     if (!copy_) {
         note_shortage();
-        text_ = shown_ = nullptr;  // nothing is shown, from wherever
+        shown_ = nullptr;  // nothing is shown, from wherever
         return;
     }
     hide_secrets(copy_.get());
