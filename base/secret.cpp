@@ -7,3 +7,7 @@ const char *secret(const char *text) {
 }
 
 LoggedJson::LoggedJson(const char *text) : text_(text), shown_(text) {}
+
+const char *LoggedJson::from(const char *place) {
+    return place;
+}

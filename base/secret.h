@@ -17,10 +17,9 @@ class LoggedJson {
 
     const char *text() const { return shown_; }
 
-    // The rest of what is shown, from a place in the text on; nullptr: there is none, or nothing is shown.
-    const char *from(const char *place) const {
-        return shown_ == nullptr || place == nullptr ? nullptr : shown_ + (place - text_);
-    }
+    // The rest of what is shown, from a place in the text on, perhaps cut to what fits a line; nullptr: there is none, or
+    // nothing is shown. text() may end earlier then.
+    const char *from(const char *place);
 
   private:
     const char *text_;

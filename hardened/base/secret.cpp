@@ -14,6 +14,8 @@
 namespace {
 
 constexpr char kHidden[] = "***";
+constexpr char kCut[] = "...";
+constexpr size_t kLongestRest = 200;  // who may be anybody fills no disk with it
 
 // What the names of secrets hold somewhere, in letters of any size: "pwd", "wifiPwd5", "sessionid". A name with an
 // escape of an ASCII character may be any.
@@ -95,6 +97,16 @@ void hide_secrets(char *text) {
     }
 }
 
+// Makes a text a part of one line that means nothing to a terminal: no line feed, no command, no character that is not
+// ASCII.
+void make_printable(char *text) {
+    for (; *text != '\0'; ++text) {
+        if (*text < ' ' || *text > '~') {
+            *text = '?';
+        }
+    }
+}
+
 }  // namespace
 
 const char *secret(const char * /*text*/) {
@@ -113,4 +125,16 @@ LoggedJson::LoggedJson(const char *text) : text_(text), shown_(text) {
     }
     hide_secrets(copy_.get());
     shown_ = copy_.get();
+}
+
+const char *LoggedJson::from(const char *place) {
+    if (!copy_ || place == nullptr) {
+        return nullptr;
+    }
+    char *const rest = copy_.get() + (place - text_);
+    if (strlen(rest) > kLongestRest) {
+        memcpy(rest + kLongestRest - strlen(kCut), kCut, sizeof kCut);
+    }
+    make_printable(rest);
+    return rest;
 }
