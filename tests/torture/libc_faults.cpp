@@ -52,6 +52,10 @@ Fault g_faults[kMaxFaults];
 size_t g_fault_count;
 unsigned g_calls[kCallCount];
 bool g_counting;  // between the program's first step and its last
+FILE *g_output;   // of the command that the program runs through popen()
+
+// Whether an interruption befell a read of stdio, which does not go on behind one, as the program's own reads do.
+bool g_stream_interrupted;
 
 // Where code lies that is not the program's: the doubles.
 struct Range {
@@ -194,6 +198,8 @@ __attribute__((destructor)) void end() {
         }
     }
     size += static_cast<size_t>(snprintf(text + size, sizeof(text) - size, "descriptors %d\n", count_descriptors()));
+    size +=
+        g_stream_interrupted ? static_cast<size_t>(snprintf(text + size, sizeof(text) - size, "interrupted 1\n")) : 0;
     const int file = REAL(open)("/.runner/calls", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (file < 0 || REAL(write)(file, text, size) != static_cast<ssize_t>(size)) {
         __builtin_trap();
@@ -253,7 +259,19 @@ ssize_t read_for(const void *caller, int file, void *buffer, size_t size) {
 // What stdio reads for the program, counted as its own reads are.
 ssize_t read_stream(void *cookie, char *buffer, size_t size) {
     const auto file = static_cast<int>(reinterpret_cast<intptr_t>(cookie));
-    return read_for(reinterpret_cast<const void *>(g_program.begin), file, buffer, size);
+    const ssize_t count = read_for(reinterpret_cast<const void *>(g_program.begin), file, buffer, size);
+    g_stream_interrupted = g_stream_interrupted || (count < 0 && errno == EINTR);
+    return count;
+}
+
+// The same for the line that is due from a command's output, of which this library does not see the reads. A line is
+// never short. False: it cannot be read.
+bool read_output(FILE *stream) {
+    if (stream != g_output || size_of(Call::kRead, 1) >= 0) {
+        return true;
+    }
+    g_stream_interrupted = g_stream_interrupted || errno == EINTR;
+    return false;
 }
 
 int close_stream(void *cookie) {
@@ -346,7 +364,26 @@ ssize_t write(int file, const void *buffer, size_t size) {
 }
 
 FILE *popen(const char *command, const char *mode) {
-    return is_in(g_program, CALLER) && fails(Call::kPopen) ? nullptr : REAL(popen)(command, mode);
+    if (!is_in(g_program, CALLER)) {
+        return REAL(popen)(command, mode);
+    }
+    g_output = fails(Call::kPopen) ? nullptr : REAL(popen)(command, mode);
+    return g_output;
+}
+
+int pclose(FILE *stream) {
+    g_output = stream == g_output ? nullptr : g_output;
+    return REAL(pclose)(stream);
+}
+
+char *fgets(char *line, int size, FILE *stream) {
+    return read_output(stream) ? REAL(fgets)(line, size, stream) : nullptr;
+}
+
+// What fgets() into a buffer of known size is compiled to.
+char *__fgets_chk(char *line, size_t room, int size, FILE *stream);
+char *__fgets_chk(char *line, size_t room, int size, FILE *stream) {
+    return read_output(stream) ? REAL(__fgets_chk)(line, room, size, stream) : nullptr;
 }
 
 int system(const char *command) {
