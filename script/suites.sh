@@ -57,6 +57,7 @@ unit-sanitize   | cpu  | -    | build                | sanitize: unit_tests     
 cases-sanitize  | cpu  | -    | build cases          | sanitize: app.cgi tests/runner/all    | tests/run_cases --mode sanitize
 cases-valgrind  | cpu  | -    | build cases valgrind | release: app.cgi tests/runner/all     | tests/run_cases --mode valgrind --first-row --sample 4
 torture         | cpu  | -    | build cases          | release: app.cgi tests/runner/all     | tests/torture/run
+torture-sanitize | cpu | -    | build cases          | sanitize: app-torture.cgi; release: tests/runner/all | tests/torture/run --mode sanitize --sample 150
 torture-hardened | cpu | -    | build cases          | hardened: app.cgi; release: tests/runner/all | tests/torture/run --hardened --sample 300
 mutation        | cpu  | -    | build cases          | release: app.cgi unit_tests tests/runner/all | tests/mutation/run --self-test
 fuzz-corpora    | cpu  | -    | build fuzz           |                                       | script/fuzz --replay
