@@ -4,13 +4,17 @@
 //
 // A file remembers, a line for each client: its address, how many wrong attempts, and until when it is refused (seconds
 // since the kernel's start: whoever can set the clock ends no refusal by it). There is room for kMostClients; when more
-// try, the one whose time is up first is forgotten.
+// try, the one whose time is up first is forgotten. The file has all this room from its beginning: where it lies in
+// memory, as /var does on most routers, it can be written when nothing else can, and who has filled the file system
+// gains nothing by it.
 #include "login/attempts.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -43,6 +47,7 @@ struct Client {
 
 struct Clients {
     int count = 0;
+    size_t length = 0;  // of the text that told them
     Client rows[kMostClients];
 };
 
@@ -52,6 +57,7 @@ constexpr size_t kLongestLine = sizeof Client::address + 16 + 20;
 // which costs it a third more.
 Clients g_clients;
 char g_text[kMostClients * kLongestLine + 1];
+constexpr off_t kFileSize = sizeof g_text - 1;
 
 // The second wait is twice the first, and so on.
 long long refusal(int attempts) {
@@ -94,6 +100,7 @@ Clients &read_clients(int file, long long now) {
     Clients &clients = g_clients;
     clients.count = 0;
     read_beginning(file, g_text);
+    clients.length = strlen(g_text);
     char *line = g_text;
     while (clients.count < kMostClients) {
         char *const end = strchr(line, '\n');
@@ -120,10 +127,13 @@ void write_clients(int file, const Clients &clients) {
         append(g_text, {client.address, " ", Decimal(client.attempts).c_str(), " ",
                         Decimal(client.refused_until).c_str(), "\n"});
     }
-    // Over what is there, and what is left of that cut off: who is killed in between has forgotten nobody.
+    // Over what is there: who is killed in between has forgotten nobody. Behind the text all is zero.
     const size_t length = strlen(g_text);
-    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, g_text, length) ||
-        ftruncate(file, static_cast<off_t>(length)) != 0) {
+    struct stat status;
+    const bool laid_out = fstat(file, &status) == 0 && status.st_size == kFileSize;
+    const size_t end = laid_out ? std::max(length, clients.length) : size_t{kFileSize};
+    memset(g_text + length, '\0', end - length);
+    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, g_text, end) || (!laid_out && ftruncate(file, kFileSize) != 0)) {
         report_error("a login is not remembered");
     }
 }
