@@ -21,7 +21,7 @@ harden(HARDEN_SHELL "No shell: programs are run directly, and what the kernel kn
 harden(HARDEN_BACKHAUL "Credentials of the mesh backhaul from the kernel's random source" mesh/backhaul_draw.cpp)
 harden(HARDEN_LOGS "Passwords and session ids in no log; the console is neither made nor emptied" base/secret.cpp base/console.cpp)
 harden(HARDEN_FILES "Pipes, devices, and in /tmp links and strangers' files are not read" base/open.cpp)
-harden(HARDEN_WAITS "A full queue is waited for two seconds; a body has 1 MiB at most, a process 64 MiB"
+harden(HARDEN_WAITS "A full queue is waited for two seconds, a body for twenty; it has 1 MiB at most, a process 64 MiB"
        gateway/handler/queue.cpp gateway/limits.cpp)
 harden(HARDEN_UTF8 "Every reply is valid UTF-8" gateway/handler/reply_bytes.cpp)
 harden(HARDEN_SECCOMP "Only the system calls of cmake/system_calls.conf, where the kernel has filters" gateway/confinement.cpp)

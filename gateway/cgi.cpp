@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "gateway/handler/reply.h"
+#include "gateway/limits.h"
 #include "gateway/request.h"
 
 namespace {
@@ -17,9 +18,10 @@ constexpr bool kHeaders = false;  // the web server passes a reply on as it is
 
 int answer() {
     OwnedText body;
-    return receive_request(getenv("CONTENT_LENGTH"), BodyEnd::kEndOfFile, body)
-               ? answer_request(std::move(body), getenv("REMOTE_ADDR"))
-               : kNotServed;
+    begin_waiting_for_request();
+    const bool received = receive_request(getenv("CONTENT_LENGTH"), end_of_body(), body);
+    end_waiting_for_request();
+    return received ? answer_request(std::move(body), getenv("REMOTE_ADDR")) : kNotServed;
 }
 
 }  // namespace
