@@ -15,6 +15,9 @@ File open_file(const char *path);
 // Whether there is something at `path`, be it readable or not.
 bool file_exists(const char *path);
 
+// Whether what is at `path` may be written, or replaced by a file; also, if nothing is there.
+bool can_write(const char *path);
+
 // Room for a line of command output or of a status file: at most 1022 characters are read at a time.
 constexpr size_t kLineSize = 1023;
 

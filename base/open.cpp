@@ -18,3 +18,8 @@ File open_file(const char *path) {
 int open_input(const char *path) {
     return open(path, O_RDONLY);
 }
+
+bool can_write(const char *path) {
+    const Descriptor file(open(path, O_WRONLY | O_NONBLOCK));
+    return file || errno == ENOENT;
+}

@@ -4,10 +4,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "base/input.h"
 #include "base/output.h"
 #include "base/report.h"
 #include "base/resource.h"
@@ -52,6 +52,5 @@ bool replace_session_file(const char *text) {
 }
 
 bool can_write_session() {
-    const Descriptor file(open(kSessionPath, O_WRONLY | O_NONBLOCK));
-    return file || errno == ENOENT;
+    return can_write(kSessionPath);
 }
