@@ -5,10 +5,12 @@
 #include <cstdint>
 
 #include "base/random.h"
+#include "base/report.h"
 
 int gen_sessionid(const char * /*user*/, Out out) {
     uint8_t bytes[16];
     if (!read_random(bytes, sizeof bytes)) {
+        report_error("no session id is made up");
         return -1;
     }
     char digits[2 * sizeof bytes + 1];

@@ -12,10 +12,12 @@
 // And CLOCK_BOOTTIME is the time of day, as of a kernel that was started in 1970: a case says with %TIME(-90)% what was
 // 90 seconds ago, however short the machine has been up.
 //
-// Where a case has a file /.runner/old_kernel, the kernel is one of 2.6.30: it has neither that clock nor filters.
+// Where a case has a file /.kernel/old, the kernel is one of 2.6.30: it has neither that clock nor filters, nor
+// getrandom(). Where it has /.kernel/no_chance, that has nothing to give, as early after a start: who asks, waits.
 //
 // The root's loader puts it before all other libraries, so that it replaces the C library's ioctl().
 #include <arpa/inet.h>
+#include <dlfcn.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -96,7 +98,7 @@ void remove_at_signal() {
 }
 
 bool is_kernel_old() {
-    return access("/.runner/old_kernel", F_OK) == 0;
+    return access("/.kernel/old", F_OK) == 0;
 }
 
 // As sigabbrev_np() names them, which not every C library has.
@@ -157,6 +159,28 @@ extern "C" int clock_gettime(clockid_t clock, timespec *out) noexcept {
     return static_cast<int>(syscall(SYS_clock_gettime, of_start ? CLOCK_REALTIME : clock, out));
 }
 #endif
+
+extern "C" long syscall(long number, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, number);
+    long with[6];
+    for (long &argument : with) {
+        argument = va_arg(arguments, long);
+    }
+    va_end(arguments);
+    constexpr long kNotWaiting = 1;  // GRND_NONBLOCK, which older headers lack
+    if (number == SYS_getrandom && is_kernel_old()) {
+        return fail(ENOSYS);
+    }
+    while (number == SYS_getrandom && access("/.kernel/no_chance", F_OK) == 0) {
+        if ((with[2] & kNotWaiting) != 0) {
+            return fail(EAGAIN);
+        }
+        usleep(1000);
+    }
+    const auto next = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
+    return next(number, with[0], with[1], with[2], with[3], with[4], with[5]);
+}
 
 extern "C" int prctl(int option, ...) noexcept {
     if ((option == PR_SET_SECCOMP || option == PR_SET_NO_NEW_PRIVS) && is_kernel_old()) {
