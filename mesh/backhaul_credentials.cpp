@@ -2,7 +2,6 @@
 #include "mesh/backhaul_credentials.h"
 
 #include "base/debug_log.h"
-#include "base/report.h"
 #include "store/items.h"
 #include "store/store.h"
 #include "store/wpa2.h"
@@ -13,11 +12,7 @@ constexpr char kModule[] = "mesh_fun";
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the name is fixed
 void _app_set_up_backhaul_credentials() {
-    BackhaulCredentials credentials = {};
-    if (!draw_backhaul_credentials(credentials)) {
-        report_error("no backhaul credentials are made up");
-        return;
-    }
+    const BackhaulCredentials credentials = draw_backhaul_credentials();
     if (!store_set(MIB_WLAN_SSID, credentials.ssid)) {
         DebugLog("[Error] : Failed to set AP mib MIB_WLAN_SSID");
         return;

@@ -21,8 +21,12 @@ constexpr std::string_view kKeyCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz1234567890~!@#0^&*()_+{}[]:;..?";
 static_assert(kSsidCharacters.size() == 62 && kKeyCharacters.size() == 83, "the sets are part of the protocol");
 
-// Makes credentials up. False: there is no chance to make them of.
-bool draw_backhaul_credentials(BackhaulCredentials &out);
+// Makes sure of the chance that credentials are made of, before anything is written that would stand for them. False:
+// there is none; standard error says so.
+bool prepare_backhaul_credentials();
+
+// Makes credentials up. Once, and after the chance is sure.
+BackhaulCredentials draw_backhaul_credentials();
 
 // Generates credentials and stores them on the selected interface (store/wlan.h), with the security settings they need,
 // and hides its name. A refused write ends it and stands in the debug log only.

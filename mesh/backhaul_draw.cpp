@@ -3,7 +3,10 @@
 #include "mesh/backhaul_credentials.h"
 #include "mesh/backhaul_generator.h"
 
-bool draw_backhaul_credentials(BackhaulCredentials &out) {
-    out = generate_backhaul_credentials(find_generator_start());
+bool prepare_backhaul_credentials() {
     return true;
+}
+
+BackhaulCredentials draw_backhaul_credentials() {
+    return generate_backhaul_credentials(find_generator_start());
 }

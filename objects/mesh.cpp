@@ -219,6 +219,9 @@ int app_set_mesh_handler(const char *name, cJSON *request, cJSON * /*reply*/) {
         !in_range(integer_value(backhaul), kRadio5G, kRadio2G)) {
         return fail(kValueInvalid);
     }
+    if (integer_value(role) == kMeshController && !prepare_backhaul_credentials()) {
+        return kFailed;
+    }
     set_on_every_interface({MIB_WLAN_MESH_ITEM_1250, MIB_WLAN_MESH_ITEM_1251}, 1);
     change_role(integer_value(role), store_get(MIB_MESH_ROLE), integer_value(backhaul));
     save_config_flag = 1;

@@ -133,7 +133,8 @@ void write_clients(int file, const Clients &clients) {
     const bool laid_out = fstat(file, &status) == 0 && status.st_size == kFileSize;
     const size_t end = laid_out ? std::max(length, clients.length) : size_t{kFileSize};
     memset(g_text + length, '\0', end - length);
-    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, g_text, end) || (!laid_out && ftruncate(file, kFileSize) != 0)) {
+    if (lseek(file, 0, SEEK_SET) != 0 || !write_all(file, g_text, end) ||
+        (!laid_out && ftruncate(file, kFileSize) != 0)) {
         report_error("a login is not remembered");
     }
 }

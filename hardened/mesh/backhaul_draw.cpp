@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // From the kernel's random source, each character by itself: the name tells nothing of the key.
 #include "base/random.h"
+#include "base/report.h"
 #include "base/text.h"
 #include "mesh/backhaul_credentials.h"
 
 namespace {
+
+BackhaulCredentials g_prepared;
 
 // Draws a character; every one of the set is as likely as the others, so numbers beyond the last whole multiple of the
 // set's size are drawn again. False: there is no chance.
@@ -33,7 +36,15 @@ bool draw(std::string_view characters, char (&out)[Size], size_t at) {
 
 }  // namespace
 
-bool draw_backhaul_credentials(BackhaulCredentials &out) {
-    join(out.ssid, {kBackhaulSsidMark, "-"});
-    return draw(kSsidCharacters, out.ssid, sizeof kBackhaulSsidMark) && draw(kKeyCharacters, out.key, 0);
+bool prepare_backhaul_credentials() {
+    join(g_prepared.ssid, {kBackhaulSsidMark, "-"});
+    if (draw(kSsidCharacters, g_prepared.ssid, sizeof kBackhaulSsidMark) && draw(kKeyCharacters, g_prepared.key, 0)) {
+        return true;
+    }
+    report_error("no backhaul credentials are made up");
+    return false;
+}
+
+BackhaulCredentials draw_backhaul_credentials() {
+    return g_prepared;
 }
