@@ -178,6 +178,18 @@ __attribute__((constructor)) void begin() {
     g_counting = true;
 }
 
+// While a double does its work: what the C library allocates for it is not the program's affair.
+class InDouble {
+  public:
+    InDouble() { g_counting = false; }
+    ~InDouble() { g_counting = counting_; }
+    InDouble(const InDouble &) = delete;
+    InDouble &operator=(const InDouble &) = delete;
+
+  private:
+    bool counting_ = g_counting;
+};
+
 // Descriptors that are open, but for the first three.
 int count_descriptors() {
     int count = 0;
@@ -406,13 +418,9 @@ int socket(int domain, int type, int protocol) noexcept {
     return is_in(g_program, CALLER) && fails(Call::kSocket) ? -1 : REAL(socket)(domain, type, protocol);
 }
 
-// What the double allocates is not the program's affair.
 int get_proc_arp_list(const char *bridge, ArpEntry *entries) {
-    const bool counting = g_counting;
-    g_counting = false;
-    const int count = REAL(get_proc_arp_list)(bridge, entries);
-    g_counting = counting;
-    return count;
+    const InDouble in_double;
+    return REAL(get_proc_arp_list)(bridge, entries);
 }
 
 int ioctl(int file, unsigned long request, ...) noexcept {
@@ -420,7 +428,11 @@ int ioctl(int file, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
-    return is_in(g_program, CALLER) && fails(Call::kIoctl) ? -1 : REAL(ioctl)(file, request, argument);
+    if (is_in(g_program, CALLER) && fails(Call::kIoctl)) {
+        return -1;
+    }
+    const InDouble in_double;
+    return REAL(ioctl)(file, request, argument);
 }
 
 }  // extern "C"
