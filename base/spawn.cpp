@@ -3,9 +3,12 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -131,6 +134,24 @@ class Preparation {
     void note(int error) { error_ = error_ == 0 ? error : error_; }
 };
 
+// What the web server has left open, such as another client's connection, is no program's. Kernels before 5.11 are
+// asked file by file.
+void keep_files_from_programs() {
+    constexpr unsigned kFirst = STDERR_FILENO + 1;
+#ifdef SYS_close_range
+    constexpr unsigned kWhenProgramBegins = 1U << 2;  // CLOSE_RANGE_CLOEXEC, which older headers lack
+    if (syscall(SYS_close_range, kFirst, ~0U, kWhenProgramBegins) == 0) {
+        return;
+    }
+#endif
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    constexpr rlim_t kMost = 1 << 16;  // where there is no limit
+    for (rlim_t file = kFirst; file < std::min(limit.rlim_cur, kMost); ++file) {
+        fcntl(static_cast<int>(file), F_SETFD, FD_CLOEXEC);
+    }
+}
+
 // The process; -1: it can't be started. Each has a group of its own, with which it is ended.
 pid_t start(Words words, const Outlets &outlets) {
     char path[64];
@@ -139,6 +160,7 @@ pid_t start(Words words, const Outlets &outlets) {
     }
     // A web server may have its programs start with the signal ignored, and nobody could wait for one.
     signal(SIGCHLD, SIG_DFL);
+    keep_files_from_programs();
     return Preparation(outlets).start(path, words);
 }
 

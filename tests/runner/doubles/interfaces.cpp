@@ -13,7 +13,8 @@
 // 90 seconds ago, however short the machine has been up.
 //
 // Where a case has a file /.kernel/old, the kernel is one of 2.6.30: it has neither that clock nor filters, nor
-// getrandom(). Where it has /.kernel/no_chance, that has nothing to give, as early after a start: who asks, waits.
+// getrandom() and close_range(). Where it has /.kernel/no_chance, that has nothing to give, as early after a start: who
+// asks, waits.
 //
 // The root's loader puts it before all other libraries, so that it replaces the C library's ioctl().
 #include <arpa/inet.h>
@@ -168,8 +169,10 @@ extern "C" long syscall(long number, ...) noexcept {
         argument = va_arg(arguments, long);
     }
     va_end(arguments);
-    constexpr long kNotWaiting = 1;  // GRND_NONBLOCK, which older headers lack
-    if (number == SYS_getrandom && is_kernel_old()) {
+    constexpr long kCloseRange = 436;  // on all processors
+    constexpr long kNotWaiting = 1;    // GRND_NONBLOCK, which older headers lack
+    const bool is_new = number == SYS_getrandom || number == kCloseRange;
+    if (is_new && is_kernel_old()) {
         return fail(ENOSYS);
     }
     while (number == SYS_getrandom && access("/.kernel/no_chance", F_OK) == 0) {
