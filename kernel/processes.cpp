@@ -4,11 +4,13 @@
 #include <dirent.h>
 #include <sys/types.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <memory>
 
 #include "base/input.h"
+#include "base/shortage.h"
 #include "base/text.h"
 
 namespace {
@@ -34,6 +36,9 @@ bool has_name(const char *number, const char *name) {
 
 bool signal_processes(const char *name, int signal) {
     const std::unique_ptr<DIR, CloseFolder> processes(opendir("/proc"));
+    if (!processes) {
+        note_shortage_if(errno);
+    }
     bool found = false;
     while (processes) {
         const dirent *const entry = readdir(processes.get());
