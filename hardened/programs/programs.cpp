@@ -7,12 +7,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
 
 #include "base/output.h"
 #include "base/own_file.h"
+#include "base/report.h"
 #include "base/resource.h"
 #include "base/spawn.h"
 #include "kernel/interface_address.h"
@@ -97,7 +99,14 @@ void refresh_leases(pid_t server) {
 }
 
 void remove_session() {
-    unlink(PRODUCT_SESSION);
+    if (unlink(PRODUCT_SESSION) == 0 || errno == ENOENT) {
+        return;
+    }
+    // Where the file stays, as in a folder that cannot be written, an empty one lets nobody in.
+    const Descriptor file(open_own_file(PRODUCT_SESSION, O_WRONLY));
+    if (!file || ftruncate(file.get(), 0) != 0) {
+        report_error("the session is not ended");
+    }
 }
 
 void switch_leds(bool on) {
