@@ -28,6 +28,7 @@
 #include "base/same_secret.h"
 #include "base/text.h"
 #include "gateway/handler/request_state.h"
+#include "login/md5.h"
 #include "platform/product.h"
 
 namespace {
@@ -78,11 +79,12 @@ bool is_one_word(const char *text) {
 
 // The client's name in the file. It is not looked whether it is an address: of two web servers, one tells an interface
 // behind it and the other a port, and all whose addresses were taken for none would be refused for one of them. What
-// is not one word, or longer than any address, shares a name.
+// is not one word, or longer than any address, is named by its digest.
 void name_client(Out name) {
     const char *const address = client_address != nullptr ? client_address : "";
     if (!is_one_word(address) || !join(name, {address})) {
-        join(name, {"?"});
+        const OwnedText digest(MD5_encryption(address));
+        join(name, {"?", digest ? digest.get() : ""});
     }
 }
 
