@@ -130,12 +130,17 @@ struct Filter {
         decide_between(bounds, middle + 1, last, inside, outside);
     }
 
-    // Refuses a call of whose argument a mask leaves this.
-    constexpr void refuse_where_masked(uint32_t call, uint32_t argument, uint32_t mask, uint32_t value) {
-        add(unless_skip(BPF_JEQ, call, 5));
+    // Refuses a call of whose argument a mask leaves one of these.
+    template <size_t Count>
+    constexpr void refuse_among(uint32_t call, uint32_t argument, const uint32_t (&values)[Count],
+                                uint32_t mask = ~0U) {
+        add(unless_skip(BPF_JEQ, call, 4 + Count));
         add(load_argument(argument));
         add(statement(BPF_ALU | BPF_AND | BPF_K, mask));
-        add(unless_skip(BPF_JEQ, value, 1));
+        for (size_t i = 0; i < Count; ++i) {
+            const uint8_t left = static_cast<uint8_t>(Count - i - 1);
+            add({BPF_JMP | BPF_JEQ | BPF_K, left, static_cast<uint8_t>(left == 0 ? 1 : 0), values[i]});
+        }
         add(refuse(EPERM));
         add(kLoadNumber);
     }
@@ -143,9 +148,13 @@ struct Filter {
     // Refuses a call whose argument is anything but zero, such as an address.
     constexpr void refuse_unless_zero(uint32_t call, uint32_t argument) {
         constexpr uint32_t kAny = ~0U;
-        for (const Half half : {Half::kLower, Half::kUpper}) {
-            refuse_where(call, argument, BPF_JSET, kAny, half);
-        }
+        add(unless_skip(BPF_JEQ, call, 6));
+        add(load_argument(argument, Half::kUpper));
+        add({BPF_JMP | BPF_JSET | BPF_K, 2, 0, kAny});
+        add(load_argument(argument));
+        add(unless_skip(BPF_JSET, kAny, 1));
+        add(refuse(EPERM));
+        add(kLoadNumber);
     }
 
     // Refuses sockets but those of some families.
@@ -161,10 +170,9 @@ struct Filter {
     }
 
     // Refuses a call whose argument is this (BPF_JEQ), or has one of these bits (BPF_JSET).
-    constexpr void refuse_where(uint32_t call, uint32_t argument, uint16_t test, uint32_t value,
-                                Half half = Half::kLower) {
+    constexpr void refuse_where(uint32_t call, uint32_t argument, uint16_t test, uint32_t value) {
         add(unless_skip(BPF_JEQ, call, 4));
-        add(load_argument(argument, half));
+        add(load_argument(argument));
         add(unless_skip(test, value, 1));
         add(refuse(EPERM));
         add(kLoadNumber);
@@ -199,9 +207,7 @@ constexpr auto make_filter() {
     filter.decide(SYS_clone3, refuse(ENOSYS));  // its flags are out of sight; the C library takes clone() then
 #endif
     filter.refuse_where(SYS_clone, 0, BPF_JSET, kNewSpaces);
-    for (const uint32_t question : kTyping) {
-        filter.refuse_where(SYS_ioctl, 1, BPF_JEQ, question);
-    }
+    filter.refuse_among(SYS_ioctl, 1, kTyping);
     filter.refuse_sockets_but(kFamilies);
     filter.decide_runs(Runs(kPassing), kPass, refuse(EPERM));
     return filter;
@@ -225,25 +231,19 @@ constexpr auto make_guest_filter() {
 #endif
 #ifdef SYS_ipc
     filter.refuse_where(SYS_ipc, 2, BPF_JSET, SHM_EXEC);  // the same in the place of the other, on some processors
-    for (const uint32_t call : kIpcOfQueues) {
-        filter.refuse_where_masked(SYS_ipc, 0, kIpcCalls, call);
-    }
+    filter.refuse_among(SYS_ipc, 0, kIpcOfQueues, kIpcCalls);
 #endif
 #ifdef SYS_prlimit64
     filter.refuse_unless_zero(SYS_prlimit64, 2);  // a limit is told, but from no address is one set
 #endif
     // No signal to others by way of a file, and nothing sent to an address: only to who is connected already.
-    for (const uint32_t command : kSignalsOfFiles) {
 #ifdef SYS_fcntl
-        filter.refuse_where(SYS_fcntl, 1, BPF_JEQ, command);
+    filter.refuse_among(SYS_fcntl, 1, kSignalsOfFiles);
 #endif
 #ifdef SYS_fcntl64
-        filter.refuse_where(SYS_fcntl64, 1, BPF_JEQ, command);
+    filter.refuse_among(SYS_fcntl64, 1, kSignalsOfFiles);
 #endif
-    }
-    for (const uint32_t question : kSignalsOfSockets) {
-        filter.refuse_where(SYS_ioctl, 1, BPF_JEQ, question);
-    }
+    filter.refuse_among(SYS_ioctl, 1, kSignalsOfSockets);
     filter.refuse_unless_zero(SYS_sendto, 4);
     filter.refuse_sockets_but(kFamiliesOfGuests);
     filter.decide_runs(Runs(kOfPrograms), refuse(EPERM), kPass);
