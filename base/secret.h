@@ -17,8 +17,8 @@ class LoggedJson {
 
     const char *text() const { return shown_; }
 
-    // The rest of what is shown, from a place in the text on, perhaps cut to what fits a line; nullptr: there is none, or
-    // nothing is shown. text() may end earlier then.
+    // The rest of what is shown, from a place in the text on, perhaps cut to what fits a line; nullptr: there is none,
+    // or nothing is shown. text() may end earlier then.
     const char *from(const char *place);
 
   private:

@@ -50,8 +50,8 @@ bool is_ipv6(const char *text) {
     return inet_pton(AF_INET6, text, &address) == 1;
 }
 
-// Whether the text is the address of one device: not the loopback's, over which this one would believe itself, nor many's
-// at once. By its own address in the LAN it is a client like any other.
+// Whether the text is the address of one device: not the loopback's, over which this one would believe itself, nor
+// many's at once. By its own address in the LAN it is a client like any other.
 bool is_device(const char *text) {
     in_addr address;
     if (inet_pton(AF_INET, text, &address) != 1) {
