@@ -184,8 +184,9 @@ constexpr uint32_t kNewSpaces = 0x7e020000;  // of CLONE_NEWNS and its like, tho
 
 constexpr uint32_t kFamilies[] = {AF_UNIX, AF_INET, AF_INET6, AF_NETLINK};
 
-// To ask for an interface's address, which goes over any socket; over one of AF_NETLINK a write() changes routes.
-constexpr uint32_t kFamiliesOfGuests[] = {AF_INET};
+// An interface's address is asked over any socket; a router that is played gives one of the machine for one of IPv4. By
+// neither anything gets out while nothing can be connected, but over one of AF_NETLINK a write() changes routes.
+constexpr uint32_t kFamiliesOfGuests[] = {AF_UNIX, AF_INET};
 
 #ifdef SYS_ipc
 // What ipc() is to do, in the lower half of its first argument. The C libraries' headers do not name it.

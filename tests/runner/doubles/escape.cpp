@@ -61,7 +61,7 @@ constexpr Attempt kAttempts[] = {
     {"sending far",       SYS_sendto,      {kNothing, 0, 0, 0, kFar, 0}                                              },
     {"sending a message", SYS_sendmsg,     {kNothing}                                                                },
     {"kernel socket",     SYS_socket,      {AF_NETLINK, SOCK_STREAM, 0}                                              },
-    {"local socket",      SYS_socket,      {AF_UNIX, kNothing, 0}                                                    },
+    {"far socket",        SYS_socket,      {AF_INET6, kNothing, 0}                                                   },
 #ifdef SYS_msgsnd
     {"put into a queue",  SYS_msgsnd,      {kNothing}                                                                },
     {"take from a queue", SYS_msgrcv,      {kNothing}                                                                },
