@@ -53,7 +53,7 @@ constexpr Attempt kAttempts[] = {
     {"tkill",             SYS_tkill,       {kNothing, 0}                                                             },
     {"signals of a file", SYS_fcntl,       {kNothing, F_SETSIG, SIGKILL}                                             },
     {"signals to others", SYS_fcntl,       {kNothing, F_SETOWN, 1}                                                   },
-    {"signals of socket", SYS_ioctl,       {kNothing, FIOSETOWN}                                                     },
+    {"signals of socket", SYS_ioctl,       {kNothing, static_cast<long>(FIOSETOWN)}                                  },
     {"chmod",             SYS_fchmodat,    {kNothing, 0}                                                             },
     {"link",              SYS_linkat,      {kNothing, 0, kNothing, 0}                                                },
     {"connecting",        SYS_connect,     {kNothing}                                                                },

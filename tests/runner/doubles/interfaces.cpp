@@ -169,8 +169,12 @@ extern "C" long syscall(long number, ...) noexcept {
         argument = va_arg(arguments, long);
     }
     va_end(arguments);
-    constexpr long kCloseRange = 436;  // on all processors
-    constexpr long kNotWaiting = 1;    // GRND_NONBLOCK, which older headers lack
+#ifdef SYS_close_range
+    constexpr long kCloseRange = SYS_close_range;
+#else
+    constexpr long kCloseRange = -1;
+#endif
+    constexpr long kNotWaiting = 1;  // GRND_NONBLOCK, which older headers lack
     const bool is_new = number == SYS_getrandom || number == kCloseRange;
     if (is_new && is_kernel_old()) {
         return fail(ENOSYS);
