@@ -76,9 +76,10 @@ struct Runs {
             sorted[at] = calls[i];
         }
         for (const uint32_t call : sorted) {
-            if (count > 0 && bounds[count - 1] == call) {
+            const uint32_t end = count > 0 ? bounds[count - 1] : 0;
+            if (count > 0 && end == call) {
                 ++bounds[count - 1];
-            } else {
+            } else if (count == 0 || end < call) {  // else it is there already, by another name
                 bounds[count++] = call;
                 bounds[count++] = call + 1;
             }
