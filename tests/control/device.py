@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
 """The router as a device, over HTTP: the same as script/router's words."""
 
+import os
+import subprocess
 import time
 
 from router import look_until
@@ -78,6 +80,11 @@ def words(results, router, control):
     results.check("script/router api asks", status == 0 and '"rate": 1.0' in said, said)
     status, said = router.inside("api", "/api/clock/rate", '{"words":["fast"]}')
     results.check("a refusal is told", status == 1 and said == "script/router: a rate is a number from 0 to 3600, not 'fast'\n", said)
+    reading, writing = os.pipe()
+    os.close(reading)
+    done = subprocess.run(router.tool("api", "/api/clock"), stdout=writing, stderr=subprocess.PIPE, text=True)
+    os.close(writing)
+    results.check("who has seen enough, as head has, hears no complaint", done.returncode == 130 and done.stderr == "", done)
     for wrong in (["api"], ["api", "status"], ["api", "/api/clock", "{"], ["reboot", "now"], ["url", "x"], ["api", "GET", "/a", "{}", "x"]):
         status, said = router.inside(*wrong)
         results.check(f"script/router {' '.join(wrong)} is a wrong call", status == 2, said)

@@ -94,6 +94,8 @@ def main(folder, verb, *words):
     except WrongCall as error:
         print(f"script/router: {error}", file=sys.stderr)
         return 2
+    except BrokenPipeError:
+        raise  # whoever reads has seen enough
     except (client.Failed, OSError) as error:
         print(f"script/router: {error}", file=sys.stderr)
         return 1
