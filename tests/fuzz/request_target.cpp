@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Requests with their environment, one after another, on any router: the whole road of main(). Behind the last one the
 // handlers are called as the dispatcher never calls them.
+#include <cstdlib>
 #include <cstring>
 
 #include "gateway/actions.h"
@@ -63,10 +64,17 @@ void hold_actions_without_request() {
     }
 }
 
+long long announced_length() {
+    const auto length = router.environment.find("CONTENT_LENGTH");
+    return length != router.environment.end() ? strtoll(length->second.c_str(), nullptr, 10) : 0;
+}
+
 }  // namespace
 
 void run_script(const Script &script) {
+    constexpr long long kCostly = 16 << 20;
     bool has_length = false;  // CONTENT_LENGTH is what the script says
+    int costly = 0;
     for (const Section &section : script) {
         apply(section);
         has_length = has_length || section.name == "CONTENT_LENGTH";
@@ -77,6 +85,10 @@ void run_script(const Script &script) {
             router.body = section.content;
         } else {
             give_body(section.content);
+        }
+        // The sanitizer takes a tenth of a second for the room of such a body. Two of them tell what a hundred would.
+        if (announced_length() > kCostly && ++costly > 2) {
+            continue;
         }
         ask();
         ++router.now;
