@@ -135,8 +135,13 @@ class Preparation {
 };
 
 // What the web server has left open, such as another client's connection, is no program's. Kernels before 5.11 are
-// asked file by file.
+// asked file by file: once, since whatever the endpoint opens itself is kept from programs when it is opened.
 void keep_files_from_programs() {
+    static bool are_kept = false;
+    if (are_kept) {
+        return;
+    }
+    are_kept = true;
     constexpr unsigned kFirst = STDERR_FILENO + 1;
 #ifdef SYS_close_range
     constexpr unsigned kWhenProgramBegins = 1U << 2;  // CLOSE_RANGE_CLOEXEC, which older headers lack
