@@ -248,6 +248,26 @@ def pings(t):
     t.gated("ping too short an address", ping("ab"), short)
 
 
+# A program without clone3(), as the hardened build is, starts another by a clone() that shares memory, and then needs more than it has.
+GROWS = """
+import ctypes, os, struct
+filter = struct.pack("HBBI" * 4, 0x20, 0, 0, 0, 0x15, 0, 1, 435, 0x06, 0, 0, 0x50000 | 38, 0x06, 0, 0, 0x7FFF0000)  # ENOSYS
+program = struct.pack("HxxxxxxP", 4, ctypes.cast(filter, ctypes.c_void_p).value)
+c = ctypes.CDLL(None)
+assert c.prctl(38, 1, 0, 0, 0) == 0 and c.prctl(22, 2, program, 0, 0) == 0
+os.waitpid(os.posix_spawn("/bin/true", ["true"], {}), 0)
+c.malloc.restype = ctypes.c_void_p
+for _ in range(40000):
+    ctypes.memset(c.malloc(100), 1, 100)
+print("has grown")
+"""
+
+
+def memory(t):
+    got, said = t.router.inside("run", "/usr/bin/python3", "-c", GROWS)
+    t.results.check("a program takes memory after it has started another", (got, said) == (0, "has grown\n"), f"status {got}\n{said}")
+
+
 def web_server(t):
     status, kind, text = t.router.ask("")
     t.results.check("no body: the program says nothing, the server says so", (status, text) == (500, ""), f"{status} {kind} {text}")
@@ -529,7 +549,7 @@ def tell(results, way, build):
         results.check("it found out whether namespaces can be made", played == way.by_proot, router.output())
         teller = Teller(router, results)
         resident = [endpoint_restarts] if "--resident" in routers.ALWAYS else []
-        for chapter in (identity_and_login, settings, pings, web_server, clock_is_set, *resident, odd_records, reboot_and_reset, logout):
+        for chapter in (identity_and_login, settings, pings, memory, web_server, clock_is_set, *resident, odd_records, reboot_and_reset, logout):
             chapter(teller)
         refusals(results, router)
         stand_ins(results, router)

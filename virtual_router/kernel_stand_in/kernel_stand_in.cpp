@@ -25,6 +25,7 @@
 #undef _FORTIFY_SOURCE  // with it, the C library's headers bring a recvfrom() of their own
 #include <arpa/inet.h>
 #include <dlfcn.h>
+#include <malloc.h>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <net/route.h>
@@ -43,6 +44,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "platform/system_queue.h"
 
@@ -459,6 +461,23 @@ void answer_echo(in_addr address, const void *request, size_t size) {
     packet.icmp.checksum = internet_checksum(reinterpret_cast<const unsigned char *>(&packet.icmp), size);
     if (write(ping_network, &packet, sizeof packet.ip + size) < 0) {
         perror("played ping");
+    }
+}
+
+// proot plays the end of the heap, too, up to 16 MiB, which it maps at once. After a clone() that shares memory, by
+// which a program is started where clone3() is refused, it takes the other program's heap for that of who started it,
+// who then writes where nothing is. So a process takes its heap whole at the start, never asks for more and gives none
+// back.
+__attribute__((constructor)) void take_heap() {
+    constexpr size_t kBelowMapping = 100'000;  // what is larger gets a mapping of its own
+    mallopt(M_TOP_PAD, 15 << 20);
+    mallopt(M_TRIM_THRESHOLD, -1);
+    // Two, since what other libraries have taken may have left room for one.
+    for (void *memory : {malloc(kBelowMapping), malloc(kBelowMapping)}) {
+        if (memory != nullptr) {
+            explicit_bzero(memory, 1);  // or the compiler leaves out what is only taken and given back
+        }
+        free(memory);
     }
 }
 
