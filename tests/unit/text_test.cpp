@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -81,6 +82,7 @@ File file_with(const std::string &content) {
 std::string read_all(const std::string &content, int size) {
     const File file = file_with(content);
     std::string text(static_cast<size_t>(size), '\0');
+    errno = EINTR;  // of an earlier call, which says nothing of this one
     read_text(fileno(file.get()), text.data(), size);
     return text.c_str();
 }
