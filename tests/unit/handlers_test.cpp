@@ -11,6 +11,7 @@
 #include "gateway/dispatch.h"
 #include "gateway/handler/objects.h"
 #include "gateway/handler/request_state.h"
+#include "login/login.h"
 #include "objects/diagnostics.h"
 #include "platform/apmib.h"
 #include "store/items.h"
@@ -89,6 +90,10 @@ TEST(Mesh, LeavesTheSelectionAsItWasAlsoWhenItCannotRead) {
         EXPECT_EQ(vwlan_idx, kGuestAccessPoint) << unreadable;
     }
     g_unreadable = 0;
+}
+
+TEST(Login, NeedsARequest) {
+    EXPECT_EQ(app_action_login(nullptr), -1);
 }
 
 TEST(ErrorRequest, IsNoFailure) {
