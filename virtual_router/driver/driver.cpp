@@ -151,9 +151,10 @@ int answer_about(int file, const InterfaceName &interface, unsigned long request
         strncpy(asked.protocol, "IEEE 802.11", sizeof asked.protocol);
         return 0;
     }
-    // The two kinds of interface have drivers of their own, which do not know each other's request.
+    // The two kinds of interface have drivers of their own, which do not know each other's request. That of the one
+    // says in its flags what is asked for, that of the other has none.
     const bool asked_as_ax = request == kAxPrivateRequest;
-    if (asked_as_ax != is_ax(interface.text) || (asked_as_ax && asked.data.flags != kStationTableRequest)) {
+    if (asked_as_ax != is_ax(interface.text) || asked.data.flags != (asked_as_ax ? kStationTableRequest : 0)) {
         return EOPNOTSUPP;
     }
     const int refuses = open_of(interface, ".refuses");

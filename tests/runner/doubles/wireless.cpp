@@ -66,7 +66,7 @@ const char *find_unfit(bool ax, const WifiRequest *wanted) {
     static const unsigned char kZeros[kStationTableSize] = {};
     const bool length = wanted->data.length != kStationTableSize;
     const bool filled = !length && memcmp(wanted->data.pointer, kZeros, kStationTableSize) != 0;
-    if (ax && wanted->data.flags != kStationTableRequest) {
+    if (wanted->data.flags != (ax ? kStationTableRequest : 0)) {
         return length ? "length,flags" : filled ? "filled,flags" : "flags";
     }
     return length ? "length" : filled ? "filled" : nullptr;
