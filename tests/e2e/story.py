@@ -164,6 +164,17 @@ class Teller:
         return len(self.router.output())
 
 
+def killed_login(t):
+    """What a login that was killed while it wrote has left behind is no obstacle for one of the same process id."""
+    login = '{"action":"login","info":{"user":"admin","pwd":"admin"}}'
+    endpoint = f"env REMOTE_ADDR=192.168.1.100 CONTENT_LENGTH={len(login)} /web/app/app.cgi"
+    got, said = t.router.inside("run", "sh", "-c", f"echo '{login}' >/tmp/login; echo half >/var/app_sessionid.$$; exec {endpoint} </tmp/login")
+    _, left = t.router.inside("run", "sh", "-c", "rm /tmp/login; ls /var/app_sessionid.[0-9]* 2>/dev/null; cat /var/app_sessionid")
+    told = re.search(r'"(Us[0-9a-f]{32})"', said)
+    good = got == 0 and told and left.startswith(f"sessionid={told[1]}")
+    t.results.check("a login of the process id of one that was killed while it wrote", good, f"status {got}\n{said}\n{left}")
+
+
 def identity_and_login(t):
     t.expect(
         "scan",
@@ -178,6 +189,7 @@ def identity_and_login(t):
     t.expect("a get before any login", {"action": "get", "dutInfo": {}}, NEED_LOGIN)
     t.expect("a get with an invented session id", {"action": "get", "app": {}, "sessionid": "Us" + "0" * 32}, NEED_LOGIN)
     t.expect("a wrong password", {"action": "login", "info": {"user": "admin", "pwd": "Admin"}}, LOGIN_FAIL)
+    killed_login(t)
     t.log_in()
     t.gated("a get with the session id", {"action": "get", "dutInfo": {}}, get_reply(dutInfo=DUT))
     t.expect(
